@@ -1,0 +1,76 @@
+/*
+ * What the host program settles for libvectable: where the trace log goes, and how records are stored.
+ *
+ * Every setting starts at 0. Until a sink is set, error entries go to standard error and information entries nowhere.
+ * All calls may be made from any thread at any time. Settings count from the next call of the library on; records that
+ * are already stored stay as they are.
+ */
+#ifndef VECTABLE_HOST_H
+#define VECTABLE_HOST_H
+
+#include <stdint.h>
+
+#ifndef VECTABLE_API
+#define VECTABLE_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Levels of an entry of the trace log. */
+#define VEC_HOST_TRACE_ERROR 1
+#define VEC_HOST_TRACE_INFO 2
+
+/*
+ * Receives one entry of the trace log: `length` characters at `text`, blank-padded where the library builds its texts
+ * in fixed buffers, not NUL-terminated, good during the call alone. Entries of several threads come one after the
+ * other. A sink must not call the VecTab functions: it may run while the library holds its store. An entry that a sink
+ * causes, and an exception that it throws, are dropped.
+ */
+typedef void (*VecHostTraceSink)(int32_t level, const char* text, int32_t length, void* context);
+
+/*
+ * Sends all entries to a sink from now on, or nowhere when it is null.
+ *
+ * Given:     sink      function       the sink, or null
+ *            context   void*          handed to the sink with every entry
+ * Result:    none; on return the old sink is not called again.
+ */
+VECTABLE_API void VecHostSetTraceSink(VecHostTraceSink sink, void* context);
+
+/*
+ * Appends all entries to a file from now on, a line each: UTC time, level, text without its trailing blanks.
+ *
+ * Given:     path      char*          path of the file, NUL-terminated
+ * Result:    0, or the error number of the system (errno.h) when the file cannot be opened; the log is then as before.
+ */
+VECTABLE_API int32_t VecHostTraceToFile(const char* path);
+
+/*
+ * Which of two settings is the key mode: 0 that of VecHostSetElsetKeyMode, any other value that of
+ * VecHostSetAllKeyMode.
+ */
+VECTABLE_API void VecHostSetUseAllKeyMode(int32_t onOff);
+
+/*
+ * The key mode of records stored from now on.
+ *
+ * 0, or any value but 1: tree mode. The key is made from satellite number and epoch; storing the same ephemeris twice
+ * is a duplicate. The library keeps a record alive while a call uses it. 1: direct-memory mode. The key leads to the
+ * record without a search, and every store makes a new one. A record must not be removed while another thread uses it.
+ */
+VECTABLE_API void VecHostSetAllKeyMode(int32_t mode);
+VECTABLE_API void VecHostSetElsetKeyMode(int32_t mode);
+
+/*
+ * What storing a duplicate in tree mode gives: 0 an entry in the log and key 0; any other value, without an entry, the
+ * key.
+ */
+VECTABLE_API void VecHostSetDupKeyMode(int32_t mode);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,30 @@
+// Hermite interpolation of position and velocity, Lagrange interpolation of the covariance.
+#pragma once
+
+#include <span>
+
+#include "store/record_types.h"
+
+namespace VecTableProcessing {
+
+using VecTableTypes::VecTabPoint;
+
+// The points of a stencil.
+inline constexpr std::size_t kStencilPoints = 4;
+using Stencil = std::span<const VecTabPoint, kStencilPoints>;
+
+// Term 2 of the covariance of a table's points with this value says that term 1 is a scalar of its own and that there
+// is no covariance.
+inline constexpr double kScalarMark = 12345.0;
+
+// The state at time t, in days since 1950, UTC, as the times of the points are. Position: the polynomial of degree 7
+// that takes on position and velocity at the four points (Hermite; e.g. Hildebrand, Introduction to Numerical Analysis,
+// section 8.2). Velocity: its derivative. Covariance: each term by the cubic through the four points, or the scalar
+// alone when the first point bears the mark. A time exactly on a point gives a copy of the point. revNum is 0
+// otherwise.
+VECTABLE_MODULE VecTabPoint HermiteVecTab(Stencil points, double t) noexcept;
+
+// The polynomial through the points (times[i], values[i]) at t, in Lagrange's form; 0.0 for no points. `times` in days.
+VECTABLE_MODULE double Lagrange_Val(std::span<const double> values, std::span<const double> times, double t) noexcept;
+
+}  // namespace VecTableProcessing

@@ -1,0 +1,65 @@
+// What every exported call does at the C boundary: no exception passes, no null pointer is followed.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <new>
+#include <string_view>
+
+#include "store/record_types.h"
+#include "support/fixed_text.h"
+#include "support/text.h"
+#include "support/trace_log.h"
+
+namespace VecTableDllExports {
+
+inline constexpr std::int32_t kSuccess = 0;
+inline constexpr std::int32_t kFailure = 2;
+
+inline void LogCall(std::string_view call, std::string_view words) noexcept {
+    VecTableSupport::TextBuilder<128> text;
+    text.Add(call).Add(": ").Add(words);
+    VecTableSupport::TraceLogError(text.Written());
+}
+
+// Runs the work of a call. An exception becomes an entry in the log and the call's failure value.
+template <typename Work, typename Result>
+Result Guarded(std::string_view call, Result failure, Work work) noexcept {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        LogCall(call, "Out of memory.");
+    } catch (...) {
+        LogCall(call, "Internal error.");
+    }
+    return failure;
+}
+
+// Whether one of the required arguments is null; that is logged.
+template <typename... Pointers>
+bool NullArgument(std::string_view call, const Pointers*... arguments) noexcept {
+    const bool null = ((arguments == nullptr) || ...);
+    if (null) LogCall(call, "Null argument.");
+    return null;
+}
+
+template <typename Value>
+void Clear(Value* array, std::size_t count = 1) noexcept {
+    if (array != nullptr) std::fill_n(array, count, Value());
+}
+
+inline void ClearText(char* array, std::size_t count) noexcept {
+    if (array != nullptr) std::fill_n(array, count, ' ');
+}
+
+// A path argument of 512 characters without its leading and trailing blanks.
+class PathArgument {
+  public:
+    explicit PathArgument(const char* array) noexcept : text_(VecTableSupport::CharArrToStr<512>(array)) {}
+    std::string_view View() const noexcept { return VecTableSupport::WithoutLeadingBlanks(text_.Trimmed()); }
+
+  private:
+    VecTableSupport::FixedText<512> text_;
+};
+
+}  // namespace VecTableDllExports

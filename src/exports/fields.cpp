@@ -1,0 +1,163 @@
+// The calls on the descriptive fields of a record.
+#include <vectable/vectable.h>
+
+#include "exports/boundary.h"
+#include "store/record_lookup.h"
+#include "support/dates.h"
+#include "support/text.h"
+
+using namespace VecTableDllExports;
+using VecTableSupport::StrToCharArr;
+using VecTableTree::StoredRecord;
+using VecTableTypes::VecTabRecord;
+
+namespace {
+
+constexpr std::size_t kFieldLength = 512;
+constexpr std::size_t kSatNameLength = 8;
+constexpr std::size_t kEphemNameLength = 128;
+
+enum Field : int32_t {
+    kSatNum = 1,
+    kEpoch = 2,
+    kAe = 3,
+    kKe = 4,
+    kPosX = 5,
+    kVelX = 8,
+    kCoordSys = 11,
+    kNumOfPts = 12,
+    kFilePath = 13,
+    kSatName = 14,
+    kEphemName = 15,
+};
+
+using FieldBuilder = VecTableSupport::TextBuilder<kFieldLength>;
+
+// The text of a field in its columns; empty for an unknown code.
+FieldBuilder FormatField(const VecTabRecord& record, int32_t fieldCode) noexcept {
+    constexpr std::size_t kRealColumns = 35;
+    constexpr int kRealDecimals = 15;
+    const auto& first = record.points[1];
+    FieldBuilder text;
+    switch (fieldCode) {
+        case kSatNum:
+            return text.AddInteger(record.satNum, 9);
+        case kEpoch:
+            return text.Add(VecTableSupport::Ds50ToDate15(record.epochDs50UTC).View());
+        case kAe:
+            return text.AddFixed(record.ae, kRealColumns, kRealDecimals);
+        case kKe:
+            return text.AddFixed(record.ke, 30, 20);
+        case kPosX:
+        case kPosX + 1:
+        case kPosX + 2:
+            return text.AddFixed(first.pos[static_cast<std::size_t>(fieldCode - kPosX)], kRealColumns, kRealDecimals);
+        case kVelX:
+        case kVelX + 1:
+        case kVelX + 2:
+            return text.AddFixed(first.vel[static_cast<std::size_t>(fieldCode - kVelX)], kRealColumns, kRealDecimals);
+        case kCoordSys:
+            return text.AddInteger(record.coordSys, 1);
+        case kNumOfPts:
+            return text.AddInteger(record.numOfPts, 10);
+        case kFilePath:
+            return text.Add(record.filePath.View());
+        case kSatName:
+            return text.Add(record.satName.View());
+        case kEphemName:
+            return text.Add(record.ephemName.View());
+        default:
+            return text;
+    }
+}
+
+bool HasPoints(std::string_view call, int64_t satKey, const VecTabRecord& record) noexcept {
+    if (record.numOfPts != 0) return true;
+    VecTableSupport::TextBuilder<128> text;
+    text.Add(call).Add(": satKey ").AddInteger(satKey, 19).Add(" does not contain any ephemeris data.");
+    VecTableSupport::TraceLogError(text.Text().View());
+    return false;
+}
+
+int32_t FormatStoredField(int64_t satKey, int32_t fieldCode, FieldBuilder& text) noexcept {
+    const StoredRecord record(satKey);
+    if (!record || !HasPoints("VecTabGetField", satKey, *record)) return kFailure;
+    text = FormatField(*record, fieldCode);
+    return kSuccess;
+}
+
+}  // namespace
+
+int32_t VecTabGetField(int64_t satKey, int32_t fieldCode, char fieldText[512]) {
+    ClearText(fieldText, kFieldLength);
+    if (NullArgument("VecTabGetField", fieldText)) return kFailure;
+    FieldBuilder text;
+    const int32_t status = FormatStoredField(satKey, fieldCode, text);
+    StrToCharArr(VecTableSupport::WithoutLeadingBlanks(text.Written()), kFieldLength, fieldText);
+    return status;
+}
+
+int32_t VecTabSetField(int64_t satKey, int32_t fieldCode, const char* fieldText) {
+    if (NullArgument("VecTabSetField", fieldText)) return kFailure;
+    const StoredRecord record(satKey);
+    if (!record) return kFailure;
+    const auto given = VecTableSupport::CharArrToStr<kFieldLength>(fieldText);
+    const std::string_view text = VecTableSupport::WithoutLeadingBlanks(given.View());
+    switch (fieldCode) {
+        case kCoordSys:
+            record->coordSys = VecTableSupport::StrToInt(text.substr(0, 1));
+            break;
+        case kSatName:
+            record->satName = VecTableSupport::FixedText<kSatNameLength>(text);
+            break;
+        case kEphemName:
+            record->ephemName = VecTableSupport::FixedText<kEphemNameLength>(text);
+            break;
+        default:
+            break;
+    }
+    return kSuccess;
+}
+
+int32_t VecTabGetAllFields(int64_t satKey, int32_t* satNum, char satName[8], char ephemName[128], double* epochDs50UTC,
+                           double* ae, double* ke, double pos[3], double vel[3], int32_t* coordSys, int32_t* numOfPts,
+                           char filePath[512]) {
+    for (int32_t* number : {satNum, coordSys, numOfPts}) Clear(number);
+    for (double* number : {epochDs50UTC, ae, ke}) Clear(number);
+    for (double* vector : {pos, vel}) Clear(vector, 3);
+    ClearText(satName, kSatNameLength);
+    ClearText(ephemName, kEphemNameLength);
+    ClearText(filePath, kFieldLength);
+    if (NullArgument("VecTabGetAllFields", satNum, satName, ephemName, epochDs50UTC, ae, ke, pos, vel, coordSys,
+                     numOfPts, filePath)) {
+        return kFailure;
+    }
+    const StoredRecord record(satKey);
+    if (!record) return kFailure;
+    *satNum = record->satNum;
+    StrToCharArr(record->satName.View(), kSatNameLength, satName);
+    StrToCharArr(record->ephemName.View(), kEphemNameLength, ephemName);
+    *epochDs50UTC = record->epochDs50UTC;
+    *ae = record->ae;
+    *ke = record->ke;
+    *coordSys = record->coordSys;
+    *numOfPts = record->numOfPts;
+    StrToCharArr(record->filePath.View(), kFieldLength, filePath);
+    if (record->numOfPts >= 1) {
+        std::copy_n(record->points[1].pos.begin(), 3, pos);
+        std::copy_n(record->points[1].vel.begin(), 3, vel);
+    }
+    return kSuccess;
+}
+
+int32_t VecTabStartEndTime(int64_t satKey, double* startDs50UTC, double* endDs50UTC) {
+    constexpr std::string_view kCall = "VecTabStartEndTime";
+    Clear(startDs50UTC);
+    Clear(endDs50UTC);
+    if (NullArgument(kCall, startDs50UTC, endDs50UTC)) return kFailure;
+    const StoredRecord record(satKey);
+    if (!record || !HasPoints(kCall, satKey, *record)) return kFailure;
+    *startDs50UTC = record->points[1].ds50UTC;
+    *endDs50UTC = record->LastPoint().ds50UTC;
+    return kSuccess;
+}

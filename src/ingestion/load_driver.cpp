@@ -1,0 +1,156 @@
+#include "ingestion/load_driver.h"
+
+#include "ingestion/card_identification.h"
+#include "ingestion/point_assembly.h"
+#include "ingestion/readers/readers.h"
+#include "store/record_lookup.h"
+#include "support/dates.h"
+#include "support/keys.h"
+#include "support/text.h"
+#include "support/trace_log.h"
+
+namespace VecTableCardReading {
+namespace {
+
+using VecTableSupport::GetInputFileName;
+using VecTableSupport::LineBuffer;
+using VecTableSupport::ReadStatus;
+using VecTableSupport::TextBuilder;
+using VecTableSupport::TraceLogError;
+using VecTableSupport::TraceLogInfo;
+
+using FilePath = FixedText<512>;
+
+// Lists are walked in lines that hold the longest path behind its keyword.
+using ListLine = LineBuffer<1500>;
+
+void LoadListedFile(const FilePath& path, EphemName& name) {
+    InputUnit unit;
+    if (VecTableSupport::FileOpenMt(path.View(), unit) != 0) return;
+    ReadOnlyVecTabs(unit, path.View(), name, nullptr);
+}
+
+// The first pass. The name that it leaves is that of the file's own first record.
+void FollowListLines(InputUnit& unit, EphemName& name) {
+    ListLine line;
+    while (unit.ReadLine(line) == ReadStatus::kOk) {
+        if (line.IsComment() || line.IsBlank()) continue;
+        const CardType card = VecTabCardType(line.Text());
+        if (card == CardType::kNameLine) name = EphemName(GetInputFileName(line.Text()));
+        if (card == CardType::kFileLine) LoadListedFile(FilePath(GetInputFileName(line.Text())), name);
+    }
+}
+
+// What one walk over a file works on.
+struct Walk {
+    InputUnit& unit;
+    std::string_view filePath;
+    VecTabRecord record;
+    std::int64_t* satKeyOut;
+};
+
+void Store(Walk& walk) {
+    TrimVecTablePts(walk.record);
+    const std::int64_t key = VecTableTree::AddRecToMem(walk.record);
+    if (walk.satKeyOut != nullptr) *walk.satKeyOut = key;
+}
+
+bool HasPoints(const VecTabRecord& record) noexcept {
+    if (record.numOfPts != 0) return true;
+    TraceLogError("ReadOnlyVecTabs: Input ephemeris does not contain any ephemeris data. It will not be stored.");
+    return false;
+}
+
+// Runs the reader that a card starts. `status`: 0, or 2 with an entry in the log.
+void RunReader(CardType card, Walk& walk, std::int32_t& status) {
+    switch (card) {
+        case CardType::kDotE:
+            ReadDotE(walk.filePath, walk.unit, walk.record, status);
+            return;
+        default:
+            TraceLogError("ReadOnlyVecTabs: Not available.");
+            status = 2;
+    }
+}
+
+bool StartsReader(CardType card) noexcept {
+    return card != CardType::kNone && card != CardType::kFileLine && card != CardType::kOem &&
+           card != CardType::kNameLine;
+}
+
+// Reads the file by its cards. False when a reader failed, which ends the walk.
+bool ReadByCards(Walk& walk, EphemName& ephemName) {
+    Line line;
+    while (walk.unit.ReadLine(line) == ReadStatus::kOk) {
+        if (line.IsComment() || line.IsBlank()) continue;
+        const CardType card = VecTabCardType(line.Text());
+        if (card == CardType::kNameLine) walk.record.ephemName = EphemName(GetInputFileName(line.Text()));
+        if (!StartsReader(card)) continue;
+        std::int32_t status = 0;
+        walk.record.numOfPts = 0;
+        RunReader(card, walk, status);
+        if (status == 2 || !HasPoints(walk.record)) return false;
+        Store(walk);
+        ephemName = EphemName();
+    }
+    return true;
+}
+
+void LogSummary(const VecTabRecord& record) noexcept {
+    if (record.numOfPts == 0) {
+        TraceLogInfo("Total ephemeris points = 0");
+        return;
+    }
+    constexpr std::string_view kLabels = "ECIJ2KEFGECR";
+    TextBuilder<128> text;
+    text.Add("Total ephemeris points = ").AddInteger(record.numOfPts);
+    text.Add(", Start = ").Add(VecTableSupport::Ds50ToDate15(record.points[1].ds50UTC).View());
+    text.Add(", End = ").Add(VecTableSupport::Ds50ToDate15(record.LastPoint().ds50UTC).View()).Add(", Coord = ");
+    if (record.coordSys >= VecTableTypes::kEci && record.coordSys <= VecTableTypes::kEcr) {
+        text.Add(kLabels.substr(static_cast<std::size_t>(record.coordSys - 1) * 3, 3));
+    } else {
+        text.AddInteger(record.coordSys);
+    }
+    TraceLogInfo(text.Text().View());
+}
+
+}  // namespace
+
+std::int32_t ReadVecTabsFrFile(std::string_view filePath) {
+    InputUnit unit;
+    const std::int32_t code = VecTableSupport::FileOpenMt(filePath, unit);
+    if (code != 0) return code;
+    if (!FileIsDotDCE(filePath)) return ReadVecTabsFrFileUnit(unit, filePath);
+    EphemName name;
+    return ReadOnlyVecTabs(unit, filePath, name, nullptr);
+}
+
+std::int32_t ReadVecTabsFrFileUnit(InputUnit& unit, std::string_view filePath) {
+    EphemName name;
+    unit.Rewind();
+    FollowListLines(unit, name);
+    unit.Rewind();
+    return ReadOnlyVecTabs(unit, filePath, name, nullptr);
+}
+
+std::int32_t ReadOnlyVecTabs(InputUnit& unit, std::string_view filePath, EphemName& ephemName,
+                             std::int64_t* satKeyOut) {
+    Walk walk{unit, filePath, {}, satKeyOut};
+    walk.record.filePath = FilePath(filePath);
+    walk.record.ephemName = ephemName;
+    if (FileIsDotDCE(filePath)) {
+        TraceLogError("ReadOnlyVecTabs: Not available.");
+        return 2;
+    }
+    if (!ReadByCards(walk, ephemName)) return 2;
+    LogSummary(walk.record);
+    return 0;
+}
+
+std::int64_t AddVecTabFile(InputUnit& unit, std::string_view filePath) {
+    EphemName name;
+    std::int64_t key = VecTableSupport::kNoKey;
+    return ReadOnlyVecTabs(unit, filePath, name, &key) == 0 ? key : VecTableSupport::kNoKey;
+}
+
+}  // namespace VecTableCardReading

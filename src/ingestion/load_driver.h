@@ -1,0 +1,36 @@
+// Walks a file line by line, finds out from its cards what it is, has the reader of the format fill a record, and
+// stores the record.
+//
+// A file is walked twice: the first pass follows the lines that name other files (one level deep), the second reads the
+// file itself. Text lengths: a path 512 characters, a name 128, a line 1500 in the first pass and 512 in the second.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "store/record_types.h"
+#include "support/files.h"
+
+namespace VecTableCardReading {
+
+using VecTableSupport::FixedText;
+using VecTableSupport::InputUnit;
+
+using EphemName = FixedText<128>;
+
+// Loads an ephemeris file or a list file. 0; 2 when the load failed, with words in the log and the records finished so
+// far stored; or the error number of the system when the file cannot be opened.
+VECTABLE_MODULE std::int32_t ReadVecTabsFrFile(std::string_view filePath);
+
+// Both passes over an open file.
+VECTABLE_MODULE std::int32_t ReadVecTabsFrFileUnit(InputUnit& unit, std::string_view filePath);
+
+// The second pass over an open file. `ephemName` names the first record and is blank once a record has been stored.
+// `satKeyOut`, when given, receives what AddRecToMem gave for the last record.
+VECTABLE_MODULE std::int32_t ReadOnlyVecTabs(InputUnit& unit, std::string_view filePath, EphemName& ephemName,
+                                             std::int64_t* satKeyOut);
+
+// The second pass alone: the key of the last record stored, -1 on failure or when there was none.
+VECTABLE_MODULE std::int64_t AddVecTabFile(InputUnit& unit, std::string_view filePath);
+
+}  // namespace VecTableCardReading

@@ -1,0 +1,28 @@
+// The objects behind direct-memory keys.
+//
+// Threads: any thread may ask for an object at any time, with any 64-bit value as the key. Making and removing objects
+// exclude each other; removing an object that another thread is using is for the caller to avoid.
+#pragma once
+
+#include <cstdint>
+
+#include "store/record_types.h"
+
+namespace VecTableTree {
+
+using VecTableTypes::DmaObject;
+using VecTableTypes::VecTabRecord;
+
+// A free object, all its fields default; null when there is no memory for one.
+DmaObject* AllocateDmaObject() noexcept;
+
+// Takes back an object that never became visible to a lookup.
+void ReleaseDmaObject(DmaObject& object) noexcept;
+
+// The object in use that the key names, or null. Reads no memory but that of the objects, whatever the key is.
+DmaObject* FindDmaObject(std::int64_t key) noexcept;
+
+// Releases the record behind the key and, unless a link holds it, the object. 0, or 2 with an entry in the log.
+VECTABLE_MODULE std::int32_t RemoveDMA(std::int64_t key) noexcept;
+
+}  // namespace VecTableTree

@@ -1,0 +1,180 @@
+#include "store/record_lookup.h"
+
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "store/direct_memory.h"
+#include "store/read_gate.h"
+#include "support/key_modes.h"
+#include "support/keys.h"
+#include "support/text.h"
+#include "support/trace_log.h"
+
+namespace VecTableTree {
+namespace {
+
+using VecTableSupport::IsDma;
+using VecTableSupport::kNoKey;
+using VecTableSupport::TextBuilder;
+using VecTableSupport::TraceLogError;
+
+constexpr std::int32_t kNoRecordFound = -123;
+
+void LogWithKey(std::string_view before, std::int64_t key, std::string_view behind) noexcept {
+    TraceLogError(TextBuilder<128>().Add(before).AddInteger(key, 19).Add(behind).Text().View());
+}
+
+// Gives an object back that did not get as far as the tree.
+struct DmaRelease {
+    void operator()(DmaObject* object) const noexcept {
+        delete object->propData.exchange(nullptr);
+        object->selfAddr.store(0, std::memory_order_release);
+        ReleaseDmaObject(*object);
+    }
+};
+using OwnedDmaObject = std::unique_ptr<DmaObject, DmaRelease>;
+
+// An object that holds a copy of the record, or null with an entry in the log.
+OwnedDmaObject MakeDmaObject(const VecTabRecord& record) {
+    OwnedDmaObject object(AllocateDmaObject());
+    if (object == nullptr) {
+        TraceLogError("AddRecToMem: Cannot allocate memory for a new dma.");
+        return nullptr;
+    }
+    std::unique_ptr<VecTabRecord> copy(new (std::nothrow) VecTabRecord);
+    if (copy == nullptr) {
+        TraceLogError("AddRecToMem: Cannot allocate memory for a new rec.");
+        return nullptr;
+    }
+    *copy = record;
+    object->propData = copy.release();
+    object->elsetType = VecTableTypes::kVecTabElsetType;
+    return object;
+}
+
+std::unique_ptr<VecTabBinTree> MakeNode(std::int64_t key) noexcept {
+    std::unique_ptr<VecTabBinTree> node(new (std::nothrow) VecTabBinTree);
+    if (node == nullptr) {
+        LogWithKey("AddRecToMem: Unable to allocate memory for key ", key, ".");
+    } else {
+        node->satKey = key;
+    }
+    return node;
+}
+
+// Links the node and lets go of it: the result is its key. A node that found no place is released: the result is -1.
+std::int64_t Link(std::unique_ptr<VecTabBinTree> node, VecTabBinTree** nodeOut) noexcept {
+    std::int32_t status = 0;
+    const std::int64_t key = AddNode(*node, status);
+    if (status > 1) return kNoKey;
+    if (nodeOut != nullptr) *nodeOut = node.get();
+    static_cast<void>(node.release());
+    return key;
+}
+
+std::int64_t AddToDirectMemory(const VecTabRecord& record, VecTabBinTree** nodeOut) {
+    OwnedDmaObject object = MakeDmaObject(record);
+    if (object == nullptr) return kNoKey;
+    const auto address = static_cast<std::int64_t>(reinterpret_cast<std::intptr_t>(object.get()));
+    const std::int64_t key = VecTableSupport::AddrToSatKey(address);
+    std::unique_ptr<VecTabBinTree> node = MakeNode(key);
+    if (node == nullptr) return kNoKey;
+    object->selfAddr.store(address, std::memory_order_release);
+    if (Link(std::move(node), nodeOut) == kNoKey) return kNoKey;
+    static_cast<void>(object.release());
+    return key;
+}
+
+std::int64_t AddToTree(const VecTabRecord& record, VecTabBinTree** nodeOut) {
+    const std::int64_t key =
+        VecTableSupport::CreateSatKey(record.satNum, VecTableTypes::kVecTabElsetType, record.epochDs50UTC);
+    if (key == kNoKey) return kNoKey;
+    std::unique_ptr<VecTabBinTree> node = MakeNode(key);
+    if (node == nullptr) return kNoKey;
+    node->rec = std::make_unique<VecTabRecord>(record);
+    const std::int64_t linkedKey = Link(std::move(node), nodeOut);
+    if (linkedKey != kNoKey) return linkedKey;
+    if (VecTableSupport::DupKeyModeGet() != 0) return key;
+    LogWithKey("AddRecToMem: Duplicated record/key ", key, " found.");
+    return 0;
+}
+
+std::int64_t FindAssociatedKey(const VecTabBinTree* root, std::int32_t satNum) noexcept {
+    if (root == nullptr) return kNoKey;
+    const VecTabRecord* record = GetRec(*root);
+    if (record != nullptr && record->satNum == satNum) return root->satKey;
+    const std::int64_t key = FindAssociatedKey(root->left, satNum);
+    return key != kNoKey ? key : FindAssociatedKey(root->right, satNum);
+}
+
+}  // namespace
+
+std::int64_t AddRecToMem(const VecTabRecord& record, VecTabBinTree** nodeOut) {
+    if (nodeOut != nullptr) *nodeOut = nullptr;
+    return KeyMode() == VecTableSupport::kDirectMemoryMode ? AddToDirectMemory(record, nodeOut)
+                                                           : AddToTree(record, nodeOut);
+}
+
+void FindRecPtr(std::int64_t key, VecTabRecord*& recOut, std::string_view* errText, bool gateHeld) noexcept {
+    std::string_view words;
+    recOut = nullptr;
+    if (IsDma(key)) {
+        const DmaObject* object = key > 0 ? FindDmaObject(key) : nullptr;
+        if (object != nullptr) recOut = object->propData.load(std::memory_order_acquire);
+        if (key <= 0) {
+            words = "FindRecPtr: Invalid DMA key (<=0).";
+        } else if (object == nullptr) {
+            words = "FindRecPtr: Invalid DMA key.";
+        } else if (recOut == nullptr) {
+            words = "FindRecPtr: Prop data doesn't exist.";
+        }
+    } else {
+        if (!gateHeld) Gate::Enter();
+        const VecTabBinTree* node = FindNode(key);
+        if (node != nullptr) recOut = node->rec.get();
+        if (recOut == nullptr) {
+            words = TreeIsEmpty() ? "FindRecPtr: Search tree is empty." : "FindRecPtr: search key doens't exist.";
+        }
+    }
+    if (errText != nullptr) *errText = words;
+}
+
+void FindRec(std::int64_t key, VecTabRecord& recOut, FixedText<128>* errText) {
+    recOut = VecTabRecord();
+    recOut.satNum = kNoRecordFound;
+    std::string_view words;
+    if (IsDma(key)) {
+        const DmaObject* object = key > 0 ? FindDmaObject(key) : nullptr;
+        const VecTabRecord* record = nullptr;
+        if (object != nullptr && VecTableTypes::VecTabElsetType(object->elsetType)) record = object->propData.load();
+        if (record != nullptr) recOut = VecTabRecord(*record);
+        if (key <= 0) words = "FindRec: Invalid DMA key (<=0).";
+    } else if (TreeIsEmpty()) {
+        words = "FindRec: Search tree is empty.";
+    } else {
+        const ReadSection section;
+        const VecTabBinTree* node = FindNode(key);
+        if (node != nullptr) recOut = VecTabRecord(*node->rec);
+        if (node == nullptr) words = "FindRec: search key doens't exist.";
+    }
+    if (errText != nullptr) *errText = FixedText<128>(words);
+}
+
+std::int64_t SatKeyGet(std::int32_t satNum) noexcept {
+    if (TreeIsEmpty()) return kNoKey;
+    const ReadSection section;
+    return FindAssociatedKey(VecTabTreeRoot(), satNum);
+}
+
+StoredRecord::StoredRecord(std::int64_t key) noexcept : key_(key) {
+    std::string_view errText;
+    FindRecPtr(key, record_, &errText);
+    if (record_ == nullptr) TraceLogError(FixedText<128>(errText).View());
+}
+
+StoredRecord::~StoredRecord() {
+    if (!IsDma(key_)) Gate::Leave();
+}
+
+}  // namespace VecTableTree

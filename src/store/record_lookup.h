@@ -1,0 +1,50 @@
+// The way into the store and out of it: a finished record gets a key, a key leads back to the record.
+//
+// Threads: a tree key is looked up inside the read gate, which then stays held until the caller's EndRead. A
+// direct-memory key takes no gate: its record is for the caller to keep while it is used. The gate keeps a record
+// alive; it does not keep two threads that change one record apart.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "store/record_types.h"
+#include "store/search_tree.h"
+
+namespace VecTableTree {
+
+using VecTableTypes::FixedText;
+
+// Stores a deep copy of a record. The result is its key, -1 on failure, 0 for a duplicate that DupKeyModeGet has
+// reported. `nodeOut`, when given, receives the new node, or null when nothing was stored.
+VECTABLE_MODULE std::int64_t AddRecToMem(const VecTabRecord& record, VecTabBinTree** nodeOut = nullptr);
+
+// The stored record of a key, or null with the words of the failure in `errText`. For a tree key the gate is entered,
+// unless `gateHeld` says that the caller is inside, and is held on return, whether or not a record was found.
+VECTABLE_MODULE void FindRecPtr(std::int64_t key, VecTabRecord*& recOut, std::string_view* errText = nullptr,
+                                bool gateHeld = false) noexcept;
+
+// A deep copy of the record of a key. satNum of `recOut` is -123 when there is none.
+VECTABLE_MODULE void FindRec(std::int64_t key, VecTabRecord& recOut, FixedText<128>* errText = nullptr);
+
+// The key of the first record of a satellite, in the order node, left subtree, right subtree; -1 when there is none.
+VECTABLE_MODULE std::int64_t SatKeyGet(std::int32_t satNum) noexcept;
+
+// A stored record for the length of a scope, the gate with it. A failed lookup is logged.
+class StoredRecord {
+  public:
+    explicit StoredRecord(std::int64_t key) noexcept;
+    StoredRecord(const StoredRecord&) = delete;
+    StoredRecord& operator=(const StoredRecord&) = delete;
+    ~StoredRecord();
+
+    explicit operator bool() const noexcept { return record_ != nullptr; }
+    VecTabRecord& operator*() const noexcept { return *record_; }
+    VecTabRecord* operator->() const noexcept { return record_; }
+
+  private:
+    std::int64_t key_;
+    VecTabRecord* record_ = nullptr;
+};
+
+}  // namespace VecTableTree

@@ -1,0 +1,88 @@
+#include "store/record_types.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+#include "support/text.h"
+
+namespace VecTableTypes {
+
+// Growth moves points by realloc, which for a large array moves pages and not bytes.
+static_assert(std::is_trivially_copyable_v<VecTabPoint>);
+
+PointArray::PointArray(const PointArray& other) {
+    if (!other.IsAllocated()) return;
+    points_ = static_cast<VecTabPoint*>(std::malloc(other.capacity_ * sizeof(VecTabPoint)));
+    if (points_ == nullptr) throw std::bad_alloc();
+    std::uninitialized_copy_n(other.points_, other.capacity_, points_);
+    capacity_ = reserved_ = other.capacity_;
+}
+
+PointArray& PointArray::operator=(const PointArray& other) {
+    if (this != &other) *this = PointArray(other);
+    return *this;
+}
+
+PointArray::PointArray(PointArray&& other) noexcept
+    : points_(std::exchange(other.points_, nullptr)),
+      capacity_(std::exchange(other.capacity_, 0)),
+      reserved_(std::exchange(other.reserved_, 0)) {}
+
+PointArray& PointArray::operator=(PointArray&& other) noexcept {
+    std::swap(points_, other.points_);
+    std::swap(capacity_, other.capacity_);
+    std::swap(reserved_, other.reserved_);
+    return *this;
+}
+
+PointArray::~PointArray() {
+    Free();
+}
+
+void PointArray::Grow(std::size_t capacity) {
+    if (capacity > reserved_) {
+        constexpr std::size_t kMost = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(VecTabPoint);
+        const std::size_t wanted = std::max(capacity, reserved_ + reserved_ / 2);
+        void* grown = wanted <= kMost ? std::realloc(points_, wanted * sizeof(VecTabPoint)) : nullptr;
+        if (grown == nullptr) throw std::bad_alloc();
+        points_ = static_cast<VecTabPoint*>(grown);
+        reserved_ = wanted;
+    }
+    std::uninitialized_fill(points_ + capacity_, points_ + capacity, VecTabPoint{});
+    capacity_ = capacity;
+}
+
+void PointArray::Trim(std::size_t capacity) noexcept {
+    void* trimmed = std::realloc(points_, capacity * sizeof(VecTabPoint));
+    if (trimmed != nullptr) {
+        points_ = static_cast<VecTabPoint*>(trimmed);
+        reserved_ = capacity;
+    }
+    capacity_ = capacity;
+}
+
+void PointArray::Free() noexcept {
+    std::free(points_);
+    points_ = nullptr;
+    capacity_ = reserved_ = 0;
+}
+
+void FreeVecTabRecord(VecTabRecord& record) noexcept {
+    record.points.Free();
+}
+
+bool VecTabElsetType(std::int32_t code) noexcept {
+    return code == kVecTabElsetType;
+}
+
+FixedText<32> FieldsToStr(const VecTabRecord& record) noexcept {
+    VecTableSupport::TextBuilder<32> text;
+    text.AddDigits(record.satNum, 9).AddInteger(record.coordSys, 2).AddFixed(record.epochDs50UTC, 16, 9);
+    return text.Text();
+}
+
+}  // namespace VecTableTypes

@@ -1,0 +1,123 @@
+// The data that the library stands on: points, records, nodes of the search tree, objects behind direct-memory keys.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "support/fixed_text.h"
+#include "support/module.h"
+
+namespace VecTableTypes {
+
+using VecTableSupport::FixedText;
+
+inline constexpr std::size_t kCovTerms = 21;
+
+// One state vector.
+struct VecTabPoint {
+    double ds50UTC = 0.0;                 // days since 1950, UTC
+    std::array<double, 3> pos{};          // km, in the frame of the record
+    std::array<double, 3> vel{};          // km/s, same frame
+    std::int32_t revNum = 0;              // revolution number
+    std::array<double, kCovTerms> cov{};  // lower triangle of a 6 x 6 covariance, row by row: (1,1), (2,1), (2,2), ...
+};
+
+// The array of points that a record owns. Its capacity moves in the steps that its user asks for; the memory behind it
+// is taken in larger steps, so that growth costs no copy a step. Memory is touched up to the capacity only.
+class PointArray {
+  public:
+    PointArray() noexcept = default;
+    PointArray(const PointArray& other);
+    PointArray& operator=(const PointArray& other);
+    PointArray(PointArray&& other) noexcept;
+    PointArray& operator=(PointArray&& other) noexcept;
+    ~PointArray();
+
+    bool IsAllocated() const noexcept { return points_ != nullptr; }
+    std::size_t Capacity() const noexcept { return capacity_; }
+
+    // Adds default points up to the capacity given. On std::bad_alloc the array is as it was.
+    void Grow(std::size_t capacity);
+
+    // Cuts the array to its first points and hands the rest of its memory back.
+    void Trim(std::size_t capacity) noexcept;
+
+    void Free() noexcept;
+
+    // Points are counted from 1.
+    VecTabPoint& operator[](std::size_t number) noexcept { return points_[number - 1]; }
+    const VecTabPoint& operator[](std::size_t number) const noexcept { return points_[number - 1]; }
+
+  private:
+    VecTabPoint* points_ = nullptr;
+    std::size_t capacity_ = 0;  // points
+    std::size_t reserved_ = 0;  // points that the memory has room for
+};
+
+// Codes of the frame that the states of a record are in. The library stores the code and converts nothing.
+enum CoordSys : std::int32_t {
+    kEci = 1,   // true equator, mean equinox of date
+    kJ2k = 2,   // mean equator and equinox of J2000
+    kEfg = 3,   // Earth-fixed, without polar motion
+    kEcr = 4,   // Earth-fixed
+    kLlh = 15,  // latitude, longitude, height
+    kSen = 16,  // south, east, north
+    kHcsrl = 17,
+    kWptrl = 18,
+    kHcsgc = 19,
+    kWptgc = 20,
+    kUnknownFrame = 100,
+};
+
+// One stored ephemeris. Points 1 to numOfPts are valid, strictly increasing in time; when there is one, epochDs50UTC is
+// the time of the first. satNum, coordSys and epochDs50UTC are the identity of a record.
+struct VecTabRecord {
+    FixedText<512> filePath;          // the file that the record came from
+    FixedText<128> ephemName;         // name of the ephemeris
+    std::int32_t satNum = 0;          // satellite number
+    std::int32_t numOfPts = 0;        // number of valid points
+    std::int32_t coordSys = kEci;     // frame
+    std::int32_t coordSysTens = 0;    // the part of a type code above its last decimal digit
+    double epochDs50UTC = 0.0;        // days since 1950, UTC
+    double ae = 6378.135;             // Earth radius, km; carried and reported only
+    double ke = 0.07436691613317341;  // gravity constant, (Earth radii)^1.5 a minute; carried and reported only
+    FixedText<8> satName;             // satellite name
+    PointArray points;
+
+    const VecTabPoint& LastPoint() const noexcept { return points[static_cast<std::size_t>(numOfPts)]; }
+};
+
+// Releases the points of a record; its other fields stay.
+VECTABLE_MODULE void FreeVecTabRecord(VecTabRecord& record) noexcept;
+
+// A node of the search tree. It owns its record and not its children.
+struct VecTabBinTree {
+    std::int64_t satKey = 0;            // the sort key of the tree
+    std::int32_t seqNum = 0;            // the order of entry into the store
+    std::int32_t balance = 0;           // height of the right subtree less that of the left one: -1, 0 or +1
+    std::unique_ptr<VecTabRecord> rec;  // absent when the key is a direct-memory key
+    VecTabBinTree* left = nullptr;      // smaller keys
+    VecTabBinTree* right = nullptr;     // larger keys
+};
+
+// The object behind a direct-memory key.
+struct DmaObject {
+    std::atomic<std::int64_t> selfAddr{0};         // its own address; 0 when it is not in use
+    std::int32_t elsetType = 0;                    // element type, 6 for an object made here
+    std::atomic<VecTabRecord*> propData{nullptr};  // the record, owned
+    void* dmaLinkA = nullptr;                      // attachments from outside; while one is set the object is kept
+    void* dmaLinkB = nullptr;
+};
+
+inline constexpr std::int32_t kVecTabElsetType = 6;
+
+VECTABLE_MODULE bool VecTabElsetType(std::int32_t code) noexcept;
+
+// The printed identity of a record: columns 1-9 satNum, zero-filled; 10-11 coordSys; 12-27 epochDs50UTC, 9 decimals.
+VECTABLE_MODULE FixedText<32> FieldsToStr(const VecTabRecord& record) noexcept;
+
+}  // namespace VecTableTypes

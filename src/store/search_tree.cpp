@@ -1,0 +1,304 @@
+#include "store/search_tree.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+#include <vector>
+
+#include "store/direct_memory.h"
+#include "store/read_gate.h"
+#include "support/key_modes.h"
+#include "support/keys.h"
+#include "support/sort.h"
+#include "support/text.h"
+#include "support/trace_log.h"
+
+namespace VecTableTree {
+namespace {
+
+using VecTableSupport::FixedText;
+using VecTableSupport::IsDma;
+using VecTableSupport::SortEntry;
+using VecTableSupport::TextBuilder;
+using VecTableSupport::TraceLogError;
+
+using Subtree = VecTabBinTree*;
+
+// What AddNodeRecursive found.
+constexpr std::int32_t kInserted = 0;       // and the height is settled
+constexpr std::int32_t kHeightGrew = 1;     // inserted, and the subtree grew in height
+constexpr std::int32_t kKeyTaken = 2;       // by a different record
+constexpr std::int32_t kRecordPresent = 3;  // the key is taken by the same record
+
+// Changed by writers alone; atomic because TreeIsEmpty and the lookups look at it from outside the gate.
+constinit std::atomic<VecTabBinTree*> treeRoot{nullptr};
+
+// The last sequence number given out; changed by writers alone. It stays at its limit once it gets there.
+constinit std::int32_t SEQNUM = 0;
+
+// One of the two mirror images that the rules of balance come in.
+struct Side {
+    VecTabBinTree* VecTabBinTree::*here;
+    VecTabBinTree* VecTabBinTree::*there;
+    std::int32_t heavy;  // the balance of a node whose subtree here is the higher one
+};
+constexpr Side kLeft{&VecTabBinTree::left, &VecTabBinTree::right, -1};
+constexpr Side kRight{&VecTabBinTree::right, &VecTabBinTree::left, +1};
+
+// The child here becomes the root of the subtree, and the root its child there.
+void RotateOnce(Subtree& root, Side side) noexcept {
+    Subtree child = root->*side.here;
+    root->*side.here = child->*side.there;
+    child->*side.there = root;
+    root = child;
+}
+
+// The inner grandchild becomes the root of the subtree; balances of all three.
+void RotateTwice(Subtree& root, Side side) noexcept {
+    Subtree old = root;
+    Subtree child = root->*side.here;
+    Subtree middle = child->*side.there;
+    child->*side.there = middle->*side.here;
+    middle->*side.here = child;
+    root->*side.here = middle->*side.there;
+    middle->*side.there = old;
+    root = middle;
+    old->balance = middle->balance == side.heavy ? -side.heavy : 0;
+    child->balance = middle->balance == -side.heavy ? side.heavy : 0;
+    middle->balance = 0;
+}
+
+// The subtree here of this node grew in height.
+void RebalanceGrown(Subtree& root, Side side, std::int32_t& status) noexcept {
+    if (root->balance == -side.heavy) {
+        root->balance = 0;
+        status = kInserted;
+    } else if (root->balance == 0) {
+        root->balance = side.heavy;
+    } else if ((root->*side.here)->balance == side.heavy) {
+        RotateOnce(root, side);
+        root->balance = (root->*side.there)->balance = 0;
+        status = kInserted;
+    } else {
+        RotateTwice(root, side);
+        status = kInserted;
+    }
+}
+
+// The subtree here of this node lost height.
+void RebalanceShrunk(Subtree& root, Side side, std::int32_t& shrunk) noexcept {
+    const Side other = side.heavy == kLeft.heavy ? kRight : kLeft;
+    if (root->balance == side.heavy) {
+        root->balance = 0;
+    } else if (root->balance == 0) {
+        root->balance = other.heavy;
+        shrunk = 0;
+    } else if ((root->*other.here)->balance == side.heavy) {
+        RotateTwice(root, other);
+    } else {
+        const bool childEven = (root->*other.here)->balance == 0;
+        RotateOnce(root, other);
+        root->balance = childEven ? side.heavy : 0;
+        (root->*side.here)->balance = childEven ? other.heavy : 0;
+        if (childEven) shrunk = 0;
+    }
+}
+
+bool SameRecord(const VecTabBinTree& a, const VecTabBinTree& b) noexcept {
+    return a.rec != nullptr && b.rec != nullptr && Equal(*a.rec, *b.rec);
+}
+
+void AddNodeRecursive(Subtree& root, VecTabBinTree& node, std::int32_t& status) noexcept {
+    if (root == nullptr) {
+        if (SEQNUM < std::numeric_limits<std::int32_t>::max()) ++SEQNUM;
+        node.seqNum = SEQNUM;
+        root = &node;
+        status = kHeightGrew;
+        return;
+    }
+    if (node.satKey == root->satKey) {
+        status = SameRecord(*root, node) ? kRecordPresent : kKeyTaken;
+        return;
+    }
+    const Side side = node.satKey < root->satKey ? kLeft : kRight;
+    AddNodeRecursive(root->*side.here, node, status);
+    if (status == kHeightGrew) RebalanceGrown(root, side, status);
+}
+
+// Puts the in-order predecessor's content into the target and releases the predecessor's node.
+void SwapNode(Subtree& root, VecTabBinTree& target, std::int32_t& shrunk) noexcept {
+    if (root->right != nullptr) {
+        SwapNode(root->right, target, shrunk);
+        if (shrunk == 1) RebalanceShrunk(root, kRight, shrunk);
+        return;
+    }
+    VecTabBinTree* predecessor = root;
+    target.satKey = predecessor->satKey;
+    target.rec = std::move(predecessor->rec);
+    target.seqNum = predecessor->seqNum;
+    root = predecessor->left;
+    shrunk = 1;
+    delete predecessor;
+}
+
+void RemoveFoundNode(Subtree& root, std::int32_t& shrunk) noexcept {
+    if (root->left != nullptr && root->right != nullptr) {
+        SwapNode(root->left, *root, shrunk);
+        if (shrunk == 1) RebalanceShrunk(root, kLeft, shrunk);
+        return;
+    }
+    VecTabBinTree* removed = root;
+    root = removed->right == nullptr ? removed->left : removed->right;
+    shrunk = 1;
+    delete removed;
+}
+
+void RemoveNodeRecursive(Subtree& root, std::int64_t key, std::int32_t& shrunk, std::int32_t& status) noexcept {
+    if (root == nullptr) {
+        status = 2;
+        TextBuilder<128> text;
+        text.Add("RemoveNode: Unable to locate this key ").AddInteger(key, 19).Add(" in its binary tree.");
+        TraceLogError(text.Text().View());
+        return;
+    }
+    status = 0;
+    if (key == root->satKey) {
+        RemoveFoundNode(root, shrunk);
+        return;
+    }
+    const Side side = key < root->satKey ? kLeft : kRight;
+    RemoveNodeRecursive(root->*side.here, key, shrunk, status);
+    if (shrunk == 1) RebalanceShrunk(root, side, shrunk);
+}
+
+void EmptyTreeRecursive(Subtree& root) noexcept {
+    if (root == nullptr) return;
+    EmptyTreeRecursive(root->left);
+    EmptyTreeRecursive(root->right);
+    if (IsDma(root->satKey)) RemoveDMA(root->satKey);
+    delete root;
+    root = nullptr;
+}
+
+std::int32_t GetTreeCount(const VecTabBinTree* root) noexcept {
+    return root == nullptr ? 0 : GetTreeCount(root->left) + 1 + GetTreeCount(root->right);
+}
+
+FixedText<32> EntryText(std::int32_t seqNum) noexcept {
+    return TextBuilder<32>().AddDigits(seqNum, 12).Text();
+}
+
+// Right subtree, node, left subtree: keys come in descending order.
+void GetTreeCombKeys(const VecTabBinTree* root, bool byEntry, std::vector<SortEntry>& combKeys) {
+    if (root == nullptr) return;
+    GetTreeCombKeys(root->right, byEntry, combKeys);
+    const VecTabRecord* record = GetRec(*root);
+    const bool printed = !byEntry && record != nullptr;
+    combKeys.push_back({printed ? FieldsToStr(*record) : EntryText(root->seqNum), root->satKey});
+    GetTreeCombKeys(root->left, byEntry, combKeys);
+}
+
+void GetKeysQuick(const VecTabBinTree* root, std::int32_t& count, std::int64_t* keys) noexcept {
+    if (root == nullptr) return;
+    GetKeysQuick(root->left, count, keys);
+    keys[count++] = root->satKey;
+    GetKeysQuick(root->right, count, keys);
+}
+
+}  // namespace
+
+std::int32_t KeyMode() noexcept {
+    using namespace VecTableSupport;
+    const std::int32_t mode = UseAllKeyMode() ? AllKeyModeGet() : ElsetKeyModeGet();
+    return mode == kDirectMemoryMode ? kDirectMemoryMode : kTreeMode;
+}
+
+VecTabBinTree* VecTabTreeRoot() noexcept {
+    return treeRoot.load(std::memory_order_acquire);
+}
+
+std::int64_t AddNode(VecTabBinTree& node, std::int32_t& status) noexcept {
+    constexpr int kMostAttempts = 100;
+    const WriteSection section;
+    Subtree root = VecTabTreeRoot();
+    AddNodeRecursive(root, node, status);
+    if (KeyMode() == VecTableSupport::kTreeMode) {
+        for (int attempts = 1; status == kKeyTaken; ++attempts) {
+            node.satKey = VecTableSupport::NextSatKey(node.satKey);
+            if (attempts == kMostAttempts) {
+                status = kRecordPresent;
+            } else {
+                AddNodeRecursive(root, node, status);
+            }
+        }
+    }
+    treeRoot.store(root, std::memory_order_release);
+    return node.satKey;
+}
+
+bool Equal(const VecTabRecord& a, const VecTabRecord& b) noexcept {
+    return a.satNum == b.satNum && a.coordSys == b.coordSys && a.epochDs50UTC == b.epochDs50UTC;
+}
+
+VecTabBinTree* FindNode(std::int64_t key) noexcept {
+    VecTabBinTree* node = VecTabTreeRoot();
+    while (node != nullptr && node->satKey != key) node = key < node->satKey ? node->left : node->right;
+    return node;
+}
+
+// The object of a direct-memory key is released inside the section too, so that no walk under the gate meets a record
+// on its way out.
+void RemoveNode(std::int64_t key, std::int32_t& shrunk, std::int32_t& status) noexcept {
+    status = 0;
+    if (IsDma(key) && key <= 0) {
+        status = 2;
+        TraceLogError("RemoveNode: Invalid DMA key (<=0).");
+        return;
+    }
+    const WriteSection section;
+    if (IsDma(key)) status = RemoveDMA(key);
+    if (status != 0) return;
+    Subtree root = VecTabTreeRoot();
+    RemoveNodeRecursive(root, key, shrunk, status);
+    treeRoot.store(root, std::memory_order_release);
+}
+
+void EmptyTree(std::int32_t& status) noexcept {
+    if (status != 0) return;
+    const WriteSection section;
+    Subtree root = VecTabTreeRoot();
+    EmptyTreeRecursive(root);
+    treeRoot.store(root, std::memory_order_release);
+}
+
+bool TreeIsEmpty() noexcept {
+    return VecTabTreeRoot() == nullptr;
+}
+
+std::int32_t GetNumOfTreeNodes() noexcept {
+    const ReadSection section;
+    return GetTreeCount(VecTabTreeRoot());
+}
+
+void GetTreeKeys(std::int32_t& count, std::int64_t* keys, std::int32_t order) {
+    const ReadSection section;
+    const VecTabBinTree* root = VecTabTreeRoot();
+    if (order < 0 || order > 2) {
+        GetKeysQuick(root, count, keys);
+        return;
+    }
+    std::vector<SortEntry> combKeys;
+    combKeys.reserve(static_cast<std::size_t>(GetTreeCount(root)));
+    GetTreeCombKeys(root, order == 2, combKeys);
+    VecTableSupport::QuickSortIterative(combKeys);
+    if (order == 1) std::reverse(combKeys.begin(), combKeys.end());
+    for (const SortEntry& entry : combKeys) keys[count++] = entry.key;
+}
+
+VecTabRecord* GetRec(const VecTabBinTree& node) noexcept {
+    if (!IsDma(node.satKey)) return node.rec.get();
+    const DmaObject* object = FindDmaObject(node.satKey);
+    return object == nullptr ? nullptr : object->propData.load();
+}
+
+}  // namespace VecTableTree

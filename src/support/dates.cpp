@@ -1,0 +1,264 @@
+#include "support/dates.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+
+#include "support/number_fields.h"
+#include "support/text.h"
+
+namespace VecTableSupport {
+namespace {
+
+constexpr std::chrono::sys_days kDayZero = std::chrono::sys_days{std::chrono::year{1949} / 12 / 31};
+constexpr std::int32_t kFirstYear = 1950;
+constexpr std::int32_t kLastYear = 9999;
+constexpr std::int32_t kFirstTwoDigitYear = 1957;
+constexpr std::int32_t kMillisecondsPerDay = 86400000;
+
+std::int32_t FullYear(std::int32_t twoDigits) noexcept {
+    return twoDigits + (twoDigits < kFirstTwoDigitYear - 1900 ? 2000 : 1900);
+}
+
+std::int32_t DaysInYear(std::int32_t year) noexcept {
+    return std::chrono::year{year}.is_leap() ? 366 : 365;
+}
+
+std::int32_t StartOfYear(std::int32_t year) noexcept {
+    return static_cast<std::int32_t>((std::chrono::sys_days{std::chrono::year{year} / 1 / 1} - kDayZero).count());
+}
+
+bool IsDayOfYear(std::int32_t year, std::int32_t dayOfYear) noexcept {
+    return year >= kFirstYear && year <= kLastYear && dayOfYear >= 1 && dayOfYear <= DaysInYear(year);
+}
+
+// Letters and digits from left to right, blanks and tabs skipped where they may pad.
+class DateScanner {
+  public:
+    explicit DateScanner(std::string_view text) noexcept : rest_(text) {}
+
+    bool AtEnd() const noexcept { return rest_.empty(); }
+
+    bool SkipBlanks() noexcept {
+        const auto length = rest_.size();
+        while (!rest_.empty() && IsBlankOrTab(rest_.front())) rest_.remove_prefix(1);
+        return rest_.size() < length;
+    }
+
+    // Takes one of the given characters; 0 when the next one is none of them.
+    char Take(std::string_view anyOf) noexcept {
+        if (rest_.empty() || anyOf.find(rest_.front()) == std::string_view::npos) return '\0';
+        const char taken = rest_.front();
+        rest_.remove_prefix(1);
+        return taken;
+    }
+
+    // A whole number of up to four digits, padded by blanks ahead of it; -1 when there is none.
+    std::int32_t TakeInteger() noexcept {
+        SkipBlanks();
+        std::int32_t value = 0;
+        digits_ = 0;
+        for (; !rest_.empty() && IsDigit(rest_.front()); rest_.remove_prefix(1)) {
+            if (++digits_ > 4) return -1;
+            value = value * 10 + (rest_.front() - '0');
+        }
+        return digits_ == 0 ? -1 : value;
+    }
+
+    std::int32_t TakeYear() noexcept {
+        const std::int32_t year = TakeInteger();
+        return digits_ == 4 ? year : -1;
+    }
+
+    // The month of an English name of three letters, in any letter case; -1 when there is none.
+    std::int32_t TakeMonthName() noexcept {
+        constexpr std::string_view kNames = "JANFEBMARAPRMAYJUNJULAUGSEPOCTNOVDEC";
+        SkipBlanks();
+        const auto name = ToUpperCase(FixedText<3>(rest_));
+        for (std::size_t month = 0; month < 12; ++month) {
+            if (kNames.substr(month * 3, 3) != name.View()) continue;
+            rest_.remove_prefix(3);
+            return static_cast<std::int32_t>(month) + 1;
+        }
+        return -1;
+    }
+
+    // Whole seconds and a fraction, padded by blanks ahead; -1.0 when there are none.
+    double TakeSeconds() noexcept {
+        SkipBlanks();
+        const auto end = std::min(rest_.find_first_not_of("0123456789."), rest_.size());
+        double seconds = -1.0;
+        if (end == 0 || ReadRealField(rest_.substr(0, end), 0, seconds) != ReadStatus::kOk) return -1.0;
+        rest_.remove_prefix(end);
+        return seconds;
+    }
+
+  private:
+    std::string_view rest_;
+    int digits_ = 0;
+};
+
+struct CalendarDay {
+    std::int32_t year = 0;
+    std::int32_t dayOfYear = 0;
+};
+
+// "YYYY/MM/DD", "YYYY/DDD", either with dashes, or "YYYY DDD".
+CalendarDay TakeYearFirst(DateScanner& scanner) noexcept {
+    const std::int32_t year = scanner.TakeYear();
+    const char mark = scanner.Take("/-");
+    const std::int32_t monthOrDay = scanner.TakeInteger();
+    if (mark == '\0' || scanner.Take({&mark, 1}) == '\0') return {year, monthOrDay};
+    return {year, MmDd2Jul(year, monthOrDay, scanner.TakeInteger())};
+}
+
+// "DD Mon YYYY".
+CalendarDay TakeDayFirst(DateScanner& scanner) noexcept {
+    const std::int32_t day = scanner.TakeInteger();
+    const std::int32_t month = scanner.TakeMonthName();
+    const std::int32_t year = scanner.TakeYear();
+    return {year, MmDd2Jul(year, month, day)};
+}
+
+// "HH:MM:SS[.f]" or "HH:MM", to the end of the text.
+double TakeTimeOfDay(DateScanner& scanner, CalendarDay day) noexcept {
+    const std::int32_t hour = scanner.TakeInteger();
+    if (scanner.Take(":") == '\0') return 0.0;
+    const std::int32_t minute = scanner.TakeInteger();
+    const double seconds = scanner.Take(":") == '\0' ? 0.0 : scanner.TakeSeconds();
+    scanner.SkipBlanks();
+    scanner.Take("Zz");
+    scanner.SkipBlanks();
+    if (!scanner.AtEnd()) return 0.0;
+    return TComps2UTC(day.dayOfYear, hour, minute, seconds, day.year);
+}
+
+double ScanDateTime(std::string_view text) noexcept {
+    const bool yearFirst = text.size() >= 4 && std::all_of(text.begin(), text.begin() + 4, IsDigit);
+    DateScanner scanner(text);
+    const CalendarDay day = yearFirst ? TakeYearFirst(scanner) : TakeDayFirst(scanner);
+    const bool blanks = scanner.SkipBlanks();
+    if (scanner.Take("Tt") == '\0' && !blanks) return 0.0;
+    return TakeTimeOfDay(scanner, day);
+}
+
+std::string_view WithoutOuterBlanks(std::string_view text) noexcept {
+    while (!text.empty() && IsBlankOrTab(text.front())) text.remove_prefix(1);
+    while (!text.empty() && IsBlankOrTab(text.back())) text.remove_suffix(1);
+    return text;
+}
+
+bool HoldsDigit(std::string_view text) noexcept {
+    return std::any_of(text.begin(), text.end(), IsDigit);
+}
+
+// A compact date, its year in the first `yearWidth` columns, its seconds to the end of the text.
+double ReadCompactDate(std::string_view text, std::size_t yearWidth) noexcept {
+    const auto field = [&](std::size_t first, std::size_t width) {
+        return text.substr(std::min(yearWidth + first, text.size()), width);
+    };
+    std::int32_t year = 0, day = 0, hour = 0, minute = 0;
+    double seconds = 0.0;
+    if (!HoldsDigit(text.substr(0, yearWidth)) || !HoldsDigit(field(0, 3))) return 0.0;
+    const bool read = ReadIntegerField(text.substr(0, yearWidth), year) == ReadStatus::kOk &&
+                      ReadIntegerField(field(0, 3), day) == ReadStatus::kOk &&
+                      ReadIntegerField(field(3, 2), hour) == ReadStatus::kOk &&
+                      ReadIntegerField(field(5, 2), minute) == ReadStatus::kOk &&
+                      ReadRealField(field(7, std::string_view::npos), 3, seconds) == ReadStatus::kOk;
+    if (!read || year < 0) return 0.0;
+    return TComps2UTC(day, hour, minute, seconds, yearWidth == 2 ? FullYear(year) : year);
+}
+
+// "YYDDD.DDDDDDDD...", the fraction counted from the start of the day.
+double ReadDayAndFraction(std::string_view text) noexcept {
+    std::int32_t year = 0;
+    double day = 0.0;
+    const bool read = HoldsDigit(text.substr(0, 2)) && ReadIntegerField(text.substr(0, 2), year) == ReadStatus::kOk &&
+                      ReadRealField(text.substr(2), 0, day) == ReadStatus::kOk;
+    if (!read || year < 0) return 0.0;
+    double ds50UTC = 0.0;
+    ClockA(day, FullYear(year), ds50UTC);
+    return ds50UTC;
+}
+
+}  // namespace
+
+double Date_In(std::string_view text) noexcept {
+    if (text.size() == 15) return ReadCompactDate(text, 2);
+    if (text.size() == 17) return ReadCompactDate(text, 4);
+    return 0.0;
+}
+
+double Dtg2Ds50UTC(std::string_view text) noexcept {
+    text = WithoutOuterBlanks(text);
+    const bool compact = (text.size() == 15 && text[11] == '.') || (text.size() == 17 && text[13] == '.');
+    return compact ? Date_In(text) : ScanDateTime(text);
+}
+
+double DateStr2Ds50(std::string_view text) noexcept {
+    return Dtg2Ds50UTC(text);
+}
+
+double EpochTextToDs50(std::string_view text) noexcept {
+    text = WithoutOuterBlanks(text);
+    switch (text.find('.')) {
+        case 5:
+            return ReadDayAndFraction(text);
+        case 11:
+            return ReadCompactDate(text, 2);
+        case 13:
+            return ReadCompactDate(text, 4);
+        case std::string_view::npos: {
+            const FixedText<20> digits(text);
+            const TextBuilder<21> withPoint =
+                TextBuilder<21>().Add(digits.View().substr(0, 11)).Add(".").Add(digits.View().substr(11));
+            return ReadCompactDate(withPoint.Written(), 2);
+        }
+        default:
+            return 0.0;
+    }
+}
+
+FixedText<15> Ds50ToDate15(double ds50UTC) noexcept {
+    const FixedText<15> noDate("***************");
+    if (!(ds50UTC > 0.0 && ds50UTC < StartOfYear(kLastYear))) return noDate;
+    auto day = static_cast<std::int32_t>(std::floor(ds50UTC));
+    auto milliseconds = static_cast<std::int32_t>(std::round((ds50UTC - day) * kMillisecondsPerDay));
+    if (milliseconds == kMillisecondsPerDay) {
+        ++day;
+        milliseconds = 0;
+    }
+    const auto year = static_cast<int>(std::chrono::year_month_day(kDayZero + std::chrono::days(day)).year());
+    if (year < kFirstTwoDigitYear || year > kFirstTwoDigitYear + 99) return noDate;
+
+    TextBuilder<15> text;
+    text.AddDigits(year % 100, 2).AddDigits(day - StartOfYear(year) + 1, 3);
+    text.AddDigits(milliseconds / 3600000, 2).AddDigits(milliseconds / 60000 % 60, 2);
+    text.AddDigits(milliseconds / 1000 % 60, 2).Add(".").AddDigits(milliseconds % 1000, 3);
+    return text.Text();
+}
+
+std::int32_t MmDd2Jul(std::int32_t year, std::int32_t month, std::int32_t day) noexcept {
+    if (year < kFirstYear || year > kLastYear || month < 1 || month > 12 || day < 1 || day > 31) return 0;
+    const std::chrono::year_month_day date = std::chrono::year{year} / month / day;
+    if (!date.ok()) return 0;
+    return static_cast<std::int32_t>((std::chrono::sys_days{date} - kDayZero).count()) - StartOfYear(year) + 1;
+}
+
+void ClockA(double dayOfYear, std::int32_t year, double& ds50UTC) noexcept {
+    ds50UTC = 0.0;
+    if (!(dayOfYear >= 1.0 && dayOfYear < 367.0)) return;
+    if (!IsDayOfYear(year, static_cast<std::int32_t>(dayOfYear))) return;
+    ds50UTC = StartOfYear(year) - 1 + dayOfYear;
+}
+
+double TComps2UTC(std::int32_t dayOfYear, std::int32_t hour, std::int32_t minute, double seconds,
+                  std::int32_t year) noexcept {
+    const bool lastMinute = hour == 23 && minute == 59;
+    const bool valid = IsDayOfYear(year, dayOfYear) && hour >= 0 && hour <= 23 && minute >= 0 && minute <= 59 &&
+                       seconds >= 0.0 && seconds < (lastMinute ? 61.0 : 60.0);
+    if (!valid) return 0.0;
+    return StartOfYear(year) - 1 + dayOfYear + (hour * 3600 + minute * 60 + seconds) / kSecondsPerDay;
+}
+
+}  // namespace VecTableSupport

@@ -1,0 +1,114 @@
+#include "support/files.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "support/text.h"
+
+namespace VecTableSupport {
+namespace {
+
+constexpr std::size_t kBufferSize = 128 * 1024;
+constexpr std::size_t kLongestLine = 4096;
+
+// 0 for a regular file, which alone can be read twice and comes to an end.
+std::int32_t RefuseIrregular(int descriptor) noexcept {
+    struct stat properties;
+    if (::fstat(descriptor, &properties) != 0) return errno;
+    if (S_ISREG(properties.st_mode)) return 0;
+    return S_ISDIR(properties.st_mode) ? EISDIR : ESPIPE;
+}
+
+std::string_view WithoutCarriageReturn(const char* first, const char* last) noexcept {
+    if (first != last && last[-1] == '\r') --last;
+    return {first, static_cast<std::size_t>(last - first)};
+}
+
+}  // namespace
+
+std::int32_t InputUnit::Open(std::string_view filePath) {
+    Close();
+    const std::string path(WithoutTrailingBlanks(filePath));
+    if (path.find('\0') != std::string::npos) return EINVAL;
+    buffer_ = std::make_unique_for_overwrite<char[]>(kBufferSize);
+    descriptor_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);  // a pipe must not block here
+    if (descriptor_ < 0) return errno;
+    const std::int32_t refusal = RefuseIrregular(descriptor_);
+    if (refusal != 0) Close();
+    return refusal;
+}
+
+void InputUnit::Close() noexcept {
+    if (descriptor_ >= 0) ::close(descriptor_);
+    descriptor_ = -1;
+    begin_ = end_ = 0;
+}
+
+void InputUnit::Rewind() noexcept {
+    ::lseek(descriptor_, 0, SEEK_SET);
+    begin_ = end_ = 0;
+}
+
+// Moves what is not yet handed out to `keptFrom` and reads on behind it.
+ReadStatus InputUnit::Fill(std::size_t keptFrom) noexcept {
+    const std::size_t kept = end_ - begin_;
+    std::memmove(buffer_.get() + keptFrom, buffer_.get() + begin_, kept);
+    begin_ = keptFrom;
+    end_ = keptFrom + kept;
+    ssize_t count = 0;
+    do {
+        count = ::read(descriptor_, buffer_.get() + end_, kBufferSize - end_);
+    } while (count < 0 && errno == EINTR);
+    if (count < 0) return ReadStatus::kError;
+    end_ += static_cast<std::size_t>(count);
+    return count == 0 ? ReadStatus::kEndOfData : ReadStatus::kOk;
+}
+
+ReadStatus InputUnit::NextLine(std::string_view& line) noexcept {
+    std::size_t searched = 0;
+    line = {};
+    for (;;) {
+        const char* first = buffer_.get() + begin_;
+        if (const void* lineFeed = std::memchr(first + searched, '\n', end_ - begin_ - searched)) {
+            const char* end = static_cast<const char*>(lineFeed);
+            begin_ += static_cast<std::size_t>(end - first) + 1;
+            line = WithoutCarriageReturn(first, end);
+            return ReadStatus::kOk;
+        }
+        searched = end_ - begin_;
+        if (searched >= kLongestLine) return CutLongLine(line);
+        const ReadStatus status = Fill(0);
+        if (status == ReadStatus::kEndOfData && searched > 0) {
+            begin_ = end_;
+            line = WithoutCarriageReturn(buffer_.get(), buffer_.get() + searched);
+            return ReadStatus::kOk;
+        }
+        if (status != ReadStatus::kOk) return status;
+    }
+}
+
+// Keeps the head of the line at the start of the buffer and reads past the rest behind it.
+ReadStatus InputUnit::CutLongLine(std::string_view& line) noexcept {
+    std::memmove(buffer_.get(), buffer_.get() + begin_, kLongestLine);
+    ReadStatus status = ReadStatus::kOk;
+    const void* lineFeed = nullptr;
+    while (lineFeed == nullptr && status == ReadStatus::kOk) {
+        begin_ = end_;
+        status = Fill(kLongestLine);
+        lineFeed = std::memchr(buffer_.get() + begin_, '\n', end_ - begin_);
+    }
+    if (status == ReadStatus::kError) return status;
+    if (lineFeed != nullptr) begin_ = static_cast<std::size_t>(static_cast<const char*>(lineFeed) - buffer_.get()) + 1;
+    line = {buffer_.get(), kLongestLine};
+    return ReadStatus::kOk;
+}
+
+std::int32_t FileOpenMt(std::string_view filePath, InputUnit& unit) {
+    return unit.Open(filePath);
+}
+
+}  // namespace VecTableSupport

@@ -1,0 +1,88 @@
+// Reading files through a buffer of the unit's own: a file of any size takes constant memory.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+#include "support/number_fields.h"
+
+namespace VecTableSupport {
+
+// A line in a blank-padded buffer of N characters.
+template <std::size_t N>
+class LineBuffer {
+  public:
+    LineBuffer() noexcept { chars_.fill(' '); }
+
+    void Assign(std::string_view line) noexcept {
+        const std::size_t length = std::min(line.size(), N);
+        std::copy_n(line.data(), length, chars_.data());
+        if (length < length_) std::fill(chars_.data() + length, chars_.data() + length_, ' ');
+        length_ = length;
+    }
+
+    // All N characters.
+    std::string_view Text() const noexcept { return {chars_.data(), N}; }
+
+    // The line without its padding.
+    std::string_view Used() const noexcept { return {chars_.data(), length_}; }
+
+    // Columns are counted from 1; those behind the end of the line are blank.
+    std::string_view Columns(std::size_t first, std::size_t width) const noexcept {
+        return Text().substr(first - 1, width);
+    }
+
+    bool IsBlank() const noexcept { return Used().find_first_not_of(" \t") == std::string_view::npos; }
+    bool IsComment() const noexcept { return chars_[0] == '*'; }
+
+  private:
+    std::array<char, N> chars_;
+    std::size_t length_ = 0;
+};
+
+// A file open for reading, closed at the end of its scope. Only regular files are taken: a pipe or a device cannot be
+// rewound, and may never end.
+class InputUnit {
+  public:
+    InputUnit() noexcept = default;
+    InputUnit(const InputUnit&) = delete;
+    InputUnit& operator=(const InputUnit&) = delete;
+    ~InputUnit() { Close(); }
+
+    // 0, or the error number of the system. Trailing blanks of the path do not count.
+    std::int32_t Open(std::string_view filePath);
+    void Close() noexcept;
+
+    // Back to the first line.
+    void Rewind() noexcept;
+
+    // The next line without its line end, good until the next reading. A carriage return ahead of a line feed belongs
+    // to the line end, and a last line needs none. Of a longer line at least 4096 characters are kept.
+    ReadStatus NextLine(std::string_view& line) noexcept;
+
+    template <std::size_t N>
+    ReadStatus ReadLine(LineBuffer<N>& line) noexcept {
+        std::string_view text;
+        const ReadStatus status = NextLine(text);
+        line.Assign(text);
+        return status;
+    }
+
+  private:
+    ReadStatus Fill(std::size_t keptFrom) noexcept;
+    ReadStatus CutLongLine(std::string_view& line) noexcept;
+
+    int descriptor_ = -1;
+    std::unique_ptr<char[]> buffer_;
+    std::size_t begin_ = 0;  // the characters read and not yet handed out lie from here
+    std::size_t end_ = 0;    // to here
+};
+
+// Opens a file for reading: 0, or the error number of the system. Logs nothing.
+std::int32_t FileOpenMt(std::string_view filePath, InputUnit& unit);
+
+}  // namespace VecTableSupport

@@ -1,0 +1,38 @@
+// The settings that decide how records are stored. The host program sets them; every thread may read and set them at
+// any time.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+namespace VecTableSupport {
+
+inline constexpr std::int32_t kTreeMode = 0;
+inline constexpr std::int32_t kDirectMemoryMode = 1;
+
+struct KeyModeSettings {
+    std::atomic<bool> useAllKeyMode{false};
+    std::atomic<std::int32_t> allKeyMode{kTreeMode};
+    std::atomic<std::int32_t> elsetKeyMode{kTreeMode};
+    std::atomic<std::int32_t> dupKeyMode{0};
+};
+
+inline KeyModeSettings keyModeSettings;
+
+// Whether AllKeyModeGet is to be taken rather than ElsetKeyModeGet.
+inline bool UseAllKeyMode() noexcept {
+    return keyModeSettings.useAllKeyMode;
+}
+inline std::int32_t AllKeyModeGet() noexcept {
+    return keyModeSettings.allKeyMode;
+}
+inline std::int32_t ElsetKeyModeGet() noexcept {
+    return keyModeSettings.elsetKeyMode;
+}
+
+// 0: a duplicate is reported and gives key 0; any other value: it is silent and gives the key.
+inline std::int32_t DupKeyModeGet() noexcept {
+    return keyModeSettings.dupKeyMode;
+}
+
+}  // namespace VecTableSupport

@@ -1,0 +1,35 @@
+// The 64-bit keys of stored records.
+//
+// A tree key is made from a satellite number, an element type and an epoch. Its last digit is the element type, never
+// 0, and its head is the satellite number. A direct-memory key is the address of an object times ten. The last digit
+// tells the two apart. -1 is no key.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace VecTableSupport {
+
+inline constexpr std::int64_t kNoKey = -1;
+
+// `ds50UTC` in days since 1950, UTC; -1 when it is not finite or beyond 10^9 days.
+std::int64_t CreateSatKey(std::int32_t satNum, std::int32_t elementType, double ds50UTC) noexcept;
+
+// `dateText` in one of the forms of EpochTextToDs50; -1 when it is no date.
+std::int64_t CreateSatKey(std::int32_t satNum, std::int32_t elementType, std::string_view dateText) noexcept;
+
+// The next tree key to try after a collision: 10 further away from zero, and back to the head of the range behind its
+// end.
+std::int64_t NextSatKey(std::int64_t key) noexcept;
+
+constexpr bool IsDma(std::int64_t key) noexcept {
+    return key % 10 == 0;
+}
+constexpr std::int64_t SatKeyToAddr(std::int64_t key) noexcept {
+    return key / 10;
+}
+constexpr std::int64_t AddrToSatKey(std::int64_t address) noexcept {
+    return address * 10;
+}
+
+}  // namespace VecTableSupport

@@ -1,0 +1,39 @@
+// Collects the entries of the trace log for the length of a scope.
+#pragma once
+
+#include <vectable/host.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+struct LogEntry {
+    int32_t level;
+    std::string text;  // exactly as logged
+    bool operator==(const LogEntry&) const = default;
+};
+
+class LogCapture {
+  public:
+    LogCapture() { VecHostSetTraceSink(Collect, this); }
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+    ~LogCapture() { VecHostSetTraceSink(nullptr, nullptr); }
+
+    // The entries of one level so far, without their trailing blanks; they are then forgotten.
+    std::vector<std::string> Take(int32_t level = VEC_HOST_TRACE_ERROR) {
+        std::vector<std::string> taken;
+        for (const LogEntry& entry : entries) {
+            if (entry.level == level) taken.push_back(entry.text.substr(0, entry.text.find_last_not_of(' ') + 1));
+        }
+        entries.clear();
+        return taken;
+    }
+
+    std::vector<LogEntry> entries;
+
+  private:
+    static void Collect(int32_t level, const char* text, int32_t length, void* context) {
+        static_cast<LogCapture*>(context)->entries.push_back({level, std::string(text, static_cast<size_t>(length))});
+    }
+};

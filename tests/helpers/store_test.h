@@ -1,0 +1,82 @@
+// A test of whole calls on an empty store, with the log at hand and a folder for files.
+#pragma once
+
+#include <vectable/vectable.h>
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+#include <string_view>
+
+#include "helpers/log_capture.h"
+
+using Vector = std::array<double, 3>;
+using Covariance = std::array<double, 21>;
+using Strings = std::vector<std::string>;
+
+// A state as the calls give it.
+struct State {
+    double time = -1.0;
+    Vector pos{-1.0, -1.0, -1.0};
+    Vector vel{-1.0, -1.0, -1.0};
+    int32_t revNum = -1;
+    std::array<double, 36> covMtx = [] {
+        std::array<double, 36> filled;
+        filled.fill(-1.0);
+        return filled;
+    }();
+
+    bool operator==(const State&) const = default;
+    static State Zero() { return {0.0, {}, {}, 0, {}}; }
+};
+
+inline int32_t AskByIndex(int64_t key, int32_t index, State& s) {
+    return VecTabGetCovMtx(key, index, &s.time, s.pos.data(), s.vel.data(), &s.revNum, s.covMtx.data());
+}
+inline int32_t AskByMinutes(int64_t key, double mse, State& s) {
+    return VecTabMseCovMtx(key, mse, &s.time, s.pos.data(), s.vel.data(), &s.revNum, s.covMtx.data());
+}
+inline int32_t AskByTime(int64_t key, double ds50UTC, State& s) {
+    return VecTabDs50UTCCovMtx(key, ds50UTC, &s.time, s.pos.data(), s.vel.data(), &s.revNum, s.covMtx.data());
+}
+
+class StoreTest : public testing::Test {
+  protected:
+    StoreTest() { Reset(); }
+    ~StoreTest() override {
+        Reset();
+        std::filesystem::remove_all(folder);
+    }
+
+    static void Reset() {
+        VecTabRemoveAllSats();
+        VecHostSetUseAllKeyMode(0);
+        VecHostSetAllKeyMode(0);
+        VecHostSetElsetKeyMode(0);
+        VecHostSetDupKeyMode(0);
+    }
+
+    // A file in the folder of the test; its path.
+    std::string Write(const std::string& name, std::string_view text) const {
+        std::filesystem::create_directories(folder);
+        const std::string path = folder / name;
+        std::ofstream(path, std::ios::binary) << text;
+        return path;
+    }
+
+    static int64_t Add(int32_t satNum, double epoch, int32_t typeCode = 1) {
+        return VecTabAddSat(satNum, epoch, 6378.135, 0.0743669161, typeCode);
+    }
+
+    static int32_t Append(int64_t key, double ds50UTC, Vector pos = {7000.0, 0.0, 0.0}, Vector vel = {},
+                          int32_t revNum = 0) {
+        return VecTabAddSatEphem(key, ds50UTC, pos.data(), vel.data(), revNum);
+    }
+
+    LogCapture log;
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("vectable_" + std::to_string(::getpid()) + "_" +
+                                                  testing::UnitTest::GetInstance()->current_test_info()->name());
+};

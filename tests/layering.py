@@ -1,0 +1,51 @@
+"""Refuses an include that points upward through the modules: calls go downward only.
+
+The module of a file is the namespace that it opens, or uses where it opens none.
+"""
+
+import pathlib
+import re
+import sys
+
+ORDER = [
+    "VecTableSupport",
+    "VecTableTypes",
+    "VecTableTree",
+    "VecTableProcessing",
+    "VecTableCardReading",
+    "VecTableDllVarsUtils",
+    "VecTableDllExports",
+]
+
+
+def module_of(text):
+    opened = re.search(r"^namespace (VecTable\w+)", text, re.MULTILINE)
+    used = re.search(r"^using namespace (VecTable\w+)", text, re.MULTILINE)
+    return opened or used
+
+
+def main(root):
+    files = {path.relative_to(root).as_posix(): path.read_text() for path in root.rglob("*.h")}
+    sources = {path.relative_to(root).as_posix(): path.read_text() for path in root.rglob("*.cpp")}
+    exceptions = {"support/module.h": "VecTableSupport", "exports/host.cpp": "VecTableDllExports"}
+    rank = {}
+    for name, text in (files | sources).items():
+        found = module_of(text)
+        module = exceptions.get(name) or (found and found.group(1))
+        if module not in ORDER:
+            sys.exit(f"{name}: belongs to no module")
+        rank[name] = ORDER.index(module)
+    faults = 0
+    for name, text in (files | sources).items():
+        for included in re.findall(r'^#include "([^"]+)"', text, re.MULTILINE):
+            if included not in rank:
+                sys.exit(f"{name}: includes {included}, which does not exist")
+            if rank[included] > rank[name]:
+                print(f"{name} ({ORDER[rank[name]]}) includes {included} ({ORDER[rank[included]]})")
+                faults += 1
+    print(f"{len(rank)} files, {faults} upward includes")
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(pathlib.Path(sys.argv[1])))

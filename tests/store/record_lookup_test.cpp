@@ -1,0 +1,177 @@
+#include "store/record_lookup.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <random>
+#include <set>
+
+#include "helpers/store_test.h"
+#include "store/direct_memory.h"
+#include "store/read_gate.h"
+#include "support/keys.h"
+
+using namespace VecTableTree;
+
+class RecordLookup : public StoreTest {
+  protected:
+    static VecTabRecord MakeRecord(std::int32_t satNum, double epoch) {
+        VecTabRecord record;
+        record.satNum = satNum;
+        record.epochDs50UTC = epoch;
+        return record;
+    }
+};
+
+TEST_F(RecordLookup, DuplicatesAreToldByTheHostsSetting) {
+    const int64_t key = Add(5, 100.0);
+    EXPECT_EQ(Add(5, 100.0), 0);
+    EXPECT_EQ(log.Take(), Strings{"AddRecToMem: Duplicated record/key         56400005046 found."});
+    VecHostSetDupKeyMode(1);
+    EXPECT_EQ(Add(5, 100.0), key);
+    EXPECT_TRUE(log.Take().empty());
+    EXPECT_EQ(VecTabGetCount(), 1);
+}
+
+TEST_F(RecordLookup, ACollisionWithAnotherRecordIsStepped) {
+    const int64_t key = Add(5, 100.0);
+    const double nextBit = std::nextafter(100.0, 101.0);
+    const int64_t stepped = Add(5, nextBit);
+    EXPECT_EQ(stepped, VecTableSupport::NextSatKey(key));
+    VecHostSetDupKeyMode(1);
+    EXPECT_EQ(Add(5, nextBit), key);  // a duplicate found behind a step has the key as first made
+    EXPECT_EQ(VecTabGetCount(), 2);
+    EXPECT_EQ(Add(5, NAN), -1);
+}
+
+TEST_F(RecordLookup, FieldsGiveTheKeyOfAStoredRecord) {
+    const int64_t key = Add(25544, 27819.5);
+    EXPECT_EQ(VecTabFieldsToSatKey(25544, "26060120000.000"), key);
+    EXPECT_EQ(VecTabFieldsToSatKey(25544, "   2606012"), key);
+    EXPECT_EQ(VecTabFieldsToSatKey(25544, "26060.5"), key);
+    EXPECT_EQ(VecTabFieldsToSatKey(25544, "2026060120000.000"), key);
+    EXPECT_EQ(VecTabFieldsToSatKey(25544, ""), -1);
+    EXPECT_EQ(VecTabFieldsToSatKey(25544, "26400120000.000"), -1);
+}
+
+TEST_F(RecordLookup, DirectMemoryStoresEveryRecordAnew) {
+    VecHostSetElsetKeyMode(1);
+    std::set<int64_t> keys;
+    for (int i = 0; i < 1000; ++i) keys.insert(Add(5, 100.0));
+    EXPECT_EQ(keys.size(), 1000U);
+    EXPECT_EQ(VecTabGetCount(), 1000);
+    EXPECT_TRUE(VecTableSupport::IsDma(*keys.begin()));
+    EXPECT_EQ(keys.count(VecTabGetSatKey(5)), 1U);
+
+    VecHostSetElsetKeyMode(0);  // both kinds stand in one tree
+    const int64_t treeKey = Add(6, 100.0);
+    EXPECT_EQ(VecTabGetSatKey(6), treeKey);
+    EXPECT_EQ(VecTabRemoveSat(*keys.begin()), 0);
+    EXPECT_EQ(VecTabRemoveSat(*keys.begin()), 2);
+    EXPECT_EQ(log.Take(), Strings{"RemoveDMA: /DMA doesn't exist or was already deallocated"});
+    EXPECT_EQ(VecTabRemoveAllSats(), 0);
+    EXPECT_EQ(VecTabGetCount(), 0);
+}
+
+TEST_F(RecordLookup, TheSettingOfAllKeysGoesFirstWhenItIsOn) {
+    VecHostSetAllKeyMode(1);
+    EXPECT_FALSE(VecTableSupport::IsDma(Add(1, 1.0)));
+    VecHostSetUseAllKeyMode(1);
+    EXPECT_TRUE(VecTableSupport::IsDma(Add(1, 1.0)));
+    VecHostSetAllKeyMode(7);  // any value but 1 is tree mode
+    EXPECT_FALSE(VecTableSupport::IsDma(Add(2, 1.0)));
+}
+
+TEST_F(RecordLookup, FailedLookupsHaveTheirWords) {
+    VecTabRecord* found = nullptr;
+    std::string_view words;
+    const auto ask = [&](int64_t key) {
+        FindRecPtr(key, found, &words);
+        if (!VecTableSupport::IsDma(key)) EndRead();
+        EXPECT_EQ(found, nullptr);
+        return words;
+    };
+    EXPECT_EQ(ask(16), "FindRecPtr: Search tree is empty.");
+    Add(1, 1.0);
+    EXPECT_EQ(ask(16), "FindRecPtr: search key doens't exist.");
+    EXPECT_EQ(ask(0), "FindRecPtr: Invalid DMA key (<=0).");
+    EXPECT_EQ(ask(-20), "FindRecPtr: Invalid DMA key (<=0).");
+    EXPECT_EQ(ask(20), "FindRecPtr: Invalid DMA key.");
+
+    VecHostSetElsetKeyMode(1);
+    const int64_t key = Add(1, 1.0);
+    int outside = 0;
+    DmaObject* object = FindDmaObject(key);
+    object->dmaLinkA = &outside;
+    EXPECT_EQ(RemoveDMA(key), 0);
+    EXPECT_EQ(ask(key), "FindRecPtr: Prop data doesn't exist.");
+    object->dmaLinkA = nullptr;
+    object->elsetType = 5;
+    EXPECT_EQ(VecTabRemoveSat(key), 2);
+    EXPECT_EQ(log.Take(), Strings{"RemoveDMA: This DMA object isn't a correct object."});
+    object->elsetType = 6;
+    EXPECT_EQ(VecTabRemoveSat(key), 0);
+    EXPECT_EQ(ask(key), "FindRecPtr: Invalid DMA key.");
+    EXPECT_EQ(Gate::numReads, 0);
+}
+
+TEST_F(RecordLookup, AnyNumberIsSafeAsAKey) {
+    VecHostSetElsetKeyMode(1);
+    const int64_t key = Add(1, 100.0);
+    std::mt19937_64 random(5);
+    State state;
+    for (int i = 0; i < 5000; ++i) {
+        const auto any = static_cast<int64_t>(random());
+        const int64_t near = key + static_cast<int64_t>(random() % 100000) - 50000;
+        for (const int64_t wrong : {any, any / 10 * 10, near, near / 10 * 10}) {
+            if (wrong == key) continue;
+            ASSERT_EQ(AskByMinutes(wrong, 0.0, state), 2);
+            ASSERT_EQ(VecTabRemoveSat(wrong), 2);
+            ASSERT_EQ(Append(wrong, 1.0), 2);
+        }
+        log.entries.clear();
+    }
+    EXPECT_EQ(VecTabGetCount(), 1);
+}
+
+TEST_F(RecordLookup, FreedObjectsAreTakenAgainInTheOrderOfTheirRelease) {
+    VecHostSetElsetKeyMode(1);
+    std::vector<int64_t> keys;
+    for (int i = 0; i < 300; ++i) keys.push_back(Add(i, 1.0));
+    VecTabRemoveSat(keys[7]);
+    VecTabRemoveSat(keys[3]);
+    std::vector<int64_t> reused;
+    for (int i = 0; i < 20000 && reused.size() < 2; ++i) {
+        const int64_t key = Add(1000 + i, 1.0);
+        if (key == keys[7] || key == keys[3]) reused.push_back(key);
+    }
+    EXPECT_EQ(reused, (std::vector<int64_t>{keys[7], keys[3]}));
+}
+
+TEST_F(RecordLookup, ACopyOfARecordIsItsOwn) {
+    for (const int mode : {0, 1}) {
+        VecHostSetElsetKeyMode(mode);
+        VecTabRecord record = MakeRecord(1, 100.0);
+        record.points.Grow(2000);
+        record.numOfPts = 1001;
+        record.points[1001].revNum = 77;
+        VecTabBinTree* node = nullptr;
+        const int64_t key = AddRecToMem(record, &node);
+        record.points[1001].revNum = 1;
+        FreeVecTabRecord(record);
+        FreeVecTabRecord(record);
+        EXPECT_FALSE(record.points.IsAllocated());
+        EXPECT_EQ(GetRec(*node)->points[1001].revNum, 77);
+
+        VecTabRecord copy;
+        VecTableSupport::FixedText<128> words;
+        FindRec(key, copy, &words);
+        EXPECT_EQ(copy.points.Capacity(), 2000U);
+        EXPECT_EQ(copy.points[1001].revNum, 77);
+        EXPECT_TRUE(words.IsBlank());
+        FindRec(16, copy, &words);
+        EXPECT_EQ(copy.satNum, -123);
+        EXPECT_EQ(words.Trimmed(), "FindRec: search key doens't exist.");
+        FindRec(-10, copy, &words);
+        EXPECT_EQ(words.Trimmed(), "FindRec: Invalid DMA key (<=0).");
+    }
+}
