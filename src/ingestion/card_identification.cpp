@@ -100,9 +100,8 @@ bool IsOwnerOperatorFile(std::string_view line) noexcept {
 bool IsSatNumOnly(std::string_view line) noexcept {
     constexpr std::size_t kMostDigits = 9;
     if (line.empty() || !IsDigit(line.front())) return false;
-    const auto numberEnd = std::find_if_not(line.begin(), line.end(), IsDigit);
-    if (static_cast<std::size_t>(numberEnd - line.begin()) > kMostDigits) return false;
-    return std::none_of(numberEnd, line.end(), IsDigit);
+    const std::size_t length = std::min(line.find_first_not_of("0123456789"), line.size());
+    return length <= kMostDigits && std::none_of(line.begin() + length, line.end(), IsDigit);
 }
 
 bool FileIsDotDCE(std::string_view filePath) noexcept {

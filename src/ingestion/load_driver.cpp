@@ -1,5 +1,7 @@
 #include "ingestion/load_driver.h"
 
+#include <utility>
+
 #include "ingestion/card_identification.h"
 #include "ingestion/point_assembly.h"
 #include "ingestion/readers/readers.h"
@@ -41,17 +43,32 @@ void FollowListLines(InputUnit& unit, EphemName& name) {
     }
 }
 
-// What one walk over a file works on.
+// The last ephemeris of a walk.
+struct Summary {
+    std::int32_t numOfPts = 0;
+    double start = 0.0;  // days since 1950, UTC
+    double end = 0.0;
+    std::int32_t coordSys = 0;
+};
+
+// What one walk over a file works on. The readers fill the record, one after the other.
 struct Walk {
     InputUnit& unit;
     std::string_view filePath;
     VecTabRecord record;
     std::int64_t* satKeyOut;
+    Summary summary;
 };
 
+// Stores the record with its points; its texts and numbers stay for the next reader, which makes points of its own.
 void Store(Walk& walk) {
-    TrimVecTablePts(walk.record);
-    const std::int64_t key = VecTableTree::AddRecToMem(walk.record);
+    VecTabRecord& record = walk.record;
+    walk.summary = {record.numOfPts, record.points[1].ds50UTC, record.LastPoint().ds50UTC, record.coordSys};
+    TrimVecTablePts(record);
+    VecTableTypes::PointArray points = std::move(record.points);
+    VecTabRecord finished = record;
+    finished.points = std::move(points);
+    const std::int64_t key = VecTableTree::AddRecToMem(std::move(finished));
     if (walk.satKeyOut != nullptr) *walk.satKeyOut = key;
 }
 
@@ -96,20 +113,20 @@ bool ReadByCards(Walk& walk, EphemName& ephemName) {
     return true;
 }
 
-void LogSummary(const VecTabRecord& record) noexcept {
-    if (record.numOfPts == 0) {
+void LogSummary(const Summary& summary) noexcept {
+    if (summary.numOfPts == 0) {
         TraceLogInfo("Total ephemeris points = 0");
         return;
     }
     constexpr std::string_view kLabels = "ECIJ2KEFGECR";
     TextBuilder<128> text;
-    text.Add("Total ephemeris points = ").AddInteger(record.numOfPts);
-    text.Add(", Start = ").Add(VecTableSupport::Ds50ToDate15(record.points[1].ds50UTC).View());
-    text.Add(", End = ").Add(VecTableSupport::Ds50ToDate15(record.LastPoint().ds50UTC).View()).Add(", Coord = ");
-    if (record.coordSys >= VecTableTypes::kEci && record.coordSys <= VecTableTypes::kEcr) {
-        text.Add(kLabels.substr(static_cast<std::size_t>(record.coordSys - 1) * 3, 3));
+    text.Add("Total ephemeris points = ").AddInteger(summary.numOfPts);
+    text.Add(", Start = ").Add(VecTableSupport::Ds50ToDate15(summary.start).View());
+    text.Add(", End = ").Add(VecTableSupport::Ds50ToDate15(summary.end).View()).Add(", Coord = ");
+    if (summary.coordSys >= VecTableTypes::kEci && summary.coordSys <= VecTableTypes::kEcr) {
+        text.Add(kLabels.substr(static_cast<std::size_t>(summary.coordSys - 1) * 3, 3));
     } else {
-        text.AddInteger(record.coordSys);
+        text.AddInteger(summary.coordSys);
     }
     TraceLogInfo(text.Text().View());
 }
@@ -135,7 +152,7 @@ std::int32_t ReadVecTabsFrFileUnit(InputUnit& unit, std::string_view filePath) {
 
 std::int32_t ReadOnlyVecTabs(InputUnit& unit, std::string_view filePath, EphemName& ephemName,
                              std::int64_t* satKeyOut) {
-    Walk walk{unit, filePath, {}, satKeyOut};
+    Walk walk{unit, filePath, {}, satKeyOut, {}};
     walk.record.filePath = FilePath(filePath);
     walk.record.ephemName = ephemName;
     if (FileIsDotDCE(filePath)) {
@@ -143,7 +160,7 @@ std::int32_t ReadOnlyVecTabs(InputUnit& unit, std::string_view filePath, EphemNa
         return 2;
     }
     if (!ReadByCards(walk, ephemName)) return 2;
-    LogSummary(walk.record);
+    LogSummary(walk.summary);
     return 0;
 }
 

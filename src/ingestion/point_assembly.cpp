@@ -1,6 +1,7 @@
 #include "ingestion/point_assembly.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "store/record_lookup.h"
 #include "support/text.h"
@@ -46,7 +47,7 @@ std::int64_t CreateNewSatEntry(std::int32_t satNum, double epochDs50UTC, double 
     record.ke = ke;
     record.coordSys = typeCode % 10;
     record.coordSysTens = typeCode - record.coordSys;
-    return VecTableTree::AddRecToMem(record);
+    return VecTableTree::AddRecToMem(std::move(record));
 }
 
 }  // namespace VecTableCardReading

@@ -35,20 +35,18 @@ struct DmaRelease {
 };
 using OwnedDmaObject = std::unique_ptr<DmaObject, DmaRelease>;
 
-// An object that holds a copy of the record, or null with an entry in the log.
-OwnedDmaObject MakeDmaObject(const VecTabRecord& record) {
+// An object that holds the record, or null with an entry in the log.
+OwnedDmaObject MakeDmaObject(VecTabRecord& record) noexcept {
     OwnedDmaObject object(AllocateDmaObject());
     if (object == nullptr) {
         TraceLogError("AddRecToMem: Cannot allocate memory for a new dma.");
         return nullptr;
     }
-    std::unique_ptr<VecTabRecord> copy(new (std::nothrow) VecTabRecord);
-    if (copy == nullptr) {
+    object->propData = new (std::nothrow) VecTabRecord(std::move(record));
+    if (object->propData == nullptr) {
         TraceLogError("AddRecToMem: Cannot allocate memory for a new rec.");
         return nullptr;
     }
-    *copy = record;
-    object->propData = copy.release();
     object->elsetType = VecTableTypes::kVecTabElsetType;
     return object;
 }
@@ -73,7 +71,7 @@ std::int64_t Link(std::unique_ptr<VecTabBinTree> node, VecTabBinTree** nodeOut) 
     return key;
 }
 
-std::int64_t AddToDirectMemory(const VecTabRecord& record, VecTabBinTree** nodeOut) {
+std::int64_t AddToDirectMemory(VecTabRecord& record, VecTabBinTree** nodeOut) noexcept {
     OwnedDmaObject object = MakeDmaObject(record);
     if (object == nullptr) return kNoKey;
     const auto address = static_cast<std::int64_t>(reinterpret_cast<std::intptr_t>(object.get()));
@@ -86,13 +84,13 @@ std::int64_t AddToDirectMemory(const VecTabRecord& record, VecTabBinTree** nodeO
     return key;
 }
 
-std::int64_t AddToTree(const VecTabRecord& record, VecTabBinTree** nodeOut) {
+std::int64_t AddToTree(VecTabRecord& record, VecTabBinTree** nodeOut) {
     const std::int64_t key =
         VecTableSupport::CreateSatKey(record.satNum, VecTableTypes::kVecTabElsetType, record.epochDs50UTC);
     if (key == kNoKey) return kNoKey;
     std::unique_ptr<VecTabBinTree> node = MakeNode(key);
     if (node == nullptr) return kNoKey;
-    node->rec = std::make_unique<VecTabRecord>(record);
+    node->rec = std::make_unique<VecTabRecord>(std::move(record));
     const std::int64_t linkedKey = Link(std::move(node), nodeOut);
     if (linkedKey != kNoKey) return linkedKey;
     if (VecTableSupport::DupKeyModeGet() != 0) return key;
@@ -110,7 +108,7 @@ std::int64_t FindAssociatedKey(const VecTabBinTree* root, std::int32_t satNum) n
 
 }  // namespace
 
-std::int64_t AddRecToMem(const VecTabRecord& record, VecTabBinTree** nodeOut) {
+std::int64_t AddRecToMem(VecTabRecord record, VecTabBinTree** nodeOut) {
     if (nodeOut != nullptr) *nodeOut = nullptr;
     return KeyMode() == VecTableSupport::kDirectMemoryMode ? AddToDirectMemory(record, nodeOut)
                                                            : AddToTree(record, nodeOut);

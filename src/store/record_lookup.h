@@ -15,9 +15,10 @@ namespace VecTableTree {
 
 using VecTableTypes::FixedText;
 
-// Stores a deep copy of a record. The result is its key, -1 on failure, 0 for a duplicate that DupKeyModeGet has
-// reported. `nodeOut`, when given, receives the new node, or null when nothing was stored.
-VECTABLE_MODULE std::int64_t AddRecToMem(const VecTabRecord& record, VecTabBinTree** nodeOut = nullptr);
+// Stores a record: a deep copy of it, unless the caller moves it in. The result is its key, -1 on failure, 0 for a
+// duplicate that DupKeyModeGet has reported. `nodeOut`, when given, receives the new node, or null when nothing was
+// stored.
+VECTABLE_MODULE std::int64_t AddRecToMem(VecTabRecord record, VecTabBinTree** nodeOut = nullptr);
 
 // The stored record of a key, or null with the words of the failure in `errText`. For a tree key the gate is entered,
 // unless `gateHeld` says that the caller is inside, and is held on return, whether or not a record was found.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <new>
 #include <type_traits>
@@ -11,14 +12,24 @@
 
 namespace VecTableTypes {
 
+namespace {
+
 // Growth moves points by realloc, which for a large array moves pages and not bytes.
 static_assert(std::is_trivially_copyable_v<VecTabPoint>);
 
+// Memory for points, with the content of the old memory that it replaces; null when there is none.
+VecTabPoint* Reserve(VecTabPoint* old, std::size_t points) noexcept {
+    constexpr std::size_t kMost = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(VecTabPoint);
+    return points > kMost ? nullptr : static_cast<VecTabPoint*>(std::realloc(old, points * sizeof(VecTabPoint)));
+}
+
+}  // namespace
+
 PointArray::PointArray(const PointArray& other) {
     if (!other.IsAllocated()) return;
-    points_ = static_cast<VecTabPoint*>(std::malloc(other.capacity_ * sizeof(VecTabPoint)));
+    points_ = Reserve(nullptr, other.capacity_);
     if (points_ == nullptr) throw std::bad_alloc();
-    std::uninitialized_copy_n(other.points_, other.capacity_, points_);
+    std::memcpy(static_cast<void*>(points_), other.points_, other.capacity_ * sizeof(VecTabPoint));
     capacity_ = reserved_ = other.capacity_;
 }
 
@@ -45,14 +56,14 @@ PointArray::~PointArray() {
 
 void PointArray::Grow(std::size_t capacity) {
     if (capacity > reserved_) {
-        constexpr std::size_t kMost = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(VecTabPoint);
         const std::size_t wanted = std::max(capacity, reserved_ + reserved_ / 2);
-        void* grown = wanted <= kMost ? std::realloc(points_, wanted * sizeof(VecTabPoint)) : nullptr;
+        VecTabPoint* grown = Reserve(points_, wanted);
         if (grown == nullptr) throw std::bad_alloc();
-        points_ = static_cast<VecTabPoint*>(grown);
+        points_ = grown;
         reserved_ = wanted;
     }
-    std::uninitialized_fill(points_ + capacity_, points_ + capacity, VecTabPoint{});
+    // The default point is zero in every field.
+    std::memset(static_cast<void*>(points_ + capacity_), 0, (capacity - capacity_) * sizeof(VecTabPoint));
     capacity_ = capacity;
 }
 

@@ -12,7 +12,7 @@
 namespace VecTableSupport {
 namespace {
 
-constexpr std::size_t kBufferSize = 128 * 1024;
+constexpr std::size_t kBufferSize = 131072;
 constexpr std::size_t kLongestLine = 4096;
 
 // 0 for a regular file, which alone can be read twice and comes to an end.

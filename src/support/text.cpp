@@ -54,7 +54,7 @@ std::string_view GetInputFileName(std::string_view line) noexcept {
 
 NumberText IntegerText(std::int64_t value, std::size_t width) noexcept {
     std::array<char, 24> digits;
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+    const char* end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
     return RightAligned({digits.data(), static_cast<std::size_t>(end - digits.data())}, width);
 }
 

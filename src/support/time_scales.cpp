@@ -14,7 +14,7 @@ struct LeapSecond {
 constexpr LeapSecond From(int year, int month, int taiMinusUtc) {
     const auto dayZero = std::chrono::sys_days{std::chrono::year{1949} / 12 / 31};
     const auto day = std::chrono::sys_days{std::chrono::year{year} / month / 1} - dayZero;
-    const double utc = static_cast<double>(day.count());
+    const auto utc = static_cast<double>(day.count());
     const double offset = taiMinusUtc / kSecondsPerDay;
     return {utc, offset, utc + offset};
 }

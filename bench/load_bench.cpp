@@ -1,0 +1,110 @@
+// What does loading a text ephemeris cost beside a bare pass over its numbers, and does it stay level with its length?
+#include <vectable/host.h>
+#include <vectable/vectable.h>
+
+#include <array>
+#include <benchmark/benchmark.h>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <map>
+#include <memory>
+#include <unistd.h>
+
+#include "dot_e_file.h"
+#include "ratio_report.h"
+
+namespace {
+
+struct Point {
+    double time;
+    std::array<double, 3> pos;
+    std::array<double, 3> vel;
+    int32_t revNum;
+    std::array<double, 21> cov;
+};
+
+std::map<long, std::unique_ptr<DotEFile>> files;
+
+const DotEFile& FileOf(long points) {
+    auto& file = files[points];
+    if (file == nullptr) file = std::make_unique<DotEFile>(points);
+    return *file;
+}
+
+// Finds the lines, runs std::from_chars over the numbers, stores the points in a reserved array. The number of points.
+long BarePass(const char* path, long reserved) {
+    constexpr std::size_t kBuffer = 131072;
+    const auto buffer = std::make_unique<char[]>(kBuffer);
+    auto* points = static_cast<Point*>(std::malloc(static_cast<std::size_t>(reserved) * sizeof(Point)));
+    const int file = ::open(path, O_RDONLY);
+    long count = -4;  // lines of the header
+    std::size_t kept = 0;
+    for (;;) {
+        const ssize_t got = ::read(file, buffer.get() + kept, kBuffer - kept);
+        if (got <= 0) break;
+        const char* line = buffer.get();
+        const char* end = line + kept + got;
+        while (const void* lineFeed = std::memchr(line, '\n', static_cast<std::size_t>(end - line))) {
+            const char* lineEnd = static_cast<const char*>(lineFeed);
+            if (count >= 0) {
+                std::array<double, 7> values;
+                for (double& value : values) {
+                    while (*line == ' ') ++line;
+                    line = std::from_chars(line, lineEnd, value).ptr;
+                }
+                points[count] = Point{27819.0 + values[0] / 86400.0,
+                                      {values[1], values[2], values[3]},
+                                      {values[4], values[5], values[6]},
+                                      0,
+                                      {}};
+            }
+            ++count;
+            line = lineEnd + 1;
+        }
+        kept = static_cast<std::size_t>(end - line);
+        std::memmove(buffer.get(), line, kept);
+    }
+    ::close(file);
+    benchmark::DoNotOptimize(points);
+    benchmark::ClobberMemory();
+    std::free(points);
+    return count;
+}
+
+void Load(benchmark::State& state, long points) {
+    const DotEFile& file = FileOf(points);
+    for (auto _ : state) {
+        if (VecTabLoadFile(file.Path()) != 0 || VecTabGetCount() != 1) state.SkipWithError("not loaded");
+        VecTabRemoveAllSats();
+    }
+    state.counters["MB/s"] =
+        benchmark::Counter(file.Megabytes() * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+}
+
+void Bare(benchmark::State& state, long points) {
+    const DotEFile& file = FileOf(points);
+    for (auto _ : state) {
+        if (BarePass(file.Path(), points) != points) state.SkipWithError("not read");
+    }
+    state.counters["MB/s"] =
+        benchmark::Counter(file.Megabytes() * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    VecHostSetTraceSink(nullptr, nullptr);
+    for (const long points : {100'000L, 1'000'000L, 4'000'000L}) {
+        const std::string suffix = "_" + std::to_string(points);
+        benchmark::RegisterBenchmark(("Load" + suffix).c_str(), Load, points)->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark(("Bare" + suffix).c_str(), Bare, points)->Unit(benchmark::kMillisecond);
+    }
+    return RunWithRatios(argc, argv,
+                         {{"Dot-E, 10^5 lines, ms", "Load_100000", "Bare_100000", 2.0},
+                          {"Dot-E, 10^6 lines, ms", "Load_1000000", "Bare_1000000", 2.0},
+                          {"Dot-E, 4*10^6 lines, ms", "Load_4000000", "Bare_4000000", 2.0},
+                          {"10^6 lines beside 10 times 10^5 (12.5 is level)", "Load_1000000", "Load_100000", 12.5},
+                          {"4*10^6 lines beside 40 times 10^5 (50 is level)", "Load_4000000", "Load_100000", 50.0}});
+}

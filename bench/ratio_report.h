@@ -1,0 +1,15 @@
+// Runs the registered benchmarks interleaved and prints, for each question, the median time of its subject beside that
+// of its floor, and their ratio.
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct Question {
+    std::string text;
+    std::string subject;  // name of a benchmark
+    std::string floor;    // name of the benchmark that it is measured against
+    double goal;          // the highest ratio wanted
+};
+
+int RunWithRatios(int argc, char** argv, const std::vector<Question>& questions);
