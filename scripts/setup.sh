@@ -3,7 +3,7 @@
 set -eu
 
 packages="g++ gcc make cmake ninja-build git pkg-config python3
-    libgtest-dev libgmock-dev libbenchmark-dev liberfa-dev
+    libgtest-dev libgmock-dev libbenchmark-dev liberfa-dev locales
     clang-format clang-tidy valgrind"
 
 missing=""

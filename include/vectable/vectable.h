@@ -22,40 +22,43 @@
  *    its length or its first NUL, whichever comes first, so that an ordinary C string is a valid argument. A text that
  *    goes out is exactly as long as its array.
  *  2 Times are days since 1950 on the UTC scale (ds50UTC): day 1.0 is 1950-01-01 00:00, and the fraction of a day is
- * the seconds of the day over 86400. mse is minutes since the first point of a record. 3 Positions are in km,
- * velocities in km/s, in the frame of the record. Nothing is converted: a state leaves as it came in. Codes of frames:
- * 1 ECI (true equator, mean equinox of date), 2 J2K (mean equator and equinox of J2000), 3 EFG (Earth-fixed, no polar
- * motion), 4 ECR (Earth-fixed), 15 latitude-longitude-height, 16 south-east-north, 17 hcsrl, 18 wptrl, 19 hcsgc, 20
- * wptgc. 4 A covariance comes in as the 21 terms of the lower triangle of a symmetric 6 x 6 matrix, row by row: (1,1),
- * (2,1), (2,2), (3,1), ... (6,6). It goes out as all 36 elements, in the units of its source. A record whose points
- * have 12345.0 as term 2 holds a scalar in term 1 and no covariance: between points the scalar stands in (1,1). 5 A
- * satKey names a stored record. It is good until the record is removed. 0 and -1 name none. 6 A status is 0 for success
- * and 2 for a failure that the library finds; calls on files also give the error number of the system (errno.h). A key
- * is -1 on failure. The words of a failure go to the trace log (host.h). 7 A failed call leaves the store as it was,
- * and all its outputs zero or blank; a failed load keeps the records that it had finished. A null pointer for an array
- * or a text is a failure. No exception leaves the library. 8 The caller owns every array; the library keeps none of
- * them after a call.
+ *    the seconds of the day over 86400. mse is minutes since the first point of a record.
+ *  3 Positions are in km, velocities in km/s, in the frame of the record. Nothing is converted: a state leaves as it
+ *    came in. Codes of frames:
+ *       1  ECI, true equator and mean equinox of date         2  J2K, mean equator and equinox of J2000
+ *       3  EFG, Earth-fixed without polar motion              4  ECR, Earth-fixed
+ *      15  latitude, longitude, height                       16  south, east, north
+ *      17  hcsrl    18  wptrl    19  hcsgc    20  wptgc
+ *  4 A covariance comes in as the 21 terms of the lower triangle of a symmetric 6 x 6 matrix, row by row: (1,1), (2,1),
+ *    (2,2), (3,1), ... (6,6). It goes out as all 36 elements, in the units of its source. A record whose points have
+ *    12345.0 as term 2 holds a scalar in term 1 and no covariance: between points the scalar stands in (1,1) alone.
+ *  5 A satKey names a stored record. It is good until the record is removed. 0 and -1 name none.
+ *  6 A status is 0 for success and 2 for a failure that the library finds; calls on files also give the error number of
+ *    the system (errno.h). A key is -1 on failure. The words of a failure go to the trace log (host.h).
+ *  7 A failed call leaves the store as it was and all its outputs zero or blank; a failed load keeps the records that
+ *    it had finished. A null pointer for an array or a text is a failure. No exception leaves the library.
+ *  8 The caller owns every array; the library keeps none of them after a call.
  *
  * THREADS
  *
  *  Every call may be made from any thread. In tree mode (host.h):
  *
- *    calls                                                     may run beside
- *    -------------------------------------------------------   -----------------------------------------------------
- *    Init, GetInfo, FieldsToSatKey                             any call
- *    GetEphemeris, GetCovMtx, Mse, MseCovMtx, Ds50UTC,         any call but one that changes the same record
+ *    call                                                  may run beside
+ *    ----------------------------------------------------  -----------------------------------------------------------
+ *    Init, GetInfo, FieldsToSatKey, GetCount, GetSatKey,   any call
+ *      AddSat, AddSatFrFile, LoadFile
+ *    GetEphemeris, GetCovMtx, Mse, MseCovMtx, Ds50UTC,     any call but one that changes the same record
  *      Ds50UTCCovMtx, Xten, GetAllFields, GetField,
  *      StartEndTime, GetLine
- *    GetCount, GetSatKey                                       any call
- *    AddSat, AddSatFrFile, LoadFile                            any call
- *    RemoveSat, RemoveAllSats                                  any call; a removal waits until no call uses the store
- *    AddSatEphem, AddSatEphemCovMtx, AddSatEphemExt,           any call that does not use the same record
- *      SetField                                                  (a save uses all records, a listing their identity)
- *    GetLoaded                                                 any call; records may be added after the count that
- * sized its array, so keep writers away in between SaveFile                                                  any call
- * but SetField and another save
+ *    AddSatEphem, AddSatEphemCovMtx, AddSatEphemExt,       any call that does not use the same record; GetLoaded and
+ *      SetField (these change a record)                      SaveFile use all records
+ *    RemoveSat, RemoveAllSats                              any call; a removal waits until no call uses the store
+ *    GetLoaded                                             any call but those that change a record; and no record may
+ *                                                            be added since the count that sized its array
+ *    SaveFile                                              any call but those that change a record; a second save is
+ *                                                            refused
  *
- *  In direct-memory mode the same holds, except that a record must not be removed while another call uses it.
+ *  In direct-memory mode the same holds, and a record must not be removed while another call uses it.
  */
 #ifndef VECTABLE_VECTABLE_H
 #define VECTABLE_VECTABLE_H
@@ -164,7 +167,7 @@ VECTABLE_API int64_t VecTabAddSat(int32_t satNum, double epochDs50UTC, double ae
  *            revNum        int32      revolution number
  * Result:    0, or 2 when the key is unknown or there is no memory
  * Notes:     States come in order of time. One that is not later than the last is dropped, with status 0. From the
- * fourth on the record can be interpolated.
+ *            fourth on the record can be interpolated.
  */
 VECTABLE_API int32_t VecTabAddSatEphem(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3],
                                        int32_t revNum);
@@ -210,11 +213,11 @@ VECTABLE_API int32_t VecTabGetAllFields(int64_t satKey, int32_t* satNum, char sa
  * Given:     satKey        int64      key of a stored record that has points
  *            fieldCode     int32       1 satellite number         2 epoch, "YYDDDHHMMSS.SSS"
  *                                      3 ae, 15 decimals          4 ke, 20 decimals
- *                                      5, 6, 7 position x, y, z and 8, 9, 10 velocity x, y, z of the first point,
- *                                        15 decimals             11 code of the frame, one digit
- *                                     12 number of points        13 path of the file
- *                                     14 satellite name          15 name of the ephemeris
- *                                     any other code: blanks
+ *                                      5 to 7 position x, y, z    8 to 10 velocity x, y, z of the first point,
+ *                                                                 15 decimals
+ *                                     11 code of the frame       12 number of points
+ *                                     13 path of the file        14 satellite name
+ *                                     15 name of the ephemeris   any other code: blanks
  * Returned:  fieldText     char[512]
  * Result:    0, or 2 when the key is unknown or the record has no points
  * Notes:     A number too wide for its columns (9 for 1, 35 for 3 and 5 to 10, 30 for 4, 1 for 11, 10 for 12) comes out
@@ -359,7 +362,7 @@ VECTABLE_API int32_t VecTabLoadFile(const char* vecTabFile);
  *
  * Given:     filePath      char[512]  path, leading and trailing blanks ignored
  * Result:    the key of the last record that the file gave; -1 when the file cannot be opened, fails, or holds none;
- * for a duplicate 0 or the key, as VecHostSetDupKeyMode tells
+ *            for a duplicate 0 or the key, as VecHostSetDupKeyMode tells
  */
 VECTABLE_API int64_t VecTabAddSatFrFile(const char* filePath);
 
@@ -368,7 +371,11 @@ VECTABLE_API int64_t VecTabAddSatFrFile(const char* filePath);
  *
  * Given:     vecTabFile    char[512]  path, leading and trailing blanks ignored
  *            saveMode      int32      0 replaces the file, any other value appends to it
- * Result:    0; 2 when a write failed; the error number of the system when the file cannot be opened
+ * Result:    0; 2 when a write failed; the error number of the system when the file cannot be opened, EBUSY when
+ *            another save is under way. After a failure an earlier file is as it was.
+ * Notes:     VecTabLoadFile reads it back. A record that came from no file does not come back. A file that is replaced
+ *            is written beside the old one, to stable storage, and renamed over it. What is no regular file, such as a
+ *            pipe, is written in place.
  */
 VECTABLE_API int32_t VecTabSaveFile(const char* vecTabFile, int32_t saveMode);
 

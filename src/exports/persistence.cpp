@@ -3,10 +3,15 @@
 
 #include "exports/boundary.h"
 #include "ingestion/load_driver.h"
+#include "store/record_lookup.h"
+#include "store/save_walk.h"
 #include "support/files.h"
 #include "support/keys.h"
+#include "support/output.h"
 
 using namespace VecTableDllExports;
+using VecTableSupport::OutputAction;
+using VecTableSupport::OutputUnit;
 
 namespace {
 
@@ -38,16 +43,28 @@ int64_t VecTabAddSatFrFile(const char* filePath) {
 }
 
 int32_t VecTabSaveFile(const char* vecTabFile, int32_t saveMode) {
-    static_cast<void>(saveMode);
-    if (NullArgument("VecTabSaveFile", vecTabFile)) return kFailure;
-    LogCall("VecTabSaveFile", "Not available.");
-    return kFailure;
+    constexpr std::string_view kCall = "VecTabSaveFile";
+    constexpr int32_t kSaveUnit = 8;
+    if (NullArgument(kCall, vecTabFile)) return kFailure;
+    return Guarded(kCall, kFailure, [&]() -> int32_t {
+        const PathArgument path(vecTabFile);
+        OutputUnit unit;
+        const auto action = saveMode == 0 ? OutputAction::kReplace : OutputAction::kAppend;
+        const int32_t code = VecTableSupport::FileOpen(kSaveUnit, path.View(), action, unit);
+        if (code != 0) return code;
+        for (const std::string_view line : {"", "", "", "*** Vector Table Input Files ***"}) unit.WriteLine(line);
+        VecTableTree::VecTabWriteLines(unit);
+        if (unit.Close() == 0) return kSuccess;
+        LogCall(kCall, "File write error.");
+        return kFailure;
+    });
 }
 
 int32_t VecTabGetLine(int64_t satKey, char line[512]) {
-    static_cast<void>(satKey);
     ClearText(line, kLineLength);
     if (NullArgument("VecTabGetLine", line)) return kFailure;
-    LogCall("VecTabGetLine", "Not available.");
-    return kFailure;
+    const VecTableTree::StoredRecord record(satKey);
+    if (!record) return kFailure;
+    VecTableSupport::StrToCharArr(VecTableTree::FileLine(*record).View(), kLineLength, line);
+    return kSuccess;
 }

@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <unistd.h>
 
+#include "support/output.h"
 #include "support/text.h"
 
 namespace VecTableSupport {
@@ -51,8 +52,7 @@ void WriteLine(int file, std::int32_t level, std::string_view text) noexcept {
     constexpr std::size_t kLongestText = 2048;
     TextBuilder<kLongestText> line;
     line.Add(LinePrefix(level).View()).Add(WithoutTrailingBlanks(text).substr(0, kLongestText - 32)).Add("\n");
-    const std::string_view written = line.Written();
-    [[maybe_unused]] const auto result = ::write(file, written.data(), written.size());
+    WriteBytes(file, line.Written());
 }
 
 // A sink written in C++ may throw; the work that logs goes on.

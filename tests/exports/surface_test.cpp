@@ -1,4 +1,3 @@
-#include <cmath>
 #include <functional>
 #include <gtest/gtest.h>
 
@@ -63,50 +62,4 @@ TEST_F(Surface, TheLibraryNamesItself) {
     EXPECT_EQ(info.substr(0, 9), "VecTable ");
     EXPECT_EQ(info.substr(128), "##");
     EXPECT_EQ(info.find('\0'), std::string::npos);
-}
-
-TEST_F(Surface, FieldsComeOutAsTheyAreStored) {
-    const int64_t key = VecTabAddSat(25544, 100.0, 6378.135, 0.07436691613317341, 12);
-    std::string text(513, '#');
-    EXPECT_EQ(VecTabGetField(key, 1, text.data()), 2);
-    EXPECT_EQ(text, std::string(512, ' ') + '#');
-    EXPECT_EQ(log.Take(),
-              Strings{"VecTabGetField: satKey     " + std::to_string(key) + " does not contain any ephemeris data."});
-    Append(key, 27819.5, {7000.5, -1e300, 0.1}, {-0.0, NAN, INFINITY});
-    EXPECT_EQ(VecTabSetField(key, 14, "  STATION-1"), 0);
-    EXPECT_EQ(VecTabSetField(key, 15, "a name"), 0);
-    EXPECT_EQ(VecTabSetField(key, 1, "7"), 0);
-    const std::pair<int32_t, std::string> cases[] = {
-        {0, ""},
-        {1, "25544"},
-        {2, "26060120000.000"},
-        {3, "6378.135000000000218"},
-        {4, "0.07436691613317340799"},
-        {5, "7000.500000000000000"},
-        {6, std::string(35, '*')},
-        {7, "0.100000000000000"},
-        {8, "-0.000000000000000"},
-        {9, "NaN"},
-        {10, "Infinity"},
-        {11, "2"},
-        {12, "1"},
-        {13, ""},
-        {14, "STATION-"},
-        {15, "a name"},
-        {16, ""},
-    };
-    for (const auto& [code, expected] : cases) {
-        EXPECT_EQ(VecTabGetField(key, code, text.data()), 0);
-        EXPECT_EQ(text, expected + std::string(512 - expected.size(), ' ') + '#') << code;
-    }
-    const std::pair<const char*, const char*> frames[] = {{" 3", "3"}, {"12", "1"}, {"x", "*"}, {"", "*"}};
-    for (const auto& [given, expected] : frames) {
-        VecTabSetField(key, 11, given);
-        VecTabGetField(key, 11, text.data());
-        EXPECT_EQ(text.substr(0, 2), std::string(expected) + ' ') << given;
-    }
-    double start = 0.0, end = 0.0;
-    EXPECT_EQ(VecTabStartEndTime(key, &start, &end), 0);
-    EXPECT_EQ(start, 27819.5);
-    EXPECT_EQ(end, 27819.5);
 }

@@ -1,0 +1,65 @@
+// Writing files.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+struct stat;
+
+namespace VecTableSupport {
+
+// Writes all bytes: 0, or the error number of the system. A pipe that nobody reads gives EPIPE and no signal.
+std::int32_t WriteBytes(int descriptor, std::string_view bytes) noexcept;
+
+enum class OutputAction : std::int32_t {
+    kReplace = 0,
+    kAppend = 2,
+};
+
+// A text file open for writing, under a unit number that one file at a time can have.
+//
+// A file that is replaced is written beside its target and renamed over it at the close; a file that is appended to is
+// cut back to its old length when a write failed. So a failure at any point leaves the earlier file as it was. Where the
+// target is no regular file, or no file can be made beside it, it is written in place.
+class OutputUnit {
+  public:
+    OutputUnit() noexcept = default;
+    OutputUnit(const OutputUnit&) = delete;
+    OutputUnit& operator=(const OutputUnit&) = delete;
+    ~OutputUnit() { Abandon(); }
+
+    // 0, or the error number of the system; EBUSY when the unit number is in use.
+    std::int32_t Open(std::int32_t unit, std::string_view filePath, OutputAction action);
+
+    // A line feed inside the line is written as a blank. Failures are kept for the close.
+    void WriteLine(std::string_view line) noexcept;
+
+    // 0, or the error number of the first failure.
+    std::int32_t Close() noexcept;
+
+  private:
+    std::int32_t OpenTarget(OutputAction action);
+    std::int32_t OpenBeside(const struct stat* old);
+    void Write(std::string_view text) noexcept;
+    void Flush() noexcept;
+    void Fail(std::int32_t error) noexcept;
+    void Abandon() noexcept;
+    void Release() noexcept;
+
+    std::int32_t unit_ = -1;
+    int descriptor_ = -1;
+    std::string targetPath_;
+    std::string besidePath_;       // empty when the target itself is written
+    std::int64_t oldLength_ = -1;  // of a regular file that is appended to
+    std::int32_t error_ = 0;
+    std::unique_ptr<char[]> buffer_;
+    std::size_t used_ = 0;
+};
+
+// Opens a file for writing text on a unit number: 0, or the error number of the system. Logs nothing.
+std::int32_t FileOpen(std::int32_t unitNumber, std::string_view filePath, OutputAction action, OutputUnit& unit);
+
+}  // namespace VecTableSupport

@@ -1,0 +1,178 @@
+#include <cerrno>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+#include "helpers/store_test.h"
+#include "store/search_tree.h"
+#include "support/output.h"
+
+class Persistence : public StoreTest {
+  protected:
+    static std::string ReadAll(const std::string& path) {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    static std::string Padded(const std::string& text, std::size_t length) {
+        return text + std::string(length - text.size(), ' ');
+    }
+
+    std::string Ephemeris(const std::string& name, int count = 1) const {
+        std::string text;
+        for (int i = 1; i <= count; ++i) {
+            text += "stk.v.4\nScenarioEpoch " + std::to_string(i) +
+                    " Jan 2025 00:00:00.000\nEphemerisTimePos\n0 1 2 3\nend Ephemeris\n";
+        }
+        return Write(name, text);
+    }
+
+    // The files of the folder, so that one left behind shows.
+    Strings Files() const {
+        Strings names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) names.push_back(entry.path().filename());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    const std::string header = "\n\n\n*** Vector Table Input Files ***\n";
+};
+
+TEST_F(Persistence, AListFileNamesEveryRecordFromTheRootOn) {
+    const std::string one = Ephemeris("10001.e");
+    const std::string two = Ephemeris("10002.e");
+    const std::string list = (folder / "list.txt").string();
+    ASSERT_EQ(VecTabSaveFile(list.c_str(), 0), 0);
+    EXPECT_EQ(ReadAll(list), header);
+
+    Add(1, 1.0);
+    VecTabAddSatFrFile(one.c_str());
+    const int64_t named = VecTabAddSatFrFile(two.c_str());
+    VecTabSetField(named, 15, "second\nname");
+    ASSERT_EQ(VecTableTree::VecTabTreeRoot()->rec->satNum, 10001);
+    ASSERT_EQ(VecTabSaveFile(("  " + list).c_str(), 0), 0);
+    const std::string lines = Padded("EPHFIL = " + one, 521) + "\n" + Padded("EPHFIL = ", 521) + "\n" +
+                              Padded("#VECTABLE = second name", 140) + "\n" + Padded("EPHFIL = " + two, 521) + "\n";
+    EXPECT_EQ(ReadAll(list), header + lines);
+    ASSERT_EQ(VecTabSaveFile(list.c_str(), 1), 0);
+    EXPECT_EQ(ReadAll(list), header + lines + header + lines);
+    EXPECT_EQ(Files(), (Strings{"10001.e", "10002.e", "list.txt"}));
+
+    std::string line(513, '#');
+    EXPECT_EQ(VecTabGetLine(named, line.data()), 0);
+    EXPECT_EQ(line, Padded("EPHFIL = " + two, 512) + '#');
+    EXPECT_EQ(VecTabGetLine(16, line.data()), 2);
+    EXPECT_EQ(line, std::string(512, ' ') + '#');
+}
+
+TEST_F(Persistence, WhatWasSavedComesBackWithItsNames) {
+    for (const int mode : {0, 1}) {
+        Reset();
+        VecHostSetElsetKeyMode(mode);
+        VecTabSetField(VecTabAddSatFrFile(Ephemeris("10001.e").c_str()), 15, "first");
+        VecTabAddSatFrFile(Ephemeris("10002.e", 3).c_str());
+        Add(5, 5.0);
+        const std::string list = (folder / "list.txt").string();
+        ASSERT_EQ(VecTabSaveFile(list.c_str(), 0), 0);
+        VecTabRemoveAllSats();
+        log.entries.clear();
+        ASSERT_EQ(VecTabLoadFile(list.c_str()), 0);
+        // Three lines name the file of three ephemerides: in tree mode its records are duplicates twice over.
+        EXPECT_EQ(VecTabGetCount(), mode == 0 ? 4 : 10);
+        EXPECT_EQ(log.Take().size(), mode == 0 ? 6U : 0U);
+        std::string name(512, '#');
+        VecTabGetField(VecTabGetSatKey(10001), 15, name.data());
+        EXPECT_EQ(name, Padded("first", 512));
+        EXPECT_EQ(VecTabGetSatKey(5), -1);
+    }
+}
+
+TEST_F(Persistence, AFailedSaveLeavesTheStoreAndTheEarlierList) {
+    const std::string list = Write("list.txt", "earlier\n");
+    const std::string pipe = folder / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    for (int i = 0; i < 10; ++i) Add(i, 1.0);
+    const std::pair<std::string, int32_t> cases[] = {
+        {"/dev/full", 2},
+        {(folder / "missing/list.txt").string(), ENOENT},
+        {folder.string(), EISDIR},
+        {pipe, ENXIO},
+        {"", ENOENT},
+        {list + "/list.txt", ENOTDIR},
+    };
+    for (const int32_t saveMode : {0, 1}) {
+        for (const auto& [path, status] : cases) {
+            log.entries.clear();
+            EXPECT_EQ(VecTabSaveFile(path.c_str(), saveMode), status) << path;
+            const bool opened = path == "/dev/full";
+            EXPECT_EQ(log.Take(), opened ? Strings{"VecTabSaveFile: File write error."} : Strings{}) << path;
+        }
+        VecTableSupport::OutputUnit other;
+        ASSERT_EQ(VecTableSupport::FileOpen(8, pipe + "2", VecTableSupport::OutputAction::kReplace, other), 0);
+        EXPECT_EQ(VecTabSaveFile(list.c_str(), saveMode), EBUSY);
+    }
+    EXPECT_EQ(Files(), (Strings{"list.txt", "pipe"}));
+    EXPECT_EQ(ReadAll(list), "earlier\n");
+    EXPECT_EQ(VecTabGetCount(), 10);
+    EXPECT_EQ(VecTabSaveFile("/dev/null", 0), 0);
+}
+
+// A limit on the size of files fails the write midway, as a full disk does.
+TEST_F(Persistence, AFullDiskNeverCostsTheEarlierList) {
+    const std::string list = Write("list.txt", "earlier\n");
+    for (int i = 0; i < 400; ++i) Add(i, 1.0);
+    rlimit old;
+    ::getrlimit(RLIMIT_FSIZE, &old);
+    const auto before = std::signal(SIGXFSZ, SIG_IGN);
+    for (const rlim_t limit : {50UL, 5000UL, 150000UL}) {
+        const rlimit low{limit, old.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &low);
+        const int32_t replaced = VecTabSaveFile(list.c_str(), 0);
+        const int32_t appended = VecTabSaveFile(list.c_str(), 2);
+        ::setrlimit(RLIMIT_FSIZE, &old);
+        EXPECT_EQ(replaced, 2);
+        EXPECT_EQ(appended, 2);
+        EXPECT_EQ(ReadAll(list), "earlier\n");
+        EXPECT_EQ(Files(), Strings{"list.txt"});
+    }
+    std::signal(SIGXFSZ, before);
+}
+
+TEST_F(Persistence, AReplacedFileKeepsItsModeAndItsLinks) {
+    const std::string list = Write("list.txt", "earlier\n");
+    ::chmod(list.c_str(), 0640);
+    const std::string link = folder / "link";
+    std::filesystem::create_symlink(list, link);
+    Write("list.txt." + std::to_string(::getpid()) + ".0.tmp", "left by another process");
+    ASSERT_EQ(VecTabSaveFile(link.c_str(), 0), 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(ReadAll(list), header);
+    EXPECT_EQ(static_cast<int>(std::filesystem::status(list).permissions()), 0640);
+}
+
+TEST_F(Persistence, APipeIsWrittenInPlaceAndMayBreak) {
+    Write("x", "");
+    const std::string pipe = folder / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    for (int i = 0; i < 1000; ++i) Add(i, 1.0);
+    for (const bool toTheEnd : {true, false}) {
+        std::ifstream reader;
+        std::string read;
+        std::thread other([&] {
+            reader.open(pipe);
+            read.resize(toTheEnd ? 10'000'000 : 100);
+            reader.read(read.data(), static_cast<std::streamsize>(read.size()));
+            read.resize(static_cast<std::size_t>(reader.gcount()));
+            reader.close();
+        });
+        int32_t status = ENXIO;  // until the reader is there
+        while (status == ENXIO) status = VecTabSaveFile(pipe.c_str(), 0);
+        other.join();
+        EXPECT_EQ(status, toTheEnd ? 0 : 2);
+        EXPECT_EQ(read.size(), toTheEnd ? header.size() + 1000 * 522 : 100);
+    }
+    EXPECT_EQ(VecTabGetCount(), 1000);
+}

@@ -1,0 +1,42 @@
+"""Installs the build into a scratch folder, and builds and runs clients against the installed tree alone.
+
+The clients are one source as C11 and as C++20, and the example in the head of vectable.h.
+"""
+
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+
+root, build, cmake, cc, cxx, flags = sys.argv[1:7]
+scratch = pathlib.Path(build) / "installed"
+warnings = ["-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Wshadow", "-Werror", *flags.split()]
+
+
+def run(*command, **options):
+    print(" ".join(map(str, command)), flush=True)
+    subprocess.run(list(map(str, command)), check=True, **options)
+
+
+shutil.rmtree(scratch, ignore_errors=True)
+run(cmake, "--install", build, "--prefix", scratch, stdout=subprocess.DEVNULL)
+library = next(scratch.rglob("libvectable.so")).parent
+linked = ["-I", scratch / "include", "-L", library, "-lvectable", "-lm"]
+environment = {**os.environ, "LD_LIBRARY_PATH": str(library)}
+story = pathlib.Path(root) / "tests/clients/all_calls.c"
+
+header = (scratch / "include/vectable/vectable.h").read_text()
+head = header[: header.index("CONVENTIONS")]
+example = scratch / "example.c"
+example.write_text("\n".join(re.findall(r"^ \*     (.*)$", head, re.MULTILINE)) + "\n")
+if len(example.read_text().splitlines()) > 20:
+    sys.exit("the example in vectable.h is longer than 20 lines")
+
+run(cc, "-std=c11", *warnings, story, *linked, "-o", scratch / "story_c")
+run(cxx, "-std=c++20", "-x", "c++", *warnings, story, *linked, "-o", scratch / "story_cpp")
+run(cc, "-std=c11", *warnings, example, *linked, "-o", scratch / "example")
+for client in ("story_c", "story_cpp"):
+    run(scratch / client, scratch, env=environment)
+run(scratch / "example", pathlib.Path(root) / "examples/samples/10001_leo.e", env=environment)
