@@ -38,7 +38,7 @@ int RunWithRatios(int argc, char** argv, const std::vector<Question>& questions)
     for (const Question& q : questions) {
         const double subject = reporter.medians[q.subject];
         const double floor = reporter.medians[q.floor];
-        if (floor == 0.0) continue;
+        if (subject == 0.0 || floor == 0.0) continue;
         const double ratio = subject / floor;
         std::printf("%-58s %12.1f %12.1f %7.2f %6.2f %s\n", q.text.c_str(), subject, floor, ratio, q.goal,
                     ratio <= q.goal ? "met" : "NOT MET");

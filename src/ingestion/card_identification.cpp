@@ -38,6 +38,10 @@ bool IsFileLine(std::string_view line) noexcept {
                        [&](std::string_view keyword) { return Holds(line, 1, keyword); });
 }
 
+bool IsNameLine(std::string_view line) noexcept {
+    return Holds(line, 1, "#VECTABLE");
+}
+
 bool IsOasysDataLine(std::string_view line) noexcept {
     return Column(line, 5) == '/' && Column(line, 8) == '/' && Column(line, 14) == ':' && Column(line, 17) == ':' &&
            Column(line, 20) == '.';
@@ -62,7 +66,7 @@ CardType VecTabCardType(std::string_view line) noexcept {
     if (Holds(line, 1, "CLASSIFICATION: UNCLASSIFIED")) return CardType::kEcr;
     if (Holds(line, 1, " SPEPH PREDICTION EPHEMERIS")) return CardType::kJ2k;
     if (IsFileLine(line)) return CardType::kFileLine;
-    if (Holds(line, 1, "#VECTABLE")) return CardType::kNameLine;
+    if (IsNameLine(line)) return CardType::kNameLine;
     if (Holds(line, 1, "STK.V")) return CardType::kDotE;
     if (Column(line, 12) == '.' && Column(line, 16) == ' ') {
         return IsOwnerOperatorFile(line) ? CardType::kOwner : CardType::kNone;
@@ -74,6 +78,11 @@ CardType VecTabCardType(std::string_view line) noexcept {
     if (IsSatNumOnly(line)) return CardType::kDceText;
     if (Holds(line, 1, "TIME(SEC): TIME")) return CardType::kLaunch;
     return CardType::kNone;
+}
+
+// An earlier test may still claim a line that looks like a list line.
+CardType ListCardType(std::string_view line) noexcept {
+    return IsFileLine(line) || IsNameLine(line) ? VecTabCardType(line) : CardType::kNone;
 }
 
 bool IsOwnerOperatorFile(std::string_view line) noexcept {
@@ -89,11 +98,13 @@ bool IsOwnerOperatorFile(std::string_view line) noexcept {
     // The last column of each run of blanks; the seventh run closes the sixth field.
     std::array<std::size_t, kFields> runs{kFirstRun};
     std::size_t run = 0;
-    for (std::size_t blank = line.find(' ', kFirstRun + 1);; blank = line.find(' ', blank + 1)) {
-        if (blank == std::string_view::npos) return false;
-        if (blank != runs[run] + 1 && ++run == kFields) break;
-        runs[run] = blank;
+    std::size_t column = kFirstRun + 1;
+    for (; column < line.size(); ++column) {
+        if (line[column] != ' ') continue;
+        if (column != runs[run] + 1 && ++run == kFields) break;
+        runs[run] = column;
     }
+    if (column == line.size()) return false;
     return std::equal(runs.begin(), runs.end(), dots.begin(), std::less_equal<>());
 }
 

@@ -34,6 +34,10 @@ enum class CardType : std::int32_t {
 // order and the first that holds decides.
 VECTABLE_MODULE CardType VecTabCardType(std::string_view line) noexcept;
 
+// VecTabCardType for a walk that looks for list lines alone: kFileLine and kNameLine as there, and any other type, or
+// kNone, for a line that is neither.
+CardType ListCardType(std::string_view line) noexcept;
+
 // Whether at least six fields stand behind column 16, with a point behind the start of each.
 VECTABLE_MODULE bool IsOwnerOperatorFile(std::string_view line) noexcept;
 

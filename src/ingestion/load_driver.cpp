@@ -36,8 +36,8 @@ void LoadListedFile(const FilePath& path, EphemName& name) {
 void FollowListLines(InputUnit& unit, EphemName& name) {
     ListLine line;
     while (unit.ReadLine(line) == ReadStatus::kOk) {
-        if (line.IsComment() || line.IsBlank()) continue;
-        const CardType card = VecTabCardType(line.Text());
+        if (line.IsCommentOrBlank()) continue;
+        const CardType card = ListCardType(line.Text());
         if (card == CardType::kNameLine) name = EphemName(GetInputFileName(line.Text()));
         if (card == CardType::kFileLine) LoadListedFile(FilePath(GetInputFileName(line.Text())), name);
     }
@@ -79,8 +79,29 @@ bool HasPoints(const VecTabRecord& record) noexcept {
 }
 
 // Runs the reader that a card starts. `status`: 0, or 2 with an entry in the log.
-void RunReader(CardType card, Walk& walk, std::int32_t& status) {
+void RunReader(CardType card, const Line& line, Walk& walk, std::int32_t& status) {
     switch (card) {
+        case CardType::kV31:
+            ReadV31(walk.unit, line, walk.record, status);
+            return;
+        case CardType::kSimObs:
+            ReadSimObs(walk.unit, line, walk.record, status);
+            return;
+        case CardType::kVecEph:
+            ReadVecEph(walk.unit, line, walk.record, status);
+            return;
+        case CardType::kItc:
+            ReadITC(walk.unit, line, walk.record, status);
+            return;
+        case CardType::kEcr:
+            ReadECR(walk.unit, walk.record, status);
+            return;
+        case CardType::kJ2k:
+            ReadJ2K(walk.unit, walk.record, status);
+            return;
+        case CardType::kOwner:
+            ReadOwner(walk.filePath, walk.unit, line, walk.record, status);
+            return;
         case CardType::kDotE:
             ReadDotE(walk.filePath, walk.unit, walk.record, status);
             return;
@@ -99,13 +120,13 @@ bool StartsReader(CardType card) noexcept {
 bool ReadByCards(Walk& walk, EphemName& ephemName) {
     Line line;
     while (walk.unit.ReadLine(line) == ReadStatus::kOk) {
-        if (line.IsComment() || line.IsBlank()) continue;
+        if (line.IsCommentOrBlank()) continue;
         const CardType card = VecTabCardType(line.Text());
         if (card == CardType::kNameLine) walk.record.ephemName = EphemName(GetInputFileName(line.Text()));
         if (!StartsReader(card)) continue;
         std::int32_t status = 0;
         walk.record.numOfPts = 0;
-        RunReader(card, walk, status);
+        RunReader(card, line, walk, status);
         if (status == 2 || !HasPoints(walk.record)) return false;
         Store(walk);
         ephemName = EphemName();

@@ -36,8 +36,9 @@ class LineBuffer {
         return Text().substr(first - 1, width);
     }
 
-    bool IsBlank() const noexcept { return Used().find_first_not_of(" \t") == std::string_view::npos; }
-    bool IsComment() const noexcept { return chars_[0] == '*'; }
+    bool IsCommentOrBlank() const noexcept {
+        return chars_[0] == '*' || Used().find_first_not_of(" \t") == std::string_view::npos;
+    }
 
   private:
     std::array<char, N> chars_;

@@ -94,9 +94,31 @@ class CompactField {
     bool fits_ = true;
 };
 
+// A field of a few digits and blanks alone, as nearly all are. False for any other.
+bool ReadPlainDigits(std::string_view field, std::int32_t& value) noexcept {
+    constexpr std::size_t kAlwaysFit = 9;
+    if (field.size() > kAlwaysFit) return false;
+    std::int32_t read = 0;
+    for (const char c : field) {
+        if (c == ' ') continue;
+        if (!IsDigit(c)) return false;
+        read = read * 10 + (c - '0');
+    }
+    value = read;
+    return true;
+}
+
+// A number in one piece, with a point of its own where decimals are implied, as nearly all are. False for any other.
+bool ReadPlainReal(std::string_view field, int decimals, double& value) noexcept {
+    field = WithoutTrailingBlanks(WithoutLeadingBlanks(field));
+    const bool scaled = decimals == 0 || field.find('.') != std::string_view::npos;
+    return scaled && ReadWhole(field, value) == ReadStatus::kOk;
+}
+
 }  // namespace
 
 ReadStatus ReadIntegerField(std::string_view field, std::int32_t& value) noexcept {
+    if (ReadPlainDigits(field, value)) return ReadStatus::kOk;
     const CompactField compact(field);
     if (!compact.Fits()) return ReadStatus::kError;
     if (compact.View().empty()) {
@@ -107,6 +129,7 @@ ReadStatus ReadIntegerField(std::string_view field, std::int32_t& value) noexcep
 }
 
 ReadStatus ReadRealField(std::string_view field, int decimals, double& value) noexcept {
+    if (ReadPlainReal(field, decimals, value)) return ReadStatus::kOk;
     CompactField compact(field);
     if (!compact.Fits()) return ReadStatus::kError;
     if (compact.View().empty()) {

@@ -3,12 +3,14 @@
 
 #include <vectable/vectable.h>
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 
 #include "helpers/log_capture.h"
 
@@ -76,7 +78,15 @@ class StoreTest : public testing::Test {
     }
 
     LogCapture log;
-    const std::filesystem::path folder =
-        std::filesystem::temp_directory_path() / ("vectable_" + std::to_string(::getpid()) + "_" +
-                                                  testing::UnitTest::GetInstance()->current_test_info()->name());
+    const std::filesystem::path folder = NewFolder();
+
+  private:
+    // In memory where the system has a place for that: some tests write thousands of files.
+    static std::filesystem::path NewFolder() {
+        std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
+        std::replace(name.begin(), name.end(), '/', '_');
+        const std::filesystem::path memory = "/dev/shm";
+        const auto base = std::filesystem::exists(memory) ? memory : std::filesystem::temp_directory_path();
+        return base / ("vectable_" + std::to_string(::getpid()) + "_" + name);
+    }
 };

@@ -47,7 +47,7 @@ TEST(NumberFields, RealFieldsFollowTheRuleOfFixedColumns) {
         {"2*1.0", 0, kUntouched},
         {"\t1", 0, kUntouched},
         {"1111111111222222222233333333334444444444555555555566666666667777", 0, 1.1111111112222222e63},
-        {"11111111112222222222333333333344444444445555555555666666666677777", 0, kUntouched},
+        {"1 1111111112222222222333333333344444444445555555555666666666677777", 0, kUntouched},
     };
     for (const auto& c : cases) {
         double value = kUntouched;

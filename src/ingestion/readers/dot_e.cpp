@@ -10,10 +10,8 @@
 //
 // Keywords count anywhere in a line, in exact letter case and any order. Ends at the end mark or the end of the file.
 // The satellite number is the head of the file's name.
-#include <array>
+#include <algorithm>
 
-#include "ingestion/point_assembly.h"
-#include "ingestion/readers/readers.h"
 #include "ingestion/readers/reading.h"
 #include "support/dates.h"
 #include "support/text.h"
@@ -22,10 +20,8 @@ namespace VecTableCardReading {
 namespace {
 
 using VecTableSupport::FixedText;
-using VecTableSupport::ReadStatus;
 using VecTableSupport::TextBuilder;
 
-constexpr std::string_view kReader = "ReadDotE";
 constexpr double kKilometersPerMeter = 0.001;
 constexpr std::size_t kEpochLength = 24;
 
@@ -41,11 +37,11 @@ bool Has(std::string_view line, std::string_view text) noexcept {
     return line.find(text) != std::string_view::npos;
 }
 
-void ReadEpoch(std::string_view line, DotEHeader& header, std::int32_t& status) noexcept {
+void ReadEpoch(const Reading& reading, std::string_view line, DotEHeader& header) noexcept {
     header.hasEpochLine = true;
     const auto first = line.find_first_of("0123456789+-");
     if (first == std::string_view::npos) {
-        FailReader(kReader, "Invalid epoch time.", status);
+        Fail(reading, "Invalid epoch time.");
         return;
     }
     const FixedText<kEpochLength> date(line.substr(first));
@@ -55,68 +51,59 @@ void ReadEpoch(std::string_view line, DotEHeader& header, std::int32_t& status) 
     header.refEpoch = VecTableSupport::Dtg2Ds50UTC(text.Text().View());
 }
 
-void ReadCentralBody(std::string_view line, std::int32_t& status) noexcept {
-    if (!Has(line, "Earth")) FailReader(kReader, "Invalid file. CentralBody is not Earth.", status);
-}
-
-void ReadFrame(std::string_view line, VecTabRecord& record, std::int32_t& status) noexcept {
+void ReadFrame(const Reading& reading, std::string_view line) noexcept {
     if (Has(line, "TEMEOfDate")) {
-        record.coordSys = VecTableTypes::kEci;
+        reading.record.coordSys = VecTableTypes::kEci;
     } else if (Has(line, "Fixed")) {
-        record.coordSys = VecTableTypes::kEcr;
+        reading.record.coordSys = VecTableTypes::kEcr;
     } else if (Has(line, "ICRF")) {
-        record.coordSys = VecTableTypes::kJ2k;
+        reading.record.coordSys = VecTableTypes::kJ2k;
     } else if (!Has(line, "J2000")) {
-        FailReader(kReader, "Invalid coordinate system. Only Fixed, J2000, and TEMEOfDate are supported.", status);
+        Fail(reading, "Invalid coordinate system. Only Fixed, J2000, and TEMEOfDate are supported.");
     }
 }
 
-void ReadUnit(std::string_view line, DotEHeader& header, std::int32_t& status) noexcept {
+void ReadDistanceUnit(const Reading& reading, std::string_view line, DotEHeader& header) noexcept {
     if (Has(line, "Kilometers")) {
         header.inMeters = false;
     } else if (!Has(line, "Meters")) {
-        FailReader(kReader, "Invalid distance unit. Only meters and kilometers are supported.", status);
+        Fail(reading, "Invalid distance unit. Only meters and kilometers are supported.");
     }
 }
 
-void ReadDataKind(std::string_view line, DotEHeader& header, std::int32_t& status) noexcept {
+void ReadDataKind(const Reading& reading, std::string_view line, DotEHeader& header) noexcept {
     if (Has(line, "PosVel")) {
         header.valuesPerLine = 7;
     } else if (Has(line, "Pos")) {
         header.valuesPerLine = 4;
     } else {
-        FailReader(kReader, "Invalid ephem type. Only TimePos, PosVel, and PosVelAcc are supported.", status);
+        Fail(reading, "Invalid ephem type. Only TimePos, PosVel, and PosVelAcc are supported.");
     }
 }
 
-void ReadHeaderLine(std::string_view line, DotEHeader& header, VecTabRecord& record, std::int32_t& status) noexcept {
+void ReadHeaderLine(const Reading& reading, std::string_view line, DotEHeader& header) noexcept {
     if (!header.hasEpochLine && Has(line, "ScenarioEpoch")) {
-        ReadEpoch(line, header, status);
+        ReadEpoch(reading, line, header);
     } else if (Has(line, "CentralBody")) {
-        ReadCentralBody(line, status);
+        if (!Has(line, "Earth")) Fail(reading, "Invalid file. CentralBody is not Earth.");
     } else if (Has(line, "CoordinateSystem")) {
-        ReadFrame(line, record, status);
+        ReadFrame(reading, line);
     } else if (Has(line, "DistanceUnit")) {
-        ReadUnit(line, header, status);
+        ReadDistanceUnit(reading, line, header);
     } else if (Has(line, "EphemerisTime") || Has(line, "EphemerisEciTime")) {
-        ReadDataKind(line, header, status);
+        ReadDataKind(reading, line, header);
     }
 }
 
 // Reads up to the line that ends the header, or the end of the file.
-DotEHeader ReadHeader(InputUnit& unit, VecTabRecord& record, std::int32_t& status) {
+DotEHeader ReadHeader(const Reading& reading) {
     DotEHeader header;
     Line line;
-    while (status == 0 && header.valuesPerLine == 0) {
-        const ReadStatus read = unit.ReadLine(line);
-        if (read == ReadStatus::kEndOfData) break;
-        if (read == ReadStatus::kError) {
-            FailReader(kReader, "File read error.", status);
-        } else {
-            ReadHeaderLine(line.Used(), header, record, status);
-        }
-    }
-    if (status == 0 && header.refEpoch == 0.0) FailReader(kReader, "Unable to read reference epoch time.", status);
+    ForEachGroup(reading, {&line, 1}, [&] {
+        ReadHeaderLine(reading, line.Used(), header);
+        return !reading.Failed() && header.valuesPerLine == 0;
+    });
+    if (!reading.Failed() && header.refEpoch == 0.0) Fail(reading, "Unable to read reference epoch time.");
     return header;
 }
 
@@ -125,44 +112,35 @@ bool IsEndMark(std::string_view line) noexcept {
     return line.find('p') != std::string_view::npos && Has(line, "end Ephemeris");
 }
 
-VecTabPoint MakePoint(const std::array<double, 7>& values, const DotEHeader& header) noexcept {
+void ReadPoints(const Reading& reading, const DotEHeader& header) {
     const double scale = header.inMeters ? kKilometersPerMeter : 1.0;
-    VecTabPoint point;
-    point.ds50UTC = values[0] / VecTableSupport::kSecondsPerDay + header.refEpoch;
-    for (std::size_t i = 0; i < 3; ++i) {
-        point.pos[i] = values[1 + i] * scale;
-        point.vel[i] = values[4 + i] * scale;
-    }
-    return point;
-}
-
-void ReadPoints(InputUnit& unit, const DotEHeader& header, VecTabRecord& record, std::int32_t& status) {
-    std::array<double, 7> values{};
+    std::array<double, 7> values{};  // seconds, then the state
+    const std::span<double> wanted(values.data(), header.valuesPerLine);
     Line line;
-    for (;;) {
-        const ReadStatus read = unit.ReadLine(line);
-        if (read == ReadStatus::kError) FailReader(kReader, "File read error.", status);
-        if (read != ReadStatus::kOk) return;
-        if (line.IsComment() || line.IsBlank()) continue;
-        if (IsEndMark(line.Used())) return;
-        if (VecTableSupport::ReadFreeForm(line.Used(), {values.data(), header.valuesPerLine}) != ReadStatus::kOk) {
-            SkipBadEphemPoint(kReader, line.Text());
-            continue;
+    ForEachGroup(reading, {&line, 1}, [&] {
+        if (line.IsCommentOrBlank()) return true;
+        if (IsEndMark(line.Used())) return false;
+        if (VecTableSupport::ReadFreeForm(line.Used(), wanted) != ReadStatus::kOk) {
+            SkipBadEphemPoint(reading.name, line.Text());
+            return true;
         }
-        AddOneEpPoint(MakePoint(values, header), record);
-    }
+        StateValues state;
+        std::transform(values.begin() + 1, values.end(), state.begin(), [&](double x) { return x * scale; });
+        const double time = values[0] / VecTableSupport::kSecondsPerDay + header.refEpoch;
+        AddOneEpPoint(MakePoint(time, state), reading.record);
+        return true;
+    });
 }
 
 }  // namespace
 
 void ReadDotE(std::string_view filePath, InputUnit& unit, VecTabRecord& record, std::int32_t& status) {
-    status = 0;
+    const Reading reading("ReadDotE", unit, record, status);
     record.coordSys = VecTableTypes::kJ2k;
     record.epochDs50UTC = 0.0;
     record.satNum = SatNumOfFileName(filePath);
-    const DotEHeader header = ReadHeader(unit, record, status);
-    if (status == 0 && header.valuesPerLine != 0) ReadPoints(unit, header, record, status);
-    if (status == 0) CloseRecord(record);
+    const DotEHeader header = ReadHeader(reading);
+    if (!reading.Failed() && header.valuesPerLine != 0) ReadPoints(reading, header);
 }
 
 }  // namespace VecTableCardReading

@@ -1,5 +1,6 @@
 // The readers, one for each format. A reader goes on from the line behind the card that started it, fills the record
 // point by point, and reports: `status` is 0, or 2 with an entry in the log. A bad line is reported and passed over.
+// `line` is the card as it stands in the file.
 #pragma once
 
 #include <cstdint>
@@ -16,5 +17,13 @@ using VecTableTypes::VecTabRecord;
 using Line = VecTableSupport::LineBuffer<512>;
 
 VECTABLE_MODULE void ReadDotE(std::string_view filePath, InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadECR(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadITC(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadJ2K(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadOwner(std::string_view filePath, InputUnit& unit, const Line& line, VecTabRecord& record,
+                               std::int32_t& status);
+VECTABLE_MODULE void ReadSimObs(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadV31(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadVecEph(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
 
 }  // namespace VecTableCardReading

@@ -1,27 +1,86 @@
 #include "ingestion/readers/reading.h"
 
-#include "support/number_fields.h"
+#include "support/dates.h"
 #include "support/text.h"
 #include "support/trace_log.h"
 
 namespace VecTableCardReading {
 
+using VecTableSupport::FixedText;
+
+void Fail(const Reading& reading, std::string_view words) noexcept {
+    VecTableSupport::TextBuilder<128> text;
+    text.Add("*** ").Add(reading.name).Add(": ").Add(words).Add(" ***");
+    VecTableSupport::TraceLogError(text.Written());
+    reading.status = 2;
+}
+
+void FailOnLine(const Reading& reading, const Line& line, std::string_view words) noexcept {
+    VecTableSupport::TraceLogError(line.Text());
+    Fail(reading, words);
+}
+
+ReadStatus ReadGroup(InputUnit& unit, std::span<Line> lines) noexcept {
+    for (Line& line : lines) {
+        const ReadStatus read = unit.ReadLine(line);
+        if (read != ReadStatus::kOk) return read;
+    }
+    return ReadStatus::kOk;
+}
+
+bool ReadColumns(const Line& line, std::span<const RealField> fields, std::span<double> values) noexcept {
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        const auto [column, width, decimals] = fields[i];
+        const ReadStatus read = VecTableSupport::ReadRealField(line.Columns(column, width), decimals, values[i]);
+        if (read != ReadStatus::kOk) return false;
+    }
+    return true;
+}
+
+std::int32_t IntegerOr(std::string_view field, std::int32_t otherwise) noexcept {
+    std::int32_t value = otherwise;
+    VecTableSupport::ReadIntegerField(field, value);
+    return value;
+}
+
+bool ReadTime(std::string_view date, std::string_view reportedName, std::string_view badText,
+              double& ds50UTC) noexcept {
+    ds50UTC = VecTableSupport::Date_In(date);
+    if (ds50UTC > 0.0) return true;
+    SkipBadEphemPoint(reportedName, badText);
+    return false;
+}
+
+VecTabPoint MakePoint(double ds50UTC, const StateValues& state) noexcept {
+    VecTabPoint point;
+    point.ds50UTC = ds50UTC;
+    std::copy_n(state.begin(), 3, point.pos.begin());
+    std::copy_n(state.begin() + 3, 3, point.vel.begin());
+    return point;
+}
+
 std::int32_t SatNumOfFileName(std::string_view filePath) noexcept {
     const std::string_view name = filePath.substr(filePath.find_last_of("\\/") + 1);
-    std::int32_t satNum = 0;
-    const auto status = VecTableSupport::ReadIntegerField(name.substr(0, 5), satNum);
-    return status == VecTableSupport::ReadStatus::kOk ? satNum : kUnknownSatNum;
+    return IntegerOr(name.substr(0, 5), kUnknownSatNum);
 }
 
-void FailReader(std::string_view readerName, std::string_view words, std::int32_t& status) noexcept {
-    VecTableSupport::TextBuilder<128> text;
-    text.Add("*** ").Add(readerName).Add(": ").Add(words).Add(" ***");
-    VecTableSupport::TraceLogError(text.Written());
-    status = 2;
-}
-
-void CloseRecord(VecTableTypes::VecTabRecord& record) noexcept {
-    if (record.numOfPts >= 1) record.epochDs50UTC = record.points[1].ds50UTC;
+std::int32_t Coord(std::string_view text) noexcept {
+    struct Word {
+        std::string_view text;
+        std::int32_t code;
+    };
+    using namespace VecTableTypes;
+    constexpr Word kShortWords[] = {{"j2k", kJ2k}, {"eci", kEci}, {"efg", kEfg},
+                                    {"ecr", kEcr}, {"llh", kLlh}, {"sen", kSen}};
+    constexpr Word kLongWords[] = {{"hcsrl", kHcsrl}, {"wptrl", kWptrl}, {"hcsgc", kHcsgc}, {"wptgc", kWptgc}};
+    const auto word = VecTableSupport::ToLowerCase(FixedText<5>(text));
+    const auto codeOf = [&](std::span<const Word> words) -> std::int32_t {
+        for (const Word& known : words) {
+            if (word.View().substr(0, known.text.size()) == known.text) return known.code;
+        }
+        return kUnknownFrame;
+    };
+    return text.size() == 3 ? codeOf(kShortWords) : codeOf(kLongWords);
 }
 
 }  // namespace VecTableCardReading

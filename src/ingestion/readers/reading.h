@@ -1,23 +1,92 @@
-// What the readers share.
+// What the readers share: the loop over the lines of a file, fixed and free fields of a line, times, points, and the
+// words of failures.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
+#include <utility>
 
-#include "store/record_types.h"
+#include "ingestion/point_assembly.h"
+#include "ingestion/readers/readers.h"
+#include "support/number_fields.h"
 
 namespace VecTableCardReading {
+
+using VecTableSupport::ReadStatus;
+
+inline constexpr std::size_t kLineLength = 512;
 
 // The satellite number of a file that gives none.
 inline constexpr std::int32_t kUnknownSatNum = 99999;
 
+// Position and velocity, in the units of the file.
+using StateValues = std::array<double, 6>;
+
+// One reader at work.
+struct Reading {
+    Reading(std::string_view readerName, InputUnit& openUnit, VecTabRecord& workingRecord,
+            std::int32_t& readerStatus) noexcept
+        : name(readerName), unit(openUnit), record(workingRecord), status(readerStatus) {
+        status = 0;
+    }
+
+    bool Failed() const noexcept { return status != 0; }
+
+    std::string_view name;  // in the words of the log
+    InputUnit& unit;
+    VecTabRecord& record;
+    std::int32_t& status;
+};
+
+// Ends a reader with "*** `name`: `words` ***" in the log.
+void Fail(const Reading& reading, std::string_view words) noexcept;
+
+// The same, ahead of it the line that is to blame.
+void FailOnLine(const Reading& reading, const Line& line, std::string_view words) noexcept;
+
+// Reads all lines of a group. An error, or the end of the file, on any of them is that of the group.
+ReadStatus ReadGroup(InputUnit& unit, std::span<Line> lines) noexcept;
+
+// Hands group after group of lines to `use`, up to the end of the file or until `use` is false. A read error ends the
+// reader. A record with points has the time of the first as its epoch in the end.
+template <typename Use>
+void ForEachGroup(const Reading& reading, std::span<Line> lines, Use use) {
+    ReadStatus read = ReadStatus::kOk;
+    do {
+        read = ReadGroup(reading.unit, lines);
+    } while (read == ReadStatus::kOk && use());
+    if (read == ReadStatus::kError) Fail(reading, "File read error.");
+    VecTabRecord& record = reading.record;
+    if (!reading.Failed() && record.numOfPts >= 1) record.epochDs50UTC = record.points[1].ds50UTC;
+}
+
+// A fixed real field: its first column, counted from 1, its width, and the decimals that it has without a point.
+struct RealField {
+    std::size_t column;
+    std::size_t width;
+    int decimals;
+};
+
+// Reads one value after the other, up to the first that is no number.
+bool ReadColumns(const Line& line, std::span<const RealField> fields, std::span<double> values) noexcept;
+
+// The integer in columns of a line, or `otherwise` where they hold none.
+std::int32_t IntegerOr(std::string_view field, std::int32_t otherwise) noexcept;
+
+// The time of a date text for Date_In. A text that is no date is reported as a bad line, with `badText` and under
+// `reportedName`: false.
+bool ReadTime(std::string_view date, std::string_view reportedName, std::string_view badText, double& ds50UTC) noexcept;
+
+VecTabPoint MakePoint(double ds50UTC, const StateValues& state) noexcept;
+
 // The satellite number that the first five characters of the file's name are, or kUnknownSatNum.
 std::int32_t SatNumOfFileName(std::string_view filePath) noexcept;
 
-// Reports a failure that ends a reader: "*** `readerName`: `words` ***".
-void FailReader(std::string_view readerName, std::string_view words, std::int32_t& status) noexcept;
-
-// How every reader ends: the epoch of a record is the time of its first point.
-void CloseRecord(VecTableTypes::VecTabRecord& record) noexcept;
+// The code of a coordinate word, in any letter case: a field of three characters is one of the words of three letters,
+// the first five characters of any other field are one of the words of five. kUnknownFrame for any other word.
+VECTABLE_MODULE std::int32_t Coord(std::string_view text) noexcept;
 
 }  // namespace VecTableCardReading

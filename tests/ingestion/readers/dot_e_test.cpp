@@ -33,40 +33,6 @@ class DotE : public StoreTest {
     State first;
 };
 
-TEST_F(DotE, AFileWorkedByHandHasItsStates) {
-    ASSERT_EQ(VecTabLoadFile(TEST_DATA "/12345_handmade.e"), 0);
-    const int64_t loaded = VecTabGetSatKey(12345);
-    struct {
-        double time;
-        Vector pos, vel;
-    } const expected[] = {
-        // 2025-12-08 is day 27736; metres become kilometres
-        {27736.5, {7000.0, 0.0, -1.5005}, {0.0, 7.50025, 1.0}},
-        {27736.5 + 1.0 / 1440.0, {6999.0, 449.9, 0.0}, {-0.0085, 7.499, 1.0}},
-        // the places left empty keep the numbers of the line before, the bad one included as far as it was read
-        {27736.5 + 3.0 / 1440.0, {0.001, 0.002, 1.0}, {0.004, 0.005, 2.0}},
-    };
-    State state;
-    for (int32_t i = 0; i < 3; ++i) {
-        ASSERT_EQ(AskByIndex(loaded, i + 1, state), 0) << i;
-        EXPECT_NEAR(state.time, expected[i].time, 1e-11);
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            EXPECT_DOUBLE_EQ(state.pos[axis], expected[i].pos[axis]) << i;
-            EXPECT_DOUBLE_EQ(state.vel[axis], expected[i].vel[axis]) << i;
-        }
-    }
-    EXPECT_EQ(AskByIndex(loaded, 4, state), 2);
-
-    ASSERT_EQ(log.entries.size(), 7U);
-    EXPECT_EQ(log.entries[0].text, "VecTabLoadFile: Reading VECTABs from file \"" TEST_DATA "/12345_handmade.e\".");
-    EXPECT_EQ(log.entries[1].text, "*** ReadDotE : Bad ephemeris data. ***");
-    EXPECT_EQ(log.entries[2].text, "  120  1 2 three 4 5 6" + std::string(512 - 22, ' '));
-    EXPECT_EQ(log.entries[4].text, "  240  1 2 3 4 5" + std::string(512 - 16, ' '));
-    const std::string summary =
-        "Total ephemeris points = 3, Start = 25342120000.000, End = 25342120300.000, Coord = ECR";
-    EXPECT_EQ(log.entries[5].text, summary + std::string(128 - summary.size(), ' '));
-}
-
 TEST_F(DotE, HeaderItemsComeInAnyOrderAndCase) {
     struct {
         std::string header;
@@ -159,31 +125,4 @@ TEST_F(DotE, AFurtherEphemerisFollowsTheEndMark) {
     }
     EXPECT_EQ(log.Take(VEC_HOST_TRACE_INFO).back(),
               "Total ephemeris points = 2, Start = 25001010000.000, End = 25001020000.000, Coord = J2K");
-}
-
-// A file cut at any byte, or with any byte damaged, loads or fails in order, and never costs what is stored.
-TEST_F(DotE, DamagedFilesDoNoHarm) {
-    std::ifstream sample(SAMPLES "/10001_leo.e", std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(sample), {}};
-    text.resize(700);
-    const int64_t kept = Add(7, 100.0);
-    Append(kept, 100.0);
-    const auto load = [&](const std::string& damaged) {
-        const int32_t result = VecTabLoadFile(Write("10001.e", damaged).c_str());
-        ASSERT_TRUE(result == 0 || result == 2);
-        ASSERT_TRUE(result == 0 || !log.Take().empty());
-        State state;
-        ASSERT_EQ(AskByIndex(kept, 1, state), 0);
-        log.entries.clear();
-        const int64_t other = VecTabGetSatKey(10001);
-        if (other != -1) VecTabRemoveSat(other);
-    };
-    for (std::size_t length = 0; length <= text.size(); ++length) load(text.substr(0, length));
-    for (std::size_t place = 0; place < text.size(); place += 3) {
-        for (const char c : {' ', '\0', '\xFF', '9', ',', '\n'}) {
-            std::string damaged = text;
-            damaged[place] = c;
-            load(damaged);
-        }
-    }
 }

@@ -1,14 +1,6 @@
-// Makes the sample ephemerides: three orbits, propagated with the point mass of the Earth and its oblateness.
-//
-//     make_samples FOLDER
-#include <array>
+#include "orbits.h"
+
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
 namespace {
 
@@ -17,25 +9,8 @@ constexpr double kMu = 398600.8;           // km^3/s^2
 constexpr double kEarthRadius = 6378.135;  // km
 constexpr double kJ2 = 1.082616e-3;
 constexpr double kRadiansPerDegree = 0.017453292519943295;
-
-using Vector = std::array<double, 3>;
-
-struct State {
-    double seconds = 0.0;  // since the epoch of all samples, 2026-03-01 00:00:00 UTC
-    Vector pos{};          // km, true equator of date
-    Vector vel{};          // km/s
-};
-
-struct Orbit {
-    std::string name;
-    int satNum;
-    double perigeeHeight;  // km
-    double apogeeHeight;   // km
-    double inclination;    // degrees
-    double perigee;        // argument of perigee, degrees
-    double step;           // s, between points
-    int points;
-};
+constexpr double kEarthRate = 7.292115e-5;  // rad/s
+constexpr double kAngleAtEpoch = 2.771402;  // rad, Greenwich sidereal time of the epoch
 
 Vector Acceleration(const Vector& r) {
     const double r2 = r[0] * r[0] + r[1] * r[1] + r[2] * r[2];
@@ -60,7 +35,6 @@ State Step(const State& s, double h) {
     const Vector v4 = moved(s.vel, a3, h);
     const Vector a4 = Acceleration(moved(s.pos, v3, h));
     State next = s;
-    next.seconds += h;
     for (std::size_t i = 0; i < 3; ++i) {
         next.pos[i] += h / 6 * (v1[i] + 2 * v2[i] + 2 * v3[i] + v4[i]);
         next.vel[i] += h / 6 * (a1[i] + 2 * a2[i] + 2 * a3[i] + a4[i]);
@@ -68,8 +42,7 @@ State Step(const State& s, double h) {
     return next;
 }
 
-// At perigee, the node on the x axis.
-State StartOf(const Orbit& orbit) {
+State AtPerigee(const Orbit& orbit) {
     const double rp = kEarthRadius + orbit.perigeeHeight;
     const double ra = kEarthRadius + orbit.apogeeHeight;
     const double speed = std::sqrt(2.0 * kMu * ra / (rp * (rp + ra)));
@@ -83,9 +56,11 @@ State StartOf(const Orbit& orbit) {
     return state;
 }
 
+}  // namespace
+
 std::vector<State> Propagate(const Orbit& orbit) {
     constexpr int kStepsPerPoint = 60;
-    std::vector<State> states{StartOf(orbit)};
+    std::vector<State> states{AtPerigee(orbit)};
     while (static_cast<int>(states.size()) < orbit.points) {
         State state = states.back();
         for (int i = 0; i < kStepsPerPoint; ++i) state = Step(state, orbit.step / kStepsPerPoint);
@@ -95,48 +70,13 @@ std::vector<State> Propagate(const Orbit& orbit) {
     return states;
 }
 
-std::string Format(const char* format, double value) {
-    std::array<char, 64> text;
-    std::snprintf(text.data(), text.size(), format, value);
-    return text.data();
-}
-
-void WriteDotE(const std::string& folder, const Orbit& orbit, const std::vector<State>& states) {
-    std::ofstream file(folder + "/" + std::to_string(orbit.satNum) + "_" + orbit.name + ".e");
-    file << "stk.v.12.0\n\nBEGIN Ephemeris\n\n"
-         << "NumberOfEphemerisPoints  " << states.size() << "\n"
-         << "ScenarioEpoch            1 Mar 2026 00:00:00.000\n"
-         << "CentralBody              Earth\n"
-         << "CoordinateSystem         TEMEOfDate\n"
-         << "DistanceUnit             Kilometers\n\n"
-         << "EphemerisTimePosVel\n\n";
-    for (const State& state : states) {
-        file << Format("%.3f", state.seconds);
-        for (const double x : state.pos) file << Format(" %.6f", x);
-        for (const double v : state.vel) file << Format(" %.9f", v);
-        file << "\n";
-    }
-    file << "\nend Ephemeris\n";
-    if (!file.flush()) throw std::runtime_error("cannot write a Dot-E file into " + folder);
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::fputs("usage: make_samples FOLDER\n", stderr);
-        return EXIT_FAILURE;
-    }
-    const std::array<Orbit, 3> orbits = {{
-        {"leo", 10001, 500.0, 520.0, 51.6, 30.0, 60.0, 121},
-        {"geo", 10002, 35786.0, 35788.0, 0.1, 0.0, 900.0, 97},
-        {"heo", 10003, 1000.0, 39360.0, 63.4, 270.0, 120.0, 361},
-    }};
-    try {
-        for (const Orbit& orbit : orbits) WriteDotE(argv[1], orbit, Propagate(orbit));
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "make_samples: %s\n", error.what());
-        return EXIT_FAILURE;
-    }
-    return EXIT_SUCCESS;
+State EarthFixed(const State& state) {
+    const double angle = kAngleAtEpoch + kEarthRate * state.seconds;
+    const double c = std::cos(angle);
+    const double s = std::sin(angle);
+    const auto turned = [&](const Vector& x) { return Vector{c * x[0] + s * x[1], -s * x[0] + c * x[1], x[2]}; };
+    State fixed{state.seconds, turned(state.pos), turned(state.vel)};
+    fixed.vel[0] += kEarthRate * fixed.pos[1];
+    fixed.vel[1] -= kEarthRate * fixed.pos[0];
+    return fixed;
 }

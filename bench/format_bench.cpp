@@ -1,0 +1,117 @@
+// What does a number of each text format cost to load beside one of Dot-E?
+#include <vectable/host.h>
+#include <vectable/vectable.h>
+
+#include <array>
+#include <benchmark/benchmark.h>
+#include <charconv>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "ratio_report.h"
+#include "samples.h"
+
+namespace {
+
+constexpr int kPoints = 100'000;
+
+// The short orbit over and over, with times that go on.
+std::vector<State> ManyStates(const Sample& sample) {
+    const std::vector<State> orbit = StatesOf(sample);
+    std::vector<State> states;
+    for (int i = 0; i < kPoints; ++i) {
+        states.push_back(orbit[static_cast<std::size_t>(i) % orbit.size()]);
+        states.back().seconds = 60.0 * i;
+    }
+    return states;
+}
+
+// Time and state, and what else a point of the format carries.
+double NumbersPerPoint(const Sample& sample) {
+    if (sample.file == "itc.txt") return 28.0;
+    if (sample.file == "simulated_observations.txt") return 8.0;
+    return sample.velDigit == 0.0 ? 4.0 : 7.0;
+}
+
+// Reports the time per number.
+void Load(benchmark::State& state, const Sample& sample, const std::string& path) {
+    const double numbers = NumbersPerPoint(sample) * kPoints;
+    double seconds = 0.0;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        const bool loaded = VecTabLoadFile(path.c_str()) == 0 && VecTabGetCount() == 1;
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+        VecTabRemoveAllSats();
+        if (!loaded) state.SkipWithError("not loaded");
+        state.SetIterationTime(taken.count() / numbers);
+        seconds += taken.count();
+    }
+    const double megabytes = static_cast<double>(std::filesystem::file_size(path)) / 1e6;
+    state.counters["MB/s"] = megabytes * static_cast<double>(state.iterations()) / seconds;
+}
+
+// Finds the lines, runs std::from_chars over all that stands between blanks, and stores a point for every `perPoint`
+// numbers. Reports the time per number.
+void Bare(benchmark::State& state, const std::string& path, std::size_t perPoint) {
+    const auto size = static_cast<std::size_t>(std::filesystem::file_size(path));
+    std::vector<char> text(size);
+    double seconds = 0.0;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        std::ifstream(path, std::ios::binary).read(text.data(), static_cast<std::streamsize>(size));
+        auto* points = static_cast<double*>(std::malloc(kPoints * 232));
+        std::array<double, 29> values{};
+        std::size_t count = 0;
+        std::size_t total = 0;
+        const char* end = text.data() + size;
+        for (const char* next = text.data(); next != end;) {
+            if (*next == ' ' || *next == '\n') {
+                ++next;
+                continue;
+            }
+            const char* behind = std::from_chars(next, end, values[count]).ptr;
+            next = behind == next ? next + 1 : behind;
+            if (++count < perPoint) continue;
+            count = 0;
+            if (total < kPoints) std::copy(values.begin(), values.end(), points + 29 * total);
+            ++total;
+        }
+        benchmark::DoNotOptimize(points);
+        benchmark::ClobberMemory();
+        std::free(points);
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+        state.SetIterationTime(taken.count() / (static_cast<double>(perPoint) * kPoints));
+        seconds += taken.count();
+    }
+    state.counters["MB/s"] = static_cast<double>(size) / 1e6 * static_cast<double>(state.iterations()) / seconds;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    VecHostSetTraceSink(nullptr, nullptr);
+    const auto folder = std::filesystem::temp_directory_path() / "vectable_format_bench";
+    std::filesystem::create_directories(folder);
+    std::vector<Question> questions;
+    for (const Sample& sample : kSamples) {
+        const std::string path = folder / sample.file;
+        std::ofstream out(path);
+        sample.write(out, sample, ManyStates(sample));
+        out.close();
+        benchmark::RegisterBenchmark(sample.file.c_str(), Load, sample, path)
+            ->UseManualTime()
+            ->Iterations(2)
+            ->Unit(benchmark::kNanosecond);
+        questions.push_back({sample.file + ", ns a number", sample.file, kSamples.front().file, 1.5});
+    }
+    benchmark::RegisterBenchmark("itc_bare", Bare, (folder / "itc.txt").string(), 28)
+        ->UseManualTime()
+        ->Iterations(2)
+        ->Unit(benchmark::kNanosecond);
+    questions.push_back({"itc.txt beside the bare pass over its numbers", "itc.txt", "itc_bare", 2.5});
+    const int result = RunWithRatios(argc, argv, questions);
+    std::filesystem::remove_all(folder);
+    return result;
+}

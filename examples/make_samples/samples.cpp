@@ -1,0 +1,182 @@
+#include "samples.h"
+
+#include <array>
+#include <cstdio>
+#include <ostream>
+
+namespace {
+
+// Formatted output; every sample is made of it.
+template <typename... Values>
+std::string Text(const char* format, Values... values) {
+    std::array<char, 256> text;
+    std::snprintf(text.data(), text.size(), format, values...);
+    return text.data();
+}
+
+// A line with texts at given columns, counted from 1.
+class CardImage {
+  public:
+    CardImage& At(std::size_t column, const std::string& text) {
+        if (line_.size() < column - 1 + text.size()) line_.resize(column - 1 + text.size(), ' ');
+        line_.replace(column - 1, text.size(), text);
+        return *this;
+    }
+    const std::string& Line() const { return line_; }
+
+  private:
+    std::string line_;
+};
+
+std::ostream& operator<<(std::ostream& out, const CardImage& card) {
+    return out << card.Line() << '\n';
+}
+
+std::string Vector3(const char* format, const Vector& v) {
+    return Text(format, v[0], v[1], v[2]);
+}
+
+struct TimeOfDay {
+    int day, hour, minute;
+    double seconds;
+};
+
+TimeOfDay TimeOf(const State& state) {
+    const int whole = static_cast<int>(state.seconds);
+    return {kEpochDayOfYear + whole / 86400, whole / 3600 % 24, whole / 60 % 60,
+            state.seconds - static_cast<double>(whole / 60 * 60)};
+}
+
+// "YYDDDHHMMSS.SSS"
+std::string Date15(const State& state) {
+    const TimeOfDay t = TimeOf(state);
+    return Text("%02d%03d%02d%02d%06.3f", kEpochYear % 100, t.day, t.hour, t.minute, t.seconds);
+}
+
+void WriteDotE(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
+    out << "stk.v.12.0\n\nBEGIN Ephemeris\n\n"
+        << "NumberOfEphemerisPoints  " << states.size() << "\n"
+        << "ScenarioEpoch            1 Mar 2026 00:00:00.000\n"
+        << "CentralBody              Earth\n"
+        << "CoordinateSystem         " << (sample.coordSys == 1 ? "TEMEOfDate" : "J2000") << "\n"
+        << "DistanceUnit             Kilometers\n\n"
+        << "EphemerisTimePosVel\n\n";
+    for (const State& s : states) {
+        out << Text("%.3f", s.seconds) << Vector3(" %.6f %.6f %.6f", s.pos) << Vector3(" %.9f %.9f %.9f\n", s.vel);
+    }
+    out << "\nend Ephemeris\n";
+}
+
+CardImage DeckHeader() {
+    return CardImage()
+        .At(1, Text("%22.15f", 0.07436691613317341))
+        .At(23, Text("%22.15f", 6378.135))
+        .At(46, "26060000000.000");
+}
+
+void WriteVecEph(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
+    out << DeckHeader().At(75, "SP ");
+    for (const State& s : states) {
+        out << CardImage()
+                   .At(18, Vector3("%16.6f%16.6f%16.6f", s.pos))
+                   .At(67, Text("%05d", sample.satNum))
+                   .At(78, "ECI");
+        out << CardImage().At(3, Date15(s)).At(18, Vector3("%16.9f%16.9f%16.9f", s.vel));
+    }
+}
+
+void WriteSimObs(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
+    out << DeckHeader().At(80, "Z");
+    for (const State& s : states) {
+        out << CardImage().At(2, Text("%05d", sample.satNum)).At(8, Date15(s)).At(23, "      7").At(76, "ECI");
+        out << Vector3("%22.14E%22.14E%22.14E\n", s.pos) << Vector3("%22.14E%22.14E%22.14E\n", s.vel);
+    }
+}
+
+void WriteItc(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
+    out << CardImage().At(2, Text("%05d", sample.satNum)).At(52, "2026060000000.000").At(113, "SP");
+    int point = 0;
+    for (const State& s : states) {
+        ++point;
+        out << CardImage()
+                   .At(4, Date15(s))
+                   .At(19, Vector3("%16.6f%16.6f%16.6f", s.pos))
+                   .At(67, Vector3("%16.9f%16.9f%16.9f", s.vel));
+        for (int k = 1; k <= 21; ++k) out << Text("%16.8E", CovarianceTerm(point, k)) << (k % 7 == 0 ? "\n" : "");
+    }
+}
+
+void WriteV31(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
+    out << Text("EPHEMERIS FILE FOR SATELLITE %05d\n\n", sample.satNum)
+        << CardImage().At(1, "Propagation by two bodies and the oblateness of the Earth").At(66, "ECI") << '\n'
+        << std::string(48, '=') << '\n';
+    for (const State& s : states) {
+        const Vector metersPerSecond{1000.0 * s.vel[0], 1000.0 * s.vel[1], 1000.0 * s.vel[2]};
+        out << Date15(s) << Vector3("%19.8f%19.8f%19.8f", s.pos) << Vector3("%19.8f%19.8f%19.8f\n", metersPerSecond);
+    }
+    out << std::string(48, 'E') << '\n' << std::string(48, 'Z') << '\n';
+}
+
+void WriteOwner(std::ostream& out, const Sample& /*sample*/, const std::vector<State>& states) {
+    out << "* time, position in km, velocity in km/s, J2000\n";
+    for (const State& s : states) {
+        out << Date15(s) << Vector3(" %.6f %.6f %.6f", s.pos) << Vector3(" %.9f %.9f %.9f\n", s.vel);
+    }
+}
+
+void WriteJ2k(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
+    out << " SPEPH PREDICTION EPHEMERIS\n";
+    for (const State& s : states) {
+        const TimeOfDay t = TimeOf(s);
+        out << CardImage()
+                   .At(3, Text("%05d", sample.satNum))
+                   .At(12, Text("%02d %03d %02d %02d %06.3f", kEpochYear % 100, t.day, t.hour, t.minute, t.seconds))
+                   .At(32, Vector3("%.6f %.6f %.6f", s.pos) + Vector3(" %.9f %.9f %.9f", s.vel));
+    }
+}
+
+void WriteEcr(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
+    const bool positionOnly = sample.velDigit == 0.0;
+    out << "CLASSIFICATION: UNCLASSIFIED\n" << Text("%05d", sample.satNum) << "\n\n\n\n\n\n\n";
+    if (positionOnly) {
+        out << "YYDDDHHMMSS.SSS      X(KM)          Y(KM)          Z(KM)\n\n";
+    } else {
+        out << "YYDDDHHMMSS.SSS      X(KM), VX(KM/S)  Y(KM), VY(KM/S)  Z(KM), VZ(KM/S)\n\n\n";
+    }
+    for (const State& s : states) {
+        out << Date15(s) << Vector3(" %15.6f%15.6f%15.6f\n", s.pos);
+        if (!positionOnly) out << std::string(15, ' ') << Vector3(" %15.9f%15.9f%15.9f\n", s.vel);
+    }
+}
+
+}  // namespace
+
+const std::vector<Sample> kSamples = {
+    {"10001_leo.e", kLeo, 10001, 1, false, 1e-6, 1e-9, WriteDotE},
+    {"10002_geo.e", kGeo, 10002, 1, false, 1e-6, 1e-9, WriteDotE},
+    {"10003_heo.e", kHeo, 10003, 1, false, 1e-6, 1e-9, WriteDotE},
+    {"vector_ephemeris.txt", kShortLeo, 10004, 1, false, 1e-6, 1e-9, WriteVecEph},
+    {"simulated_observations.txt", kShortLeo, 10005, 1, false, 1e-10, 1e-13, WriteSimObs},
+    {"itc.txt", kShortLeo, 10006, 1, false, 1e-6, 1e-9, WriteItc},
+    {"v31.txt", kShortLeo, 10007, 1, false, 1e-8, 1e-11, WriteV31},
+    {"10008_owner_operator.txt", kShortLeo, 10008, 2, false, 1e-6, 1e-9, WriteOwner},
+    {"j2k.txt", kShortLeo, 10009, 2, false, 1e-6, 1e-9, WriteJ2k},
+    {"ecr.txt", kShortLeo, 10010, 4, true, 1e-6, 1e-9, WriteEcr},
+    {"ecr_position.txt", kShortLeo, 10011, 4, true, 1e-6, 0.0, WriteEcr},
+};
+
+std::vector<State> StatesOf(const Sample& sample) {
+    std::vector<State> states = Propagate(sample.orbit);
+    if (sample.earthFixed) {
+        for (State& state : states) state = EarthFixed(state);
+    }
+    return states;
+}
+
+double CovarianceTerm(int point, int k) {
+    int row = 1;
+    while (row * (row + 1) / 2 < k) ++row;
+    const int column = k - row * (row - 1) / 2;
+    const double scale = row > 3 ? 1e-3 : 1.0;
+    return (row == column ? 1.0 : 0.1) * scale * (column > 3 ? 1e-3 : 1.0) * (1.0 + 0.01 * point);
+}

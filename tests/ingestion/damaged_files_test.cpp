@@ -1,0 +1,71 @@
+// Every hand-worked file, cut at every byte and with every byte replaced: it loads or fails in order, what is stored stays,
+// and what is taken from it is a table.
+#include <cmath>
+#include <gtest/gtest.h>
+#include <iostream>
+
+#include "helpers/store_test.h"
+
+class DamagedFiles : public StoreTest {
+  protected:
+    void Load(const std::string& name, const std::string& damaged) {
+        ++tried;
+        log.entries.clear();
+        const int32_t status = VecTabLoadFile(Write(name, damaged).c_str());
+        ASSERT_TRUE(status == 0 || status == 2);
+        for (const LogEntry& entry : log.entries) {
+            if (entry.text.find(" : Bad ephemeris data. ***") != std::string::npos) ++lines;
+        }
+        if (status == 2) {
+            ++refused;
+            ASSERT_FALSE(log.Take().empty());
+        }
+        CheckStore();
+    }
+
+    void CheckStore() {
+        std::vector<int64_t> keys(static_cast<std::size_t>(VecTabGetCount()));
+        VecTabGetLoaded(2, keys.data());
+        ASSERT_EQ(keys.front(), kept);
+        for (const int64_t key : keys) {
+            double last = -INFINITY;
+            State state;
+            for (int32_t point = 1; AskByIndex(key, point, state) == 0; ++point) {
+                ASSERT_GT(state.time, last);
+                ASSERT_TRUE(std::isfinite(state.pos[0] + state.pos[1] + state.pos[2]));
+                ASSERT_TRUE(std::isfinite(state.vel[0] + state.vel[1] + state.vel[2]));
+                last = state.time;
+            }
+            ASSERT_GT(last, -INFINITY);
+            if (key != kept) VecTabRemoveSat(key);
+        }
+    }
+
+    int64_t kept = 0;
+    int tried = 0;
+    int refused = 0;
+    int lines = 0;
+};
+
+TEST_F(DamagedFiles, DoNoHarm) {
+    kept = Add(1, 100.0);
+    Append(kept, 100.0);
+    for (const auto& entry : std::filesystem::directory_iterator(TEST_DATA)) {
+        if (entry.path().extension() == ".expected") continue;
+        SCOPED_TRACE(entry.path());
+        const std::string name = entry.path().filename();
+        std::ifstream file(entry.path(), std::ios::binary);
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        for (std::size_t length = 0; length < text.size() && !HasFatalFailure(); ++length) {
+            Load(name, text.substr(0, length));
+        }
+        for (std::size_t place = 0; place < text.size() && !HasFatalFailure(); ++place) {
+            for (const char c : {' ', '\0', '\xFF', '7', ','}) {
+                std::string damaged = text;
+                damaged[place] = c;
+                Load(name, damaged);
+            }
+        }
+    }
+    std::cout << tried << " damaged files, " << refused << " refused, " << lines << " lines reported\n";
+}
