@@ -1,7 +1,6 @@
 #include "evaluation/hermite.h"
 
 #include <array>
-#include <cmath>
 #include <gtest/gtest.h>
 #include <random>
 
@@ -10,60 +9,30 @@ using namespace VecTableProcessing;
 namespace {
 
 using Nodes = std::array<VecTabPoint, 4>;
-using Coefficients = std::array<long double, 8>;
+using Ticks = std::array<int, 4>;
 
 // Times of the tests are multiples of 2^-20 days near 27819, so that all their differences are exact.
-constexpr double kOrigin = 27819.0;
-constexpr double kTick = 1.0 / 1048576.0;
-
 double TimeAt(int ticks) {
-    return kOrigin + ticks * kTick;
+    return 27819.0 + ticks / 1048576.0;
 }
 long double Seconds(double time) {
-    return (static_cast<long double>(time) - kOrigin) * 86400.0L;
+    return (static_cast<long double>(time) - 27819.0L) * 86400.0L;
 }
 
-// A polynomial and its derivative in units of 1000 s, by Horner's rule.
-struct Value {
-    long double value;
-    long double slope;  // per second
-};
-Value Evaluate(const Coefficients& c, double time) {
-    const long double x = Seconds(time) / 1000.0L;
-    Value v{0.0L, 0.0L};
-    for (std::size_t i = c.size(); i-- > 0;) {
-        v.slope = v.slope * x + v.value;
-        v.value = v.value * x + c[i];
-    }
-    v.slope /= 1000.0L;
-    return v;
-}
+// A polynomial of degree 7 in units of 1000 s and its derivative per second, by Horner's rule.
+struct Polynomial {
+    std::array<long double, 8> c{};
 
-// Newton's divided differences on doubled nodes: an independent form of the same polynomial.
-long double DividedDifferences(const Nodes& nodes, std::size_t axis, double time) {
-    std::array<long double, 8> x;
-    std::array<long double, 8> table;
-    for (std::size_t i = 0; i < 8; ++i) {
-        x[i] = Seconds(nodes[i / 2].ds50UTC);
-        table[i] = nodes[i / 2].pos[axis];
-    }
-    for (std::size_t order = 1; order < 8; ++order) {
-        for (std::size_t i = 7; i >= order; --i) {
-            const bool doubled = order == 1 && x[i] == x[i - 1];
-            table[i] = doubled ? static_cast<long double>(nodes[i / 2].vel[axis])
-                               : (table[i] - table[i - 1]) / (x[i] - x[i - order]);
+    std::array<double, 2> At(double time) const {
+        const long double x = Seconds(time) / 1000.0L;
+        long double value = 0.0L, slope = 0.0L;
+        for (std::size_t i = c.size(); i-- > 0;) {
+            slope = slope * x + value;
+            value = value * x + c[i];
         }
+        return {static_cast<double>(value), static_cast<double>(slope / 1000.0L)};
     }
-    long double value = table[7];
-    for (std::size_t i = 7; i-- > 0;) value = value * (Seconds(time) - x[i]) + table[i];
-    return value;
-}
-
-Nodes NodesAt(const std::array<int, 4>& ticks) {
-    Nodes nodes;
-    for (std::size_t i = 0; i < 4; ++i) nodes[i].ds50UTC = TimeAt(ticks[i]);
-    return nodes;
-}
+};
 
 VecTabPoint Interpolate(const Nodes& nodes, double time) {
     return HermiteVecTab(Stencil(nodes), time);
@@ -71,108 +40,60 @@ VecTabPoint Interpolate(const Nodes& nodes, double time) {
 
 }  // namespace
 
+// Four points with positions and velocities are a polynomial of degree 7, whatever they hold: this is every case.
 TEST(Hermite, PolynomialsOfDegreeSevenAreReproduced) {
-    const std::array<std::array<int, 4>, 5> tables = {{{0, 700, 1400, 2100},
-                                                       {0, 200, 1800, 2000},
-                                                       {0, 900, 1000, 2600},
-                                                       {-1000, 0, 1500, 3000},  // S2 of the second node vanishes
-                                                       {-2000, 0, 3000, 6000}}};
     std::mt19937 random(1);
     std::uniform_real_distribution<double> coefficient(-3.0, 3.0);
-    for (const auto& ticks : tables) {
-        Nodes nodes = NodesAt(ticks);
-        std::array<Coefficients, 3> motion;
-        std::array<long double, 4> cubic;
-        for (auto& axis : motion) {
-            for (auto& c : axis) c = coefficient(random);
+    // The second node of the last two tables has S2 at, or next to, zero.
+    for (const Ticks& ticks : {Ticks{0, 700, 1400, 2100}, Ticks{0, 200, 1800, 2000}, Ticks{0, 900, 1000, 2600},
+                               Ticks{-1000, 0, 1500, 3000}, Ticks{-2000, 0, 3000, 6000}}) {
+        std::array<Polynomial, 3> motion;
+        Polynomial cubic;
+        for (Polynomial& axis : motion) {
+            for (auto& c : axis.c) c = coefficient(random);
         }
-        for (auto& c : cubic) c = coefficient(random);
-        const auto covariance = [&](double time) {
-            return Evaluate({cubic[0], cubic[1], cubic[2], cubic[3], 0, 0, 0, 0}, time).value;
-        };
-        for (VecTabPoint& node : nodes) {
+        for (std::size_t i = 0; i < 4; ++i) cubic.c[i] = coefficient(random);
+        Nodes nodes;
+        for (std::size_t i = 0; i < 4; ++i) {
+            nodes[i].ds50UTC = TimeAt(ticks[i]);
             for (std::size_t axis = 0; axis < 3; ++axis) {
-                const Value v = Evaluate(motion[axis], node.ds50UTC);
-                node.pos[axis] = static_cast<double>(v.value);
-                node.vel[axis] = static_cast<double>(v.slope);
+                const auto [value, slope] = motion[axis].At(nodes[i].ds50UTC);
+                nodes[i].pos[axis] = value;
+                nodes[i].vel[axis] = slope;
             }
-            for (std::size_t m = 0; m < 21; ++m) {
-                node.cov[m] = static_cast<double>(covariance(node.ds50UTC) * static_cast<long double>(m));
-            }
+            for (std::size_t m = 0; m < 21; ++m) nodes[i].cov[m] = cubic.At(nodes[i].ds50UTC)[0] * double(m);
         }
-        for (int tick = ticks[0]; tick <= ticks[3]; tick += 37) {
+        for (int tick = ticks[0] + 1; tick < ticks[3]; tick += 37) {
             const double time = TimeAt(tick);
             const VecTabPoint state = Interpolate(nodes, time);
             for (std::size_t axis = 0; axis < 3; ++axis) {
-                const Value v = Evaluate(motion[axis], time);
-                EXPECT_NEAR(state.pos[axis], static_cast<double>(v.value), 1e-10) << tick;
-                EXPECT_NEAR(state.vel[axis], static_cast<double>(v.slope), 1e-11) << tick;
+                EXPECT_NEAR(state.pos[axis], motion[axis].At(time)[0], 1e-10) << tick;
+                EXPECT_NEAR(state.vel[axis], motion[axis].At(time)[1], 1e-11) << tick;
             }
-            for (std::size_t m = 0; m < 21; ++m) {
-                EXPECT_NEAR(state.cov[m], static_cast<double>(covariance(time)) * static_cast<double>(m), 1e-9);
-            }
+            for (std::size_t m = 0; m < 21; ++m) EXPECT_NEAR(state.cov[m], cubic.At(time)[0] * double(m), 1e-9) << tick;
             EXPECT_EQ(state.ds50UTC, time);
             EXPECT_EQ(state.revNum, 0);
         }
+        nodes[2].revNum = 123456;
+        EXPECT_EQ(Interpolate(nodes, nodes[2].ds50UTC).revNum, 123456);
     }
-}
-
-TEST(Hermite, StatesOnUnevenNodesAgreeWithDividedDifferences) {
-    std::mt19937 random(2);
-    std::uniform_int_distribution<int> step(60, 2000);
-    std::uniform_real_distribution<double> position(-7000.0, 7000.0);
-    std::uniform_real_distribution<double> velocity(-8.0, 8.0);
-    for (int trial = 0; trial < 2000; ++trial) {
-        std::array<int, 4> ticks{0};
-        for (std::size_t i = 1; i < 4; ++i) ticks[i] = ticks[i - 1] + step(random);
-        Nodes nodes = NodesAt(ticks);
-        double scale = 7000.0;
-        for (VecTabPoint& node : nodes) {
-            for (auto& x : node.pos) x = position(random);
-            for (auto& v : node.vel) v = velocity(random);
-        }
-        const double time = TimeAt(ticks[1] + 1 + static_cast<int>(random() % 50));
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            const auto expected = static_cast<double>(DividedDifferences(nodes, axis, time));
-            scale = std::max(scale, std::fabs(expected));
-            ASSERT_NEAR(Interpolate(nodes, time).pos[axis], expected, 1e-11 * scale) << trial;
-        }
-    }
-}
-
-TEST(Hermite, ATimeOnANodeGivesTheNodeItself) {
-    Nodes nodes = NodesAt({0, 700, 1400, 2100});
-    nodes[2].revNum = 123456;
-    nodes[2].cov[20] = 5.0;
-    const VecTabPoint state = Interpolate(nodes, nodes[2].ds50UTC);
-    EXPECT_EQ(state.revNum, 123456);
-    EXPECT_EQ(state.cov, nodes[2].cov);
 }
 
 TEST(Hermite, AMarkedTableInterpolatesItsScalarAlone) {
-    Nodes nodes = NodesAt({0, 700, 1500, 2100});
+    Nodes nodes;
+    const Ticks ticks = {0, 700, 1500, 2100};
+    const Polynomial cubic{{1.0L, 2.0L, 3.0L, 1.0L}};
     for (std::size_t i = 0; i < 4; ++i) {
-        const auto x = static_cast<double>(Seconds(nodes[i].ds50UTC)) / 100.0;
-        nodes[i].cov = {1.0 + x * (2.0 + x * (3.0 + x)), kScalarMark, 7.0};
+        nodes[i].ds50UTC = TimeAt(ticks[i]);
+        nodes[i].cov = {cubic.At(nodes[i].ds50UTC)[0], kScalarMark, 7.0};
     }
-    const double time = TimeAt(1000);
-    const auto x = static_cast<double>(Seconds(time)) / 100.0;
-    std::array<double, 21> expected{};
-    VecTabPoint state = Interpolate(nodes, time);
-    EXPECT_NEAR(state.cov[0], 1.0 + x * (2.0 + x * (3.0 + x)), 1e-7);
-    expected[0] = state.cov[0];
-    EXPECT_EQ(state.cov, expected);
+    VecTabPoint state = Interpolate(nodes, TimeAt(1000));
+    EXPECT_NEAR(state.cov[0], cubic.At(TimeAt(1000))[0], 1e-11);
+    EXPECT_EQ(state.cov, (std::array<double, 21>{state.cov[0]}));
 
     nodes[0].cov[1] = 0.0;  // the first point alone decides
-    state = Interpolate(nodes, time);
+    state = Interpolate(nodes, TimeAt(1000));
     EXPECT_GT(state.cov[1], 1000.0);
     EXPECT_NEAR(state.cov[2], 7.0, 1e-12);
-}
-
-TEST(Hermite, LagrangeTakesItsNodesAndNothing) {
-    const std::array<double, 3> times = {1.0, 2.0, 4.0};
-    const std::array<double, 3> values = {1.0, 4.0, 16.0};
-    EXPECT_DOUBLE_EQ(Lagrange_Val(values, times, 3.0), 9.0);
-    EXPECT_EQ(Lagrange_Val(values, times, 4.0), 16.0);
     EXPECT_EQ(Lagrange_Val({}, {}, 3.0), 0.0);
 }

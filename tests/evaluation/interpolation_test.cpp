@@ -1,11 +1,9 @@
 #include "evaluation/interpolation.h"
 
 #include <cmath>
-#include <gtest/gtest.h>
 
 #include "evaluation/hermite.h"
 #include "helpers/store_test.h"
-#include "support/dates.h"
 
 using namespace VecTableProcessing;
 
@@ -16,24 +14,22 @@ class Interpolation : public StoreTest {
 
     static double Minutes(double minutes) { return kStart + minutes / 1440.0; }
 
-    // A circular motion in the plane of x and z; revNum counts the points.
+    // A circular motion in the plane of x and z, ascending through the equator at 15.9 minutes; revNum counts the points.
+    static Vector Pos(double m) { return {7000.0 * std::cos(Angle(m)), 0.0, 7000.0 * std::sin(Angle(m))}; }
+    static Vector Vel(double m) { return {-7.35 * std::sin(Angle(m)), 0.0, 7.35 * std::cos(Angle(m))}; }
+    static double Angle(double m) { return 0.063 * m - 1.0; }
+
     static int64_t Table(const std::vector<double>& minutes) {
         const int64_t key = Add(nextSatNum++, kStart);
         int32_t number = 0;
         for (const double m : minutes) Append(key, Minutes(m), Pos(m), Vel(m), ++number);
         return key;
     }
-    static Vector Pos(double m) { return {7000.0 * std::cos(Angle(m)), 0.0, 7000.0 * std::sin(Angle(m))}; }
-    static Vector Vel(double m) {
-        return {-7000.0 * kRate * std::sin(Angle(m)), 0.0, 7000.0 * kRate * std::cos(Angle(m))};
-    }
-    static double Angle(double m) { return kRate * 60.0 * m - 1.0; }  // ascending through the equator at 15.9 minutes
 
-    static constexpr double kRate = 0.00105;  // rad/s
     static inline int32_t nextSatNum = 1;
 };
 
-TEST_F(Interpolation, AStateBetweenPointsIsThatOfTheOrbit) {
+TEST_F(Interpolation, AStateBetweenPointsIsThatOfTheOrbitFromTheFourPointsRoundTheTime) {
     std::vector<double> minutes;
     for (int i = 0; i < 100; ++i) minutes.push_back(i + (i % 3) * 0.2);
     const int64_t key = Table(minutes);
@@ -47,57 +43,37 @@ TEST_F(Interpolation, AStateBetweenPointsIsThatOfTheOrbit) {
             ASSERT_NEAR(state.vel[i], Vel(exact)[i], 1e-7) << m;
         }
     }
-}
-
-TEST_F(Interpolation, TheStencilIsTheFourPointsRoundTheTime) {
-    const int64_t key = Table({0, 1, 2, 3, 4, 5, 6, 7, 8, 9});
-    const std::array<std::size_t, 9> firstOfInterval = {1, 1, 2, 3, 4, 5, 6, 7, 7};
+    const int64_t ten = Table({0, 1, 2, 3, 4, 5, 6, 7, 8, 9});
+    const std::array<int, 9> firstOfInterval = {0, 0, 1, 2, 3, 4, 5, 6, 6};
     for (std::size_t interval = 0; interval < 9; ++interval) {
-        std::array<VecTableTypes::VecTabPoint, 4> stencil;
-        for (std::size_t i = 0; i < 4; ++i) {
-            const double m = static_cast<double>(firstOfInterval[interval] - 1 + i);
-            stencil[i].ds50UTC = Minutes(m);
-            stencil[i].pos = Pos(m);
-            stencil[i].vel = Vel(m);
+        std::array<VecTabPoint, 4> stencil;
+        for (int i = 0; i < 4; ++i) {
+            const double m = firstOfInterval[interval] + i;
+            stencil[static_cast<std::size_t>(i)] = {Minutes(m), Pos(m), Vel(m), 0, {}};
         }
-        State state;
         const double time = Minutes(static_cast<double>(interval) + 0.4);
-        ASSERT_EQ(AskByTime(key, time, state), 0);
-        const auto expected = HermiteVecTab(Stencil(stencil), time);
+        ASSERT_EQ(AskByTime(ten, time, state), 0);
+        const VecTabPoint expected = HermiteVecTab(Stencil(stencil), time);
         EXPECT_EQ(state.pos, expected.pos) << interval;
         EXPECT_EQ(state.vel, expected.vel) << interval;
     }
 }
 
-TEST_F(Interpolation, AStoredTimeGivesTheStoredPointHoweverSparseTheTable) {
-    const int64_t key = Add(77, kStart);
-    for (int i = 0; i < 5; ++i) Append(key, kStart + i, {1.0 * i, 2.0, 3.0}, {4.0, 5.0, 6.0}, 200000 + i);
+TEST_F(Interpolation, TheMeanSpacingOfTheStencilDecides) {
+    const std::tuple<std::vector<double>, double, int32_t> cases[] = {
+        {{0, 60, 120, 180}, 90, 0},      {{0, 62, 124, 186}, 90, 2},          {{0, 10, 20, 180}, 100, 0},
+        {{0, 10, 20, 190}, 15, 2},       {{0, 200, 201, 202, 203}, 202.5, 0}, {{0, 200, 201, 202, 203}, 1, 2},
+        {{0, 1440, 2880, 4320}, 2880, 0}};
     State state;
-    for (int i = 0; i < 5; ++i) {
-        ASSERT_EQ(AskByTime(key, kStart + i, state), 0);
-        EXPECT_EQ(state.revNum, 200000 + i);
-        EXPECT_EQ(state.pos[0], i);
+    for (const auto& [minutes, request, status] : cases) {
+        EXPECT_EQ(AskByTime(Table(minutes), Minutes(request), state), status) << request;
     }
-    EXPECT_EQ(AskByTime(key, kStart + 0.5, state), 2);
-    EXPECT_EQ(state, State::Zero());
+    EXPECT_EQ(state.revNum, 3);  // a stored point, however sparse the table
+    log.entries.clear();
+    EXPECT_EQ(AskByTime(Table({0, 1440, 2880, 4320}), Minutes(10), state), 2);
     EXPECT_EQ(
         log.entries.back().text,
         "InterpolateEP: Data points too far apart due to spacing or data gap. (26060000000.000, 26063000000.000)");
-}
-
-TEST_F(Interpolation, TheMeanSpacingOfTheStencilDecides) {
-    struct {
-        std::vector<double> minutes;
-        double request;
-        int32_t status;
-    } const cases[] = {
-        {{0, 60, 120, 180}, 90, 0}, {{0, 62, 124, 186}, 90, 2},          {{0, 10, 20, 180}, 100, 0},
-        {{0, 10, 20, 190}, 15, 2},  {{0, 200, 201, 202, 203}, 202.5, 0}, {{0, 200, 201, 202, 203}, 1, 2},
-    };
-    for (const auto& c : cases) {
-        State state;
-        EXPECT_EQ(AskByTime(Table(c.minutes), Minutes(c.request), state), c.status) << c.request;
-    }
 }
 
 TEST_F(Interpolation, ShortTablesServeTheirPointsAlone) {
@@ -106,7 +82,6 @@ TEST_F(Interpolation, ShortTablesServeTheirPointsAlone) {
     EXPECT_EQ(AskByTime(two, Minutes(1), state), 0);
     EXPECT_EQ(state.revNum, 2);
     EXPECT_EQ(AskByTime(two, Minutes(0.5), state), 2);
-    EXPECT_EQ(log.Take(), Strings{"InterpolateEP: Can not interpolate with less than 4 ephemeris data points"});
     const int64_t one = Table({0});
     EXPECT_EQ(AskByTime(one, kStart, state), 0);
     EXPECT_EQ(AskByTime(one, std::nextafter(kStart, 0.0), state), 2);
@@ -123,149 +98,125 @@ TEST_F(Interpolation, ShortTablesServeTheirPointsAlone) {
     record.numOfPts = 2;
     record.points[2].ds50UTC = 1.0;
     EXPECT_EQ(InterpolateEP(record, 5.0, point), 2);
-    EXPECT_EQ(log.Take(), (Strings{"GetEphem: Requested time is outside of ephemeris time span.",
+    EXPECT_EQ(log.Take(), (Strings{"InterpolateEP: Can not interpolate with less than 4 ephemeris data points",
+                                   "GetEphem: Requested time is outside of ephemeris time span.",
                                    "InterpolateEP: Buffer not initialized.",
                                    "InterpolateEP: Request time out of ephemeris range."}));
 }
 
-// The search probes points 5, 8, 6 between points 5 and 6 of ten, and 5, 8, 6, 7 between 7 and 8.
 TEST_F(Interpolation, TheRevolutionIsCountedFromThePointThatTheSearchSawLast) {
+    // Between points 5 and 6 of ten the search probes 5, 8, 6, and between 7 and 8 it probes 5, 8, 6, 7.
     const int64_t key = Table({0, 1, 2, 3, 4, 5, 6, 7, 8, 9});
     State state;
     AskByTime(key, Minutes(4.5), state);
     EXPECT_EQ(state.revNum, 6);
     AskByTime(key, Minutes(6.5), state);
     EXPECT_EQ(state.revNum, 7);
-}
 
-TEST_F(Interpolation, AnAscendingCrossingMovesTheRevolution) {
     struct {
-        double z, refZ, vz;
-        double seconds;  // of the reference point behind the point
+        double z, refZ, vz, seconds;  // of the reference point behind the point
         int32_t refRev, expected;
-    } const cases[] = {
-        {+1, -1, +1, -10, 5, 6},
-        {-1, +1, +1, +10, 5, 4},
-        {+1, -1, -1, -10, 5, 5},
-        {0, -1, +1, -10, 5, 5},
-        {+1, +1, +1, -10, 5, 5},
-        {+1, -1, +1, -10, 99999, 0},
-        {-1, +1, +1, +10, 0, 99999},
-        {+1, +1, +1, -10, 123456, 23456},
-        {+1, +1, +1, -10, -1, 99999},
-        {-1, +1, +1, +10, INT32_MIN, 16351},
-        {+1, -1, +1, -10, INT32_MAX, 83648},
-    };
+    } const cases[] = {{+1, -1, +1, -10, 5, 6},
+                       {-1, +1, +1, +10, 5, 4},
+                       {+1, -1, -1, -10, 5, 5},
+                       {0, -1, +1, -10, 5, 5},
+                       {+1, +1, +1, -10, 5, 5},
+                       {+1, -1, +1, -10, 99999, 0},
+                       {-1, +1, +1, +10, 0, 99999},
+                       {+1, +1, +1, -10, 123456, 23456},
+                       {+1, +1, +1, -10, -1, 99999},
+                       {-1, +1, +1, +10, INT32_MIN, 16351},
+                       {+1, -1, +1, -10, INT32_MAX, 83648}};
     for (const auto& c : cases) {
-        VecTabPoint point, reference;
-        point.pos[2] = c.z;
-        point.vel[2] = c.vz;
-        reference.pos[2] = c.refZ;
-        reference.ds50UTC = c.seconds / 86400.0;
+        const VecTabPoint point{0.0, {0, 0, c.z}, {0, 0, c.vz}, 0, {}};
+        const VecTabPoint reference{c.seconds / 86400.0, {0, 0, c.refZ}, {}, 0, {}};
         EXPECT_EQ(UpdateRev(point, reference, c.refRev), c.expected) << c.refRev;
     }
 }
 
 TEST_F(Interpolation, EveryFormOfRequestGivesTheSameState) {
-    const int64_t key = Table({0, 1, 2, 3, 4, 5});
-    State byTime, byMinutes;
+    const int64_t key = Add(1, kStart);
+    Covariance terms;
+    for (std::size_t k = 0; k < 21; ++k) terms[k] = double(k + 1);
+    for (int i = 0; i < 6; ++i) {
+        VecTabAddSatEphemCovMtx(key, Minutes(i), Pos(i).data(), Vel(i).data(), i, terms.data());
+    }
+    State byTime, byMinutes, plain;
     ASSERT_EQ(AskByTime(key, Minutes(2.25), byTime), 0);
     ASSERT_EQ(AskByMinutes(key, 2.25, byMinutes), 0);
     EXPECT_EQ(byMinutes.time, Minutes(2.25));
     EXPECT_EQ(byTime.pos, byMinutes.pos);
-
-    State plain;
     ASSERT_EQ(VecTabDs50UTC(key, Minutes(2.25), &plain.time, plain.pos.data(), plain.vel.data(), &plain.revNum), 0);
     EXPECT_EQ(plain.vel, byTime.vel);
     ASSERT_EQ(VecTabMse(key, 2.25, &plain.time, plain.pos.data(), plain.vel.data(), &plain.revNum), 0);
     EXPECT_EQ(plain.time, byMinutes.time);
-    ASSERT_EQ(VecTabGetEphemeris(key, 6, &plain.time, plain.pos.data(), plain.vel.data(), &plain.revNum), 0);
-    EXPECT_EQ(plain.time, Minutes(5));
-    EXPECT_EQ(plain.revNum, 6);
 
-    std::array<double, 128> all;
-    all.fill(-1.0);
-    ASSERT_EQ(VecTabXten(key, 1, 2.25, all.data()), 0);
-    EXPECT_EQ(all[0], 2.25);
-    EXPECT_EQ(all[1], Minutes(2.25));
-    EXPECT_EQ(all[3], byTime.pos[1]);
-    EXPECT_EQ(all[7], byTime.vel[2]);
-    EXPECT_EQ(all[8], byTime.revNum);
-    EXPECT_EQ(all[30], 0.0);
-    EXPECT_EQ(all[127], 0.0);
-    ASSERT_EQ(VecTabXten(key, 2, Minutes(2.25), all.data()), 0);
-    EXPECT_EQ(all[0], byTime.time);
-    EXPECT_EQ(all[1], Minutes(2.25));
-    ASSERT_EQ(VecTabXten(key, 3, 2.7, all.data()), 0);
-    EXPECT_EQ(all[0], (Minutes(1) - kStart) * 1440.0);
-    EXPECT_EQ(all[8], 2.0);
-}
+    std::array<double, 128> byTen, byMse, byIndex;
+    for (auto* all : {&byTen, &byMse, &byIndex}) all->fill(-1.0);
+    ASSERT_EQ(VecTabXten(key, 1, 2.25, byMse.data()), 0);
+    ASSERT_EQ(VecTabXten(key, 2, Minutes(2.25), byTen.data()), 0);
+    ASSERT_EQ(VecTabXten(key, 3, 2.7, byIndex.data()), 0);
+    EXPECT_EQ(byMse[0], 2.25);
+    EXPECT_EQ(byMse[1], Minutes(2.25));
+    EXPECT_EQ(byTen[0], byTime.time);
+    EXPECT_EQ(byTen[1], Minutes(2.25));
+    EXPECT_EQ(byTen[7], byTime.vel[2]);
+    EXPECT_EQ(byIndex[0], (Minutes(1) - kStart) * 1440.0);
+    EXPECT_EQ(byIndex[8], 1.0);
+    EXPECT_EQ(byIndex[30] + byIndex[127], 0.0);
 
-TEST_F(Interpolation, TheCovarianceComesOutAsAFullMatrix) {
-    const int64_t key = Add(1, kStart);
-    Covariance terms;
-    for (std::size_t k = 0; k < 21; ++k) terms[k] = static_cast<double>(k + 1);
-    const Vector zero{};
-    for (int i = 0; i < 4; ++i) {
-        VecTabAddSatEphemCovMtx(key, Minutes(i), zero.data(), zero.data(), 0, terms.data());
-    }
-    const int expected[36] = {1, 2, 4, 7,  11, 16, 2,  3,  5,  8,  12, 17, 4,  5,  6,  9,  13, 18,
-                              7, 8, 9, 10, 14, 19, 11, 12, 13, 14, 15, 20, 16, 17, 18, 19, 20, 21};
-    State stored, between;
+    const int matrix[36] = {1, 2, 4, 7,  11, 16, 2,  3,  5,  8,  12, 17, 4,  5,  6,  9,  13, 18,
+                            7, 8, 9, 10, 14, 19, 11, 12, 13, 14, 15, 20, 16, 17, 18, 19, 20, 21};
+    State stored;
     ASSERT_EQ(AskByIndex(key, 2, stored), 0);
-    ASSERT_EQ(AskByMinutes(key, 1.5, between), 0);
-    std::array<double, 128> all;
-    ASSERT_EQ(VecTabXten(key, 3, 4.0, all.data()), 0);
     for (std::size_t i = 0; i < 36; ++i) {
-        EXPECT_EQ(stored.covMtx[i], expected[i]);
-        EXPECT_NEAR(between.covMtx[i], expected[i], 1e-12);
+        EXPECT_EQ(stored.covMtx[i], matrix[i]);
+        EXPECT_NEAR(byTime.covMtx[i], matrix[i], 1e-12);
     }
-    for (std::size_t k = 0; k < 21; ++k) EXPECT_EQ(all[9 + k], terms[k]);
+    for (std::size_t k = 0; k < 21; ++k) EXPECT_EQ(byIndex[9 + k], terms[k]);
 }
 
 TEST_F(Interpolation, FailedRequestsLeaveZerosAndWords) {
     const int64_t empty = Add(1, 1.0);
     const int64_t key = Table({0, 1, 2, 3, 4});
-    const std::string noData = "GetEphem: satKey " + std::string(19 - std::to_string(empty).size(), ' ') +
-                               std::to_string(empty) + " does not contain any ephemeris data.";
+    const std::string noData =
+        "GetEphem: satKey         " + std::to_string(empty) + " does not contain any ephemeris data.";
     const std::string noTime = "GetEphem: Requested time is outside of ephemeris time span.";
     const std::string noIndex = "GetEphem: Input index is out of valid range.";
+    const std::string noType = "VecTabXten: Invalid ephemeris type. Valid values are 1, 2, and 3.";
     struct {
         int64_t key;
         int32_t ephType;
         double value;
         std::string words;
-    } const cases[] = {
-        {16, 1, 0.0, "FindRecPtr: search key doens't exist."},
-        {empty, 1, 0.0, noData},
-        {empty, 3, 1.0, noData},
-        {key, 1, -1e-6, noTime},
-        {key, 1, NAN, noTime},
-        {key, 1, INFINITY, noTime},
-        {key, 2, kStart + 1.0, noTime},
-        {key, 2, NAN, noTime},
-        {key, 2, -INFINITY, noTime},
-        {key, 3, 0.9, noIndex},
-        {key, 3, 6.0, noIndex},
-        {key, 3, NAN, noIndex},
-        {key, 3, INFINITY, noIndex},
-        {key, 3, -1e300, noIndex},
-        {key, 0, 1.0, "VecTabXten: Invalid ephemeris type. Valid values are 1, 2, and 3."},
-        {16, 4, 1.0, "VecTabXten: Invalid ephemeris type. Valid values are 1, 2, and 3."},
-    };
-    std::array<double, 128> all;
+    } const cases[] = {{16, 1, 0.0, "FindRecPtr: search key doens't exist."},
+                       {empty, 1, 0.0, noData},
+                       {empty, 3, 1.0, noData},
+                       {key, 1, -1e-6, noTime},
+                       {key, 1, NAN, noTime},
+                       {key, 1, INFINITY, noTime},
+                       {key, 2, kStart + 1.0, noTime},
+                       {key, 2, NAN, noTime},
+                       {key, 2, -INFINITY, noTime},
+                       {key, 3, 0.9, noIndex},
+                       {key, 3, 6.0, noIndex},
+                       {key, 3, NAN, noIndex},
+                       {key, 3, INFINITY, noIndex},
+                       {key, 3, -1e300, noIndex},
+                       {key, 0, 1.0, noType},
+                       {16, 4, 1.0, noType}};
     for (const auto& c : cases) {
+        std::array<double, 128> all;
         all.fill(-1.0);
         EXPECT_EQ(VecTabXten(c.key, c.ephType, c.value, all.data()), 2);
         EXPECT_EQ(log.Take(), Strings{c.words}) << c.value;
         EXPECT_EQ(all, (std::array<double, 128>{}));
     }
+    State state;
     for (const int32_t index : {0, -1, 6, INT32_MAX, INT32_MIN}) {
-        State state;
         EXPECT_EQ(AskByIndex(key, index, state), 2);
         EXPECT_EQ(state, State::Zero());
     }
-    State state;
     EXPECT_EQ(AskByMinutes(key, 3.99999999, state), 0);
     EXPECT_EQ(AskByTime(key, std::nextafter(Minutes(4), 1e6), state), 2);
     EXPECT_EQ(state, State::Zero());

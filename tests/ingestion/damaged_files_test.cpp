@@ -50,7 +50,7 @@ class DamagedFiles : public StoreTest {
 TEST_F(DamagedFiles, DoNoHarm) {
     kept = Add(1, 100.0);
     Append(kept, 100.0);
-    for (const auto& entry : std::filesystem::directory_iterator(TEST_DATA)) {
+    for (const auto& entry : std::filesystem::directory_iterator(TEST_DATA "/files")) {
         if (entry.path().extension() == ".expected") continue;
         SCOPED_TRACE(entry.path());
         const std::string name = entry.path().filename();
