@@ -80,34 +80,41 @@ bool HasPoints(const VecTabRecord& record) noexcept {
 
 // Runs the reader that a card starts. `status`: 0, or 2 with an entry in the log.
 void RunReader(CardType card, const Line& line, Walk& walk, std::int32_t& status) {
+    auto& [unit, filePath, record, satKeyOut, summary] = walk;
     switch (card) {
         case CardType::kV31:
-            ReadV31(walk.unit, line, walk.record, status);
-            return;
+            return ReadV31(unit, line, record, status);
         case CardType::kSimObs:
-            ReadSimObs(walk.unit, line, walk.record, status);
-            return;
+            return ReadSimObs(unit, line, record, status);
         case CardType::kVecEph:
-            ReadVecEph(walk.unit, line, walk.record, status);
-            return;
+            return ReadVecEph(unit, line, record, status);
         case CardType::kItc:
-            ReadITC(walk.unit, line, walk.record, status);
-            return;
+            return ReadITC(unit, line, record, status);
         case CardType::kEcr:
-            ReadECR(walk.unit, walk.record, status);
-            return;
+            return ReadECR(unit, record, status);
         case CardType::kJ2k:
-            ReadJ2K(walk.unit, walk.record, status);
-            return;
+            return ReadJ2K(unit, record, status);
         case CardType::kOwner:
-            ReadOwner(walk.filePath, walk.unit, line, walk.record, status);
-            return;
+            return ReadOwner(filePath, unit, line, record, status);
         case CardType::kDotE:
-            ReadDotE(walk.filePath, walk.unit, walk.record, status);
+            return ReadDotE(filePath, unit, record, status);
+        case CardType::kOasys:
+            return ReadOASYS(filePath, unit, record, status);
+        case CardType::kLch:
+            return ReadLCH(unit, record, status);
+        case CardType::kEelv:
+            return ReadEELV(unit, line, record, status);
+        case CardType::kUniversal:
+            return ReadVTUniversalVecTab(unit, line, record, status);
+        case CardType::kDceText:
+            return ReadDCEText(unit, line, record, status);
+        case CardType::kLaunch:
+            return ReadLaunchFormat(unit, record, status);
+        case CardType::kFileLine:
+        case CardType::kNameLine:
+        case CardType::kOem:
+        case CardType::kNone:
             return;
-        default:
-            TraceLogError("ReadOnlyVecTabs: Not available.");
-            status = 2;
     }
 }
 
@@ -132,6 +139,15 @@ bool ReadByCards(Walk& walk, EphemName& ephemName) {
         ephemName = EphemName();
     }
     return true;
+}
+
+// What a binary file gives ahead of a failure is stored all the same.
+std::int32_t ReadBinary(Walk& walk) {
+    std::int32_t status = 0;
+    ReadDCEBinary(walk.filePath, walk.record, status);
+    if (!HasPoints(walk.record)) return 2;
+    Store(walk);
+    return status;
 }
 
 void LogSummary(const Summary& summary) noexcept {
@@ -176,10 +192,7 @@ std::int32_t ReadOnlyVecTabs(InputUnit& unit, std::string_view filePath, EphemNa
     Walk walk{unit, filePath, {}, satKeyOut, {}};
     walk.record.filePath = FilePath(filePath);
     walk.record.ephemName = ephemName;
-    if (FileIsDotDCE(filePath)) {
-        TraceLogError("ReadOnlyVecTabs: Not available.");
-        return 2;
-    }
+    if (FileIsDotDCE(filePath)) return ReadBinary(walk);
     if (!ReadByCards(walk, ephemName)) return 2;
     LogSummary(walk.summary);
     return 0;

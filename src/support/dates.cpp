@@ -1,8 +1,10 @@
 #include "support/dates.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
+#include <ctime>
 
 #include "support/number_fields.h"
 #include "support/text.h"
@@ -181,6 +183,15 @@ double ReadDayAndFraction(std::string_view text) noexcept {
     return ds50UTC;
 }
 
+CalendarDate SystemClockDate() noexcept {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    ::localtime_r(&now, &local);
+    return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday};
+}
+
+constinit std::atomic<CalendarDate (*)() noexcept> currentClock{SystemClockDate};
+
 }  // namespace
 
 double Date_In(std::string_view text) noexcept {
@@ -243,6 +254,14 @@ std::int32_t MmDd2Jul(std::int32_t year, std::int32_t month, std::int32_t day) n
     const std::chrono::year_month_day date = std::chrono::year{year} / month / day;
     if (!date.ok()) return 0;
     return static_cast<std::int32_t>((std::chrono::sys_days{date} - kDayZero).count()) - StartOfYear(year) + 1;
+}
+
+CalendarDate ClockDate() noexcept {
+    return currentClock.load()();
+}
+
+void SetClock(CalendarDate (*clock)() noexcept) noexcept {
+    currentClock = clock == nullptr ? SystemClockDate : clock;
 }
 
 void ClockA(double dayOfYear, std::int32_t year, double& ds50UTC) noexcept {

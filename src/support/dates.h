@@ -34,6 +34,18 @@ FixedText<15> Ds50ToDate15(double ds50UTC) noexcept;
 // The day of the year, from 1; 0 when there is no such date.
 std::int32_t MmDd2Jul(std::int32_t year, std::int32_t month, std::int32_t day) noexcept;
 
+struct CalendarDate {
+    std::int32_t year = 0;
+    std::int32_t month = 0;
+    std::int32_t day = 0;
+};
+
+// The local calendar date of the computer's clock.
+CalendarDate ClockDate() noexcept;
+
+// For tests: the clock that ClockDate asks from now on; null for the computer's own.
+void SetClock(CalendarDate (*clock)() noexcept) noexcept;
+
 // The time at the start of a day of a year, its fraction counted on.
 void ClockA(double dayOfYear, std::int32_t year, double& ds50UTC) noexcept;
 

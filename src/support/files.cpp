@@ -91,6 +91,16 @@ ReadStatus InputUnit::NextLine(std::string_view& line) noexcept {
     }
 }
 
+ReadStatus InputUnit::ReadBytes(std::span<char> target) noexcept {
+    while (end_ - begin_ < target.size()) {
+        const ReadStatus status = Fill(0);
+        if (status != ReadStatus::kOk) return status;
+    }
+    std::copy_n(buffer_.get() + begin_, target.size(), target.data());
+    begin_ += target.size();
+    return ReadStatus::kOk;
+}
+
 // Keeps the head of the line at the start of the buffer and reads past the rest behind it.
 ReadStatus InputUnit::CutLongLine(std::string_view& line) noexcept {
     std::memmove(buffer_.get(), buffer_.get() + begin_, kLongestLine);

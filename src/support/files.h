@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string_view>
 
 #include "support/number_fields.h"
@@ -64,6 +65,9 @@ class InputUnit {
     // The next line without its line end, good until the next reading. A carriage return ahead of a line feed belongs
     // to the line end, and a last line needs none. Of a longer line at least 4096 characters are kept.
     ReadStatus NextLine(std::string_view& line) noexcept;
+
+    // Exactly as many bytes as the target takes; kEndOfData when the file ends ahead of the last one.
+    ReadStatus ReadBytes(std::span<char> target) noexcept;
 
     template <std::size_t N>
     ReadStatus ReadLine(LineBuffer<N>& line) noexcept {

@@ -146,16 +146,23 @@ void FreeFormScanner::SkipBlanks() noexcept {
     while (next_ != end_ && IsBlankOrTab(*next_)) ++next_;
 }
 
-template <typename Number>
-ReadStatus FreeFormScanner::NextNumber(Number& value) noexcept {
+// Moves to the next value, or to the comma that ends an empty place.
+ReadStatus FreeFormScanner::FindValue() noexcept {
     SkipBlanks();
     if (behindValue_ && next_ != end_ && *next_ == ',') {
+        behindValue_ = false;
         ++next_;
         SkipBlanks();
     }
     if (next_ == end_) return ReadStatus::kEndOfData;
     behindValue_ = true;
-    if (*next_ == ',') return ReadStatus::kOk;
+    return ReadStatus::kOk;
+}
+
+template <typename Number>
+ReadStatus FreeFormScanner::NextNumber(Number& value) noexcept {
+    const ReadStatus found = FindValue();
+    if (found != ReadStatus::kOk || *next_ == ',') return found;
 
     Number read{};
     const char* behind = ScanNumber(next_, end_, read);
@@ -172,6 +179,12 @@ ReadStatus FreeFormScanner::Next(double& value) noexcept {
 
 ReadStatus FreeFormScanner::Next(std::int32_t& value) noexcept {
     return NextNumber(value);
+}
+
+ReadStatus FreeFormScanner::SkipWord() noexcept {
+    const ReadStatus found = FindValue();
+    while (found == ReadStatus::kOk && next_ != end_ && !IsBlankOrTab(*next_) && *next_ != ',') ++next_;
+    return found;
 }
 
 ReadStatus ReadFreeForm(std::string_view text, std::span<double> values) noexcept {

@@ -33,7 +33,17 @@ class FreeFormScanner {
     ReadStatus Next(double& value) noexcept;
     ReadStatus Next(std::int32_t& value) noexcept;
 
+    // Passes over a word of any kind.
+    ReadStatus SkipWord() noexcept;
+
+    // Goes on in a further text, as behind a line end.
+    void GoOn(std::string_view text) noexcept {
+        next_ = text.data();
+        end_ = text.data() + text.size();
+    }
+
   private:
+    ReadStatus FindValue() noexcept;
     template <typename Number>
     ReadStatus NextNumber(Number& value) noexcept;
     void SkipBlanks() noexcept;

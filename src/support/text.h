@@ -61,6 +61,13 @@ void StrToCharArr(std::string_view text, std::size_t count, char* array) noexcep
 // kNoInteger when there is no number, when digits stand behind it, or when it does not fit.
 std::int32_t StrToInt(std::string_view text) noexcept;
 
+// A copy of the text with every `from` replaced.
+template <std::size_t N>
+constexpr FixedText<N> ReplaceString(FixedText<N> text, char from, char to) noexcept {
+    std::replace(text.Data(), text.Data() + N, from, to);
+    return text;
+}
+
 // Replaces every blank of the stretch by the character 0.
 void BlankToZeroChar(char* stretch, std::size_t length) noexcept;
 

@@ -29,19 +29,24 @@ class DamagedFiles : public StoreTest {
         ASSERT_EQ(keys.front(), kept);
         for (const int64_t key : keys) {
             double last = -INFINITY;
+            int32_t point = 0;
             State state;
-            for (int32_t point = 1; AskByIndex(key, point, state) == 0; ++point) {
-                ASSERT_GT(state.time, last);
-                ASSERT_TRUE(std::isfinite(state.pos[0] + state.pos[1] + state.pos[2]));
-                ASSERT_TRUE(std::isfinite(state.vel[0] + state.vel[1] + state.vel[2]));
+            while (AskByIndex(key, ++point, state) == 0) {
+                ASSERT_FALSE(state.time <= last);
                 last = state.time;
+                // A binary file may hold any number; no text is an infinite one.
+                for (const double x :
+                     {state.pos[0], state.pos[1], state.pos[2], state.vel[0], state.vel[1], state.vel[2]}) {
+                    ASSERT_TRUE(binary || std::isfinite(x));
+                }
             }
-            ASSERT_GT(last, -INFINITY);
+            ASSERT_GT(point, 1);
             if (key != kept) VecTabRemoveSat(key);
         }
     }
 
     int64_t kept = 0;
+    bool binary = false;
     int tried = 0;
     int refused = 0;
     int lines = 0;
@@ -54,6 +59,7 @@ TEST_F(DamagedFiles, DoNoHarm) {
         if (entry.path().extension() == ".expected") continue;
         SCOPED_TRACE(entry.path());
         const std::string name = entry.path().filename();
+        binary = entry.path().extension() == ".dce";
         std::ifstream file(entry.path(), std::ios::binary);
         const std::string text{std::istreambuf_iterator<char>(file), {}};
         for (std::size_t length = 0; length < text.size() && !HasFatalFailure(); ++length) {

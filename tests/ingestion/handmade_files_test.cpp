@@ -16,6 +16,7 @@
 #include <sstream>
 
 #include "helpers/store_test.h"
+#include "support/dates.h"
 
 namespace {
 
@@ -126,6 +127,7 @@ class HandmadeFiles : public StoreTest, public testing::WithParamInterface<Case>
 };
 
 TEST_P(HandmadeFiles, LoadAsWorkedOut) {
+    VecTableSupport::SetClock([]() noexcept { return VecTableSupport::CalendarDate{2025, 3, 1}; });
     const Case& c = GetParam();
     const std::string path = c.path.empty() ? Write(c.file, c.input) : c.path;
     const int32_t status = VecTabLoadFile(path.c_str());

@@ -10,8 +10,6 @@
 //
 // Keywords count anywhere in a line, in exact letter case and any order. Ends at the end mark or the end of the file.
 // The satellite number is the head of the file's name.
-#include <algorithm>
-
 #include "ingestion/readers/reading.h"
 #include "support/dates.h"
 #include "support/text.h"
@@ -22,7 +20,6 @@ namespace {
 using VecTableSupport::FixedText;
 using VecTableSupport::TextBuilder;
 
-constexpr double kKilometersPerMeter = 0.001;
 constexpr std::size_t kEpochLength = 24;
 
 // What the header says of the points.
@@ -113,9 +110,9 @@ bool IsEndMark(std::string_view line) noexcept {
 }
 
 void ReadPoints(const Reading& reading, const DotEHeader& header) {
-    const double scale = header.inMeters ? kKilometersPerMeter : 1.0;
-    std::array<double, 7> values{};  // seconds, then the state
-    const std::span<double> wanted(values.data(), header.valuesPerLine);
+    const double unit = header.inMeters ? kKilometersPerMeter : 1.0;
+    TimedValues values{};
+    const std::span wanted = std::span<double>(values).first(header.valuesPerLine);
     Line line;
     ForEachGroup(reading, {&line, 1}, [&] {
         if (line.IsCommentOrBlank()) return true;
@@ -124,10 +121,8 @@ void ReadPoints(const Reading& reading, const DotEHeader& header) {
             SkipBadEphemPoint(reading.name, line.Text());
             return true;
         }
-        StateValues state;
-        std::transform(values.begin() + 1, values.end(), state.begin(), [&](double x) { return x * scale; });
         const double time = values[0] / VecTableSupport::kSecondsPerDay + header.refEpoch;
-        AddOneEpPoint(MakePoint(time, state), reading.record);
+        AddOneEpPoint(MakePoint(time, std::span(values).subspan<1>(), unit), reading.record);
         return true;
     });
 }

@@ -19,11 +19,6 @@ namespace {
 
 constexpr std::string_view kPositionTitle = "YYDDDHHMMSS.SSS      X(KM)          Y(KM)          Z(KM)";
 
-void SkipLines(InputUnit& unit, int count) noexcept {
-    Line line;
-    for (int i = 0; i < count; ++i) unit.ReadLine(line);
-}
-
 // Three reals from column 17 on. A line that fails is reported.
 ReadStatus ReadVector(const Reading& reading, const Line& line, std::span<double> vector) noexcept {
     const ReadStatus read = VecTableSupport::ReadFreeForm(line.Columns(17, kLineLength), vector);

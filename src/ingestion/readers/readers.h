@@ -16,14 +16,22 @@ using VecTableTypes::VecTabRecord;
 
 using Line = VecTableSupport::LineBuffer<512>;
 
+VECTABLE_MODULE void ReadDCEBinary(std::string_view filePath, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadDCEText(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
 VECTABLE_MODULE void ReadDotE(std::string_view filePath, InputUnit& unit, VecTabRecord& record, std::int32_t& status);
 VECTABLE_MODULE void ReadECR(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadEELV(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
 VECTABLE_MODULE void ReadITC(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
 VECTABLE_MODULE void ReadJ2K(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadLaunchFormat(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadLCH(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadOASYS(std::string_view filePath, InputUnit& unit, VecTabRecord& record, std::int32_t& status);
 VECTABLE_MODULE void ReadOwner(std::string_view filePath, InputUnit& unit, const Line& line, VecTabRecord& record,
                                std::int32_t& status);
 VECTABLE_MODULE void ReadSimObs(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
 VECTABLE_MODULE void ReadV31(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
 VECTABLE_MODULE void ReadVecEph(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadVTUniversalVecTab(InputUnit& unit, const Line& line, VecTabRecord& record,
+                                           std::int32_t& status);
 
 }  // namespace VecTableCardReading

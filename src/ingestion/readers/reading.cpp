@@ -20,12 +20,22 @@ void FailOnLine(const Reading& reading, const Line& line, std::string_view words
     Fail(reading, words);
 }
 
+bool SkipLines(InputUnit& unit, int count) noexcept {
+    std::string_view line;
+    while (count > 0 && unit.NextLine(line) == ReadStatus::kOk) --count;
+    return count == 0;
+}
+
 ReadStatus ReadGroup(InputUnit& unit, std::span<Line> lines) noexcept {
     for (Line& line : lines) {
         const ReadStatus read = unit.ReadLine(line);
         if (read != ReadStatus::kOk) return read;
     }
     return ReadStatus::kOk;
+}
+
+void CloseRecord(VecTabRecord& record) noexcept {
+    if (record.numOfPts >= 1) record.epochDs50UTC = record.points[1].ds50UTC;
 }
 
 bool ReadColumns(const Line& line, std::span<const RealField> fields, std::span<double> values) noexcept {
@@ -51,11 +61,13 @@ bool ReadTime(std::string_view date, std::string_view reportedName, std::string_
     return false;
 }
 
-VecTabPoint MakePoint(double ds50UTC, const StateValues& state) noexcept {
+VecTabPoint MakePoint(double ds50UTC, std::span<const double, 6> state, double unit) noexcept {
     VecTabPoint point;
     point.ds50UTC = ds50UTC;
-    std::copy_n(state.begin(), 3, point.pos.begin());
-    std::copy_n(state.begin() + 3, 3, point.vel.begin());
+    for (std::size_t i = 0; i < 3; ++i) {
+        point.pos[i] = state[i] * unit;
+        point.vel[i] = state[i + 3] * unit;
+    }
     return point;
 }
 

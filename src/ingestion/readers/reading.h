@@ -22,8 +22,9 @@ inline constexpr std::size_t kLineLength = 512;
 // The satellite number of a file that gives none.
 inline constexpr std::int32_t kUnknownSatNum = 99999;
 
-// Position and velocity, in the units of the file.
+// Position and velocity, in the units of the file; or a time in seconds and these.
 using StateValues = std::array<double, 6>;
+using TimedValues = std::array<double, 7>;
 
 // One reader at work.
 struct Reading {
@@ -47,11 +48,17 @@ void Fail(const Reading& reading, std::string_view words) noexcept;
 // The same, ahead of it the line that is to blame.
 void FailOnLine(const Reading& reading, const Line& line, std::string_view words) noexcept;
 
+// Reads past lines; false when the file ends, or fails, within them.
+bool SkipLines(InputUnit& unit, int count) noexcept;
+
 // Reads all lines of a group. An error, or the end of the file, on any of them is that of the group.
 ReadStatus ReadGroup(InputUnit& unit, std::span<Line> lines) noexcept;
 
-// Hands group after group of lines to `use`, up to the end of the file or until `use` is false. A read error ends the
-// reader. A record with points has the time of the first as its epoch in the end.
+// Gives a record with points the time of the first as its epoch.
+void CloseRecord(VecTabRecord& record) noexcept;
+
+// Hands group after group of lines to `use`, up to the end of the file or until `use` is false, and closes the record. A
+// read error ends the reader.
 template <typename Use>
 void ForEachGroup(const Reading& reading, std::span<Line> lines, Use use) {
     ReadStatus read = ReadStatus::kOk;
@@ -59,8 +66,7 @@ void ForEachGroup(const Reading& reading, std::span<Line> lines, Use use) {
         read = ReadGroup(reading.unit, lines);
     } while (read == ReadStatus::kOk && use());
     if (read == ReadStatus::kError) Fail(reading, "File read error.");
-    VecTabRecord& record = reading.record;
-    if (!reading.Failed() && record.numOfPts >= 1) record.epochDs50UTC = record.points[1].ds50UTC;
+    CloseRecord(reading.record);
 }
 
 // A fixed real field: its first column, counted from 1, its width, and the decimals that it has without a point.
@@ -80,7 +86,10 @@ std::int32_t IntegerOr(std::string_view field, std::int32_t otherwise) noexcept;
 // `reportedName`: false.
 bool ReadTime(std::string_view date, std::string_view reportedName, std::string_view badText, double& ds50UTC) noexcept;
 
-VecTabPoint MakePoint(double ds50UTC, const StateValues& state) noexcept;
+inline constexpr double kKilometersPerMeter = 0.001;
+
+// A point of position and velocity. `unit` is what the file's unit of length has of a kilometre.
+VecTabPoint MakePoint(double ds50UTC, std::span<const double, 6> state, double unit = 1.0) noexcept;
 
 // The satellite number that the first five characters of the file's name are, or kUnknownSatNum.
 std::int32_t SatNumOfFileName(std::string_view filePath) noexcept;

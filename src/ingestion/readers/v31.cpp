@@ -20,7 +20,6 @@ namespace {
 
 constexpr RealField kState[] = {{16, 19, 8}, {35, 19, 8}, {54, 19, 8}, {73, 19, 8}, {92, 19, 8}, {111, 19, 8}};
 constexpr std::size_t kFenceLength = 48;
-constexpr double kKilometersPerMeter = 0.001;
 
 bool IsFence(const Line& line, char mark) noexcept {
     return line.Columns(1, kFenceLength).find_first_not_of(mark) == std::string_view::npos;

@@ -1,0 +1,76 @@
+// DCE binary: records of 104 bytes without marks between them, numbers big-endian.
+//
+// First record:
+//   bytes  24-27   satellite number      int32
+//
+// Every further record is a point:
+//   bytes  16-23   time                  real64, days, 7305 days behind the count since 1950
+//          24-47   position, km          3 x real64
+//          48-71   velocity, km/s        3 x real64
+//
+// ECI. Told by the file's name alone, and opened here. Ends at the end of the file; a record cut short is dropped.
+#include <bit>
+#include <cstring>
+
+#include "ingestion/readers/dce.h"
+#include "ingestion/readers/reading.h"
+#include "support/text.h"
+
+namespace VecTableCardReading {
+namespace {
+
+constexpr std::size_t kRecordSize = 104;
+constexpr std::size_t kSatNumOffset = 24;
+constexpr std::size_t kTimeOffset = 16;
+constexpr std::size_t kStateOffset = 24;
+
+using DceRecord = std::array<char, kRecordSize>;
+
+std::int32_t IntegerAt(const DceRecord& bytes, std::size_t offset) noexcept {
+    std::uint32_t value = 0;
+    for (std::size_t i = 0; i < sizeof value; ++i) value = value << 8 | static_cast<unsigned char>(bytes[offset + i]);
+    return std::bit_cast<std::int32_t>(value);
+}
+
+double RealAt(const DceRecord& bytes, std::size_t offset) noexcept {
+    std::uint64_t value = 0;
+    std::memcpy(&value, bytes.data() + offset, sizeof value);
+    if constexpr (std::endian::native == std::endian::little) value = __builtin_bswap64(value);
+    return std::bit_cast<double>(value);
+}
+
+// The satellite number counts as soon as its own bytes are there.
+ReadStatus ReadHeader(InputUnit& unit, VecTabRecord& record) noexcept {
+    DceRecord bytes{};
+    constexpr std::size_t kBehindSatNum = kSatNumOffset + sizeof(std::int32_t);
+    const ReadStatus read = unit.ReadBytes(std::span(bytes).first<kBehindSatNum>());
+    if (read != ReadStatus::kOk) return read;
+    record.satNum = IntegerAt(bytes, kSatNumOffset);
+    return unit.ReadBytes(std::span(bytes).subspan<kBehindSatNum>());
+}
+
+void AddPoint(const DceRecord& bytes, VecTabRecord& record) {
+    StateValues state;
+    for (std::size_t i = 0; i < state.size(); ++i) state[i] = RealAt(bytes, kStateOffset + i * sizeof(double));
+    AddOneEpPoint(MakePoint(RealAt(bytes, kTimeOffset) + kDceDayZero, state), record);
+}
+
+}  // namespace
+
+void ReadDCEBinary(std::string_view filePath, VecTabRecord& record, std::int32_t& status) {
+    InputUnit unit;
+    const Reading reading("ReadDCEBinary", unit, record, status);
+    record.coordSys = VecTableTypes::kEci;
+    const auto path = VecTableSupport::ReplaceString(VecTableSupport::FixedText<kLineLength>(filePath), '\\', '/');
+    ReadStatus read = ReadStatus::kError;
+    if (VecTableSupport::FileOpenMt(path.View(), unit) == 0) read = ReadHeader(unit, record);
+    DceRecord bytes;
+    while (read == ReadStatus::kOk) {
+        read = unit.ReadBytes(bytes);
+        if (read == ReadStatus::kOk) AddPoint(bytes, record);
+    }
+    if (read == ReadStatus::kError) Fail(reading, "File read error.");
+    CloseRecord(record);
+}
+
+}  // namespace VecTableCardReading
