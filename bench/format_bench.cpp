@@ -9,9 +9,12 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 
 #include "ratio_report.h"
 #include "samples.h"
+
+using namespace SampleMaking;
 
 namespace {
 
@@ -28,11 +31,13 @@ std::vector<State> ManyStates(const Sample& sample) {
     return states;
 }
 
-// Time and state, and what else a point of the format carries.
+// The numbers that a reader has to read for a point: time and state, and what else stands in its lines.
 double NumbersPerPoint(const Sample& sample) {
-    if (sample.file == "itc.txt") return 28.0;
-    if (sample.file == "simulated_observations.txt") return 8.0;
-    return sample.velDigit == 0.0 ? 4.0 : 7.0;
+    const std::map<std::string, double> others = {
+        {"itc.txt", 28.0},    {"simulated_observations.txt", 8.0}, {"lch.txt", 8.0},    {"dce_text.txt", 14.0},
+        {"launch.txt", 15.0}, {"ecr_position.txt", 4.0},           {"binary.dce", 13.0}};
+    const auto other = others.find(sample.file);
+    return other == others.end() ? 7.0 : other->second;
 }
 
 // Reports the time per number.

@@ -7,6 +7,8 @@
 
 #include "samples.h"
 
+using namespace SampleMaking;
+
 int main(int argc, char** argv) {
     if (argc != 2) {
         std::fputs("usage: make_samples FOLDER\n", stderr);

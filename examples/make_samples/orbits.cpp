@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+namespace SampleMaking {
 namespace {
 
 // Constants of the World Geodetic System 1972, as the default Earth radius and gravity constant of the library.
@@ -80,3 +81,5 @@ State EarthFixed(const State& state) {
     fixed.vel[1] -= kEarthRate * fixed.pos[0];
     return fixed;
 }
+
+}  // namespace SampleMaking

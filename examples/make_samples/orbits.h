@@ -4,6 +4,8 @@
 #include <array>
 #include <vector>
 
+namespace SampleMaking {
+
 using Vector = std::array<double, 3>;
 
 // The epoch of all samples: 2026-03-01 00:00:00 UTC.
@@ -36,3 +38,5 @@ std::vector<State> Propagate(const Orbit& orbit);
 
 // The state in a frame that turns with the Earth.
 State EarthFixed(const State& state);
+
+}  // namespace SampleMaking

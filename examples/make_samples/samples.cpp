@@ -1,10 +1,19 @@
 #include "samples.h"
 
+#include <algorithm>
 #include <array>
+#include <bit>
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <ostream>
 
+namespace SampleMaking {
 namespace {
+
+// The DCE formats count days from here, days since 1950.
+constexpr double kDceDayZero = 7305.0;
 
 // Formatted output; every sample is made of it.
 template <typename... Values>
@@ -51,6 +60,28 @@ TimeOfDay TimeOf(const State& state) {
 std::string Date15(const State& state) {
     const TimeOfDay t = TimeOf(state);
     return Text("%02d%03d%02d%02d%06.3f", kEpochYear % 100, t.day, t.hour, t.minute, t.seconds);
+}
+
+// "YYYY/MM/DD HH:MM:SS.SSS"
+std::string Date23(const State& state) {
+    using namespace std::chrono;
+    const TimeOfDay t = TimeOf(state);
+    const year_month_day date(sys_days(year(kEpochYear) / 1 / 1) + days(t.day - 1));
+    return Text("%04d/%02u/%02u %02d:%02d:%06.3f", kEpochYear, static_cast<unsigned>(date.month()),
+                static_cast<unsigned>(date.day()), t.hour, t.minute, t.seconds);
+}
+
+// A diagonal that grows, the rest a tenth of it; positions in km, velocities in km/s.
+double GrowingCovariance(int point, int k) {
+    int row = 1;
+    while (row * (row + 1) / 2 < k) ++row;
+    const int column = k - row * (row - 1) / 2;
+    return (row == column ? 1.0 : 0.1) * (row > 3 ? 1e-3 : 1.0) * (column > 3 ? 1e-3 : 1.0) * (1.0 + 0.01 * point);
+}
+
+// One number in term 1, and in term 2 the mark that says so.
+double MarkedScalar(int point, int k) {
+    return k == 1 ? 0.5 * point : k == 2 ? 12345.0 : 0.0;
 }
 
 void WriteDotE(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
@@ -102,7 +133,7 @@ void WriteItc(std::ostream& out, const Sample& sample, const std::vector<State>&
                    .At(4, Date15(s))
                    .At(19, Vector3("%16.6f%16.6f%16.6f", s.pos))
                    .At(67, Vector3("%16.9f%16.9f%16.9f", s.vel));
-        for (int k = 1; k <= 21; ++k) out << Text("%16.8E", CovarianceTerm(point, k)) << (k % 7 == 0 ? "\n" : "");
+        for (int k = 1; k <= 21; ++k) out << Text("%16.8E", sample.covariance(point, k)) << (k % 7 == 0 ? "\n" : "");
     }
 }
 
@@ -149,6 +180,98 @@ void WriteEcr(std::ostream& out, const Sample& sample, const std::vector<State>&
     }
 }
 
+void WriteLaunch(std::ostream& out, const Sample& /*sample*/, const std::vector<State>& states) {
+    out << "TIME(SEC): TIME   seconds from the start of today; position in m, velocity in m/s, Earth-fixed\n";
+    for (int line = 1; line <= 16; ++line) out << "* header line " << line << "\n";
+    for (const State& s : states) {
+        const Vector meters{1000.0 * s.pos[0], 1000.0 * s.pos[1], 1000.0 * s.pos[2]};
+        const Vector metersPerSecond{1000.0 * s.vel[0], 1000.0 * s.vel[1], 1000.0 * s.vel[2]};
+        out << Text("%.3f 0 0 0 ", s.seconds) << Vector3("%.3f %.3f %.3f ", meters)
+            << Vector3("%.6f %.6f %.6f\n    0 0 0 0 0 COAST\n", metersPerSecond);
+    }
+}
+
+void WriteDceText(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
+    out << Text("%05d\n", sample.satNum);
+    int point = 0;
+    for (const State& s : states) {
+        out << Text("%d 0 0.0 %.12f ", ++point, kEpochDs50UTC - kDceDayZero + s.seconds / 86400.0)
+            << Vector3("%.6f %.6f %.6f ", s.pos) << Vector3("%.9f %.9f %.9f 0 0 0 0\n", s.vel);
+    }
+}
+
+// Big-endian, byte by byte.
+template <typename Number>
+std::string Bytes(Number number) {
+    std::array<unsigned char, sizeof(Number)> bytes;
+    std::memcpy(bytes.data(), &number, sizeof number);
+    if constexpr (std::endian::native == std::endian::little) std::reverse(bytes.begin(), bytes.end());
+    return {bytes.begin(), bytes.end()};
+}
+
+void WriteDceBinary(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
+    out << std::string(24, ' ') << Bytes<std::int32_t>(sample.satNum) << std::string(76, ' ');
+    std::int32_t point = 0;
+    for (const State& s : states) {
+        out << Bytes<std::int32_t>(++point) << Bytes<std::int32_t>(0) << Bytes(0.0)
+            << Bytes(kEpochDs50UTC - kDceDayZero + s.seconds / 86400.0);
+        for (const double x : s.pos) out << Bytes(x);
+        for (const double v : s.vel) out << Bytes(v);
+        for (int unused = 0; unused < 4; ++unused) out << Bytes(0.0);
+    }
+}
+
+void WriteUniversal(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
+    const bool commas = sample.file.find("commas") != std::string::npos;
+    out << CardImage()
+               .At(1, "VT_UNIVERSAL_VECTABLE_V1.0")
+               .At(30, Text("%010d", sample.satNum))
+               .At(40, "hcsgc")
+               .At(50, commas ? "CSV " : "");
+    for (const State& s : states) {
+        if (commas) {
+            out << Date23(s) << Vector3(",%.6f,%.6f,%.6f", s.pos) << Vector3(",%.9f,%.9f,%.9f\n", s.vel);
+        } else {
+            out << CardImage()
+                       .At(1, Date23(s))
+                       .At(28, Vector3("%19.6f %19.6f %19.6f ", s.pos) + Vector3("%19.9f %19.9f %19.9f", s.vel));
+        }
+    }
+}
+
+void WriteEelv(std::ostream& out, const Sample& /*sample*/, const std::vector<State>& states) {
+    for (const double part : {1e-3 * kEpochYear, 3.0, 1.0, 0.0, 0.0, 0.0}) {
+        out << Text(part == 1e-3 * kEpochYear ? "%.14fE+03   " : "%.14fE+00   ", part);
+    }
+    out << "\n";
+    constexpr double kKilometersPerFoot = 0.0003048;
+    const auto feet = [](const Vector& v) {
+        return Vector{v[0] / kKilometersPerFoot, v[1] / kKilometersPerFoot, v[2] / kKilometersPerFoot};
+    };
+    for (const State& s : states) {
+        out << Text("%.3f", s.seconds) << Vector3(" %.3f %.3f %.3f", feet(s.pos))
+            << Vector3(" %.6f %.6f %.6f\n", feet(s.vel));
+    }
+}
+
+void WriteLch(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
+    out << "CLASSIFICATION:                 UNCLASSIFIED\n\n\n\n\n"
+        << CardImage().At(1, "SATELLITE NUMBER").At(44, Text("%05d", sample.satNum)) << "\n\n\n\n";
+    int point = 0;
+    for (const State& s : states) {
+        out << Date15(s) << Vector3("    %.6f %.6f %.6f", s.pos) << Vector3(" %.9f %.9f %.9f", s.vel)
+            << Text(" %.3f\n", sample.covariance(++point, 1));
+    }
+}
+
+void WriteOasys(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
+    out << CardImage().At(1, "Ephemeris").At(13, "VERSION: 1")
+        << CardImage().At(10, Text("Spacecraft: %05d", sample.satNum));
+    for (const State& s : states) {
+        out << Date23(s) << Vector3("  %.6f %.6f %.6f", s.pos) << Vector3(" %.9f %.9f %.9f\n", s.vel);
+    }
+}
+
 }  // namespace
 
 const std::vector<Sample> kSamples = {
@@ -157,12 +280,20 @@ const std::vector<Sample> kSamples = {
     {"10003_heo.e", kHeo, 10003, 1, false, 1e-6, 1e-9, WriteDotE},
     {"vector_ephemeris.txt", kShortLeo, 10004, 1, false, 1e-6, 1e-9, WriteVecEph},
     {"simulated_observations.txt", kShortLeo, 10005, 1, false, 1e-10, 1e-13, WriteSimObs},
-    {"itc.txt", kShortLeo, 10006, 1, false, 1e-6, 1e-9, WriteItc},
+    {"itc.txt", kShortLeo, 10006, 1, false, 1e-6, 1e-9, WriteItc, GrowingCovariance},
     {"v31.txt", kShortLeo, 10007, 1, false, 1e-8, 1e-11, WriteV31},
     {"10008_owner_operator.txt", kShortLeo, 10008, 2, false, 1e-6, 1e-9, WriteOwner},
     {"j2k.txt", kShortLeo, 10009, 2, false, 1e-6, 1e-9, WriteJ2k},
     {"ecr.txt", kShortLeo, 10010, 4, true, 1e-6, 1e-9, WriteEcr},
     {"ecr_position.txt", kShortLeo, 10011, 4, true, 1e-6, 0.0, WriteEcr},
+    {"launch.txt", kShortLeo, 99999, 4, true, 1e-6, 1e-9, WriteLaunch},
+    {"dce_text.txt", kShortLeo, 10012, 1, false, 1e-6, 1e-9, WriteDceText},
+    {"binary.dce", kShortLeo, 10013, 1, false, 1e-16, 1e-16, WriteDceBinary},
+    {"universal.txt", kShortLeo, 10014, 19, false, 1e-6, 1e-9, WriteUniversal},
+    {"universal_commas.txt", kShortLeo, 10015, 19, false, 1e-6, 1e-9, WriteUniversal},
+    {"eelv.txt", kShortLeo, 99999, 1, false, 1e-6, 1e-9, WriteEelv},
+    {"lch.txt", kShortLeo, 10016, 1, false, 1e-6, 1e-9, WriteLch, MarkedScalar},
+    {"oasys.txt", kShortLeo, 10017, 2, false, 1e-6, 1e-9, WriteOasys},
 };
 
 std::vector<State> StatesOf(const Sample& sample) {
@@ -173,10 +304,4 @@ std::vector<State> StatesOf(const Sample& sample) {
     return states;
 }
 
-double CovarianceTerm(int point, int k) {
-    int row = 1;
-    while (row * (row + 1) / 2 < k) ++row;
-    const int column = k - row * (row - 1) / 2;
-    const double scale = row > 3 ? 1e-3 : 1.0;
-    return (row == column ? 1.0 : 0.1) * scale * (column > 3 ? 1e-3 : 1.0) * (1.0 + 0.01 * point);
-}
+}  // namespace SampleMaking

@@ -7,6 +7,8 @@
 
 #include "orbits.h"
 
+namespace SampleMaking {
+
 struct Sample {
     std::string file;
     Orbit orbit;
@@ -17,11 +19,12 @@ struct Sample {
     double posDigit;
     double velDigit;
     void (*write)(std::ostream& out, const Sample& sample, const std::vector<State>& states);
+    // Term k, from 1, of the covariance of a point, from 1; null for a format without covariance.
+    double (*covariance)(int point, int k) = nullptr;
 };
 
 extern const std::vector<Sample> kSamples;
 
 std::vector<State> StatesOf(const Sample& sample);
 
-// The covariance in the samples that have one: term k of a point, both counted from 1.
-double CovarianceTerm(int point, int k);
+}  // namespace SampleMaking

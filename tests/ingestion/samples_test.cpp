@@ -1,47 +1,68 @@
 // Every sample of the project loads as the states that it was made from, to the digits that its format carries.
 #include "samples.h"
 
-#include <vectable/vectable.h>
+#include <set>
 
-#include <gtest/gtest.h>
+#include "helpers/store_test.h"
+#include "support/dates.h"
 
-#include "helpers/log_capture.h"
-
-class Samples : public testing::TestWithParam<std::size_t> {};
+class Samples : public StoreTest, public testing::WithParamInterface<std::size_t> {
+  protected:
+    // Launch files count from the start of today.
+    Samples() {
+        VecTableSupport::SetClock([]() noexcept { return VecTableSupport::CalendarDate{2026, 3, 1}; });
+    }
+};
 
 TEST_P(Samples, HoldTheStatesThatTheyWereMadeFrom) {
-    const Sample& sample = kSamples[GetParam()];
-    const std::vector<State> states = StatesOf(sample);
-    LogCapture log;
-    VecTabRemoveAllSats();
+    const SampleMaking::Sample& sample = SampleMaking::kSamples[GetParam()];
     ASSERT_EQ(VecTabLoadFile((SAMPLES "/" + sample.file).c_str()), 0);
     EXPECT_TRUE(log.Take().empty());
     const int64_t key = VecTabGetSatKey(sample.satNum);
-    char frame[512];
-    VecTabGetField(key, 11, frame);
-    EXPECT_EQ(std::string(frame, 1), sample.coordSys < 10 ? std::to_string(sample.coordSys) : "*");
+    std::string frame(512, '#');
+    VecTabGetField(key, 11, frame.data());
+    EXPECT_EQ(frame.substr(0, 1), sample.coordSys < 10 ? std::to_string(sample.coordSys) : "*");
 
     int32_t point = 0;
     std::array<double, 128> all;
-    for (const State& expected : states) {
+    for (const auto& expected : StatesOf(sample)) {
         ASSERT_EQ(VecTabXten(key, 3, ++point, all.data()), 0);
-        ASSERT_NEAR(all[1], kEpochDs50UTC + expected.seconds / 86400.0, 2e-11);
+        ASSERT_NEAR(all[1], SampleMaking::kEpochDs50UTC + expected.seconds / 86400.0, 2e-11);
         for (std::size_t i = 0; i < 3; ++i) {
-            ASSERT_NEAR(all[2 + i], expected.pos[i], 0.5001 * sample.posDigit + 1e-12) << "point " << point;
+            ASSERT_NEAR(all[2 + i], expected.pos[i], 0.5001 * sample.posDigit + 2e-12) << "point " << point;
             const double v = sample.velDigit == 0.0 ? 0.0 : expected.vel[i];
-            ASSERT_NEAR(all[5 + i], v, 0.5001 * sample.velDigit + 1e-15) << "point " << point;
+            ASSERT_NEAR(all[5 + i], v, 0.5001 * sample.velDigit + 2e-15) << "point " << point;
         }
         for (int k = 1; k <= 21; ++k) {
-            const double term = sample.file == "itc.txt" ? CovarianceTerm(point, k) : 0.0;
+            const double term = sample.covariance == nullptr ? 0.0 : sample.covariance(point, k);
             ASSERT_NEAR(all[static_cast<std::size_t>(8 + k)], term, 1e-8 * term) << "point " << point;
         }
     }
     EXPECT_EQ(VecTabXten(key, 3, point + 1, all.data()), 2);
-    VecTabRemoveAllSats();
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, Samples, testing::Range<std::size_t>(0, kSamples.size()), [](const auto& instance) {
-    std::string name = kSamples[instance.param].file;
-    for (char& c : name) c = std::isalnum(c) != 0 ? c : '_';
-    return name;
-});
+TEST_F(Samples, LoadByAListWithTheirNames) {
+    std::string list;
+    std::set<std::string> expected, names;
+    for (const SampleMaking::Sample& sample : SampleMaking::kSamples) {
+        list += "#VECTABLE = " + sample.file + "\nEPHFIL = " SAMPLES "/" + sample.file + "\n";
+        expected.insert(sample.file);
+    }
+    ASSERT_EQ(VecTabLoadFile(Write("list.txt", list).c_str()), 0);
+    std::vector<int64_t> keys(static_cast<std::size_t>(VecTabGetCount()));
+    VecTabGetLoaded(2, keys.data());
+    for (const int64_t key : keys) {
+        std::string name(512, '#');
+        VecTabGetField(key, 15, name.data());
+        names.insert(name.substr(0, name.find(' ')));
+    }
+    EXPECT_EQ(names, expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, Samples, testing::Range<std::size_t>(0, SampleMaking::kSamples.size()),
+                         [](const auto& instance) {
+                             std::string name = SampleMaking::kSamples[instance.param].file;
+                             std::replace_if(
+                                 name.begin(), name.end(), [](char c) { return std::isalnum(c) == 0; }, '_');
+                             return name;
+                         });
