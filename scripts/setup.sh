@@ -1,10 +1,11 @@
 #!/bin/sh
-# Installs what a bare Debian 12 lacks to build and test the library. Does nothing when all is there.
+# Installs what a bare Debian 12 lacks to build and test the library, and the packages given. Does nothing when all is
+# there.
 set -eu
 
 packages="g++ gcc make cmake ninja-build git pkg-config python3
     libgtest-dev libgmock-dev libbenchmark-dev liberfa-dev locales
-    clang-format clang-tidy valgrind"
+    clang-format clang-tidy valgrind $*"
 
 missing=""
 for package in $packages; do

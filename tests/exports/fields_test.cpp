@@ -1,6 +1,8 @@
+#include <cfenv>
 #include <clocale>
 #include <cmath>
 #include <cstdlib>
+#include <immintrin.h>
 
 #include "helpers/store_test.h"
 
@@ -88,6 +90,26 @@ TEST_F(Fields, NumbersAreRightToTheLastDigit) {
         const int64_t key = VecTabAddSat(++satNum, 1.0, value, 0.0, 1);
         Append(key, 2.0);
         EXPECT_EQ(Field(key, 3), Padded(expected, 512));
+    }
+}
+
+// Denormals flushed, results rounded in any direction: the host's numbers may be worse for it, nothing else.
+TEST_F(Fields, TheHostsFloatingPointStateDoesNoHarm) {
+    for (const int rounding : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO, FE_TONEAREST}) {
+        std::fesetround(rounding);
+        _mm_setcsr(_mm_getcsr() | 0x8040U);
+        for (const auto& entry : std::filesystem::directory_iterator(SAMPLES)) {
+            VecTabLoadFile(entry.path().c_str());
+            std::vector<int64_t> keys(static_cast<std::size_t>(VecTabGetCount()));
+            VecTabGetLoaded(0, keys.data());
+            State state;
+            EXPECT_EQ(AskByIndex(keys.at(0), 1, state), 0);
+            for (double m = 0.0; m < 40.0; m += 0.7) AskByMinutes(keys[0], m, state);
+            EXPECT_EQ(Field(keys[0], 12).substr(9), std::string(503, ' ') + '#');
+            VecTabRemoveAllSats();
+        }
+        std::fesetround(FE_TONEAREST);
+        _mm_setcsr(_mm_getcsr() & ~0x8040U);
     }
 }
 

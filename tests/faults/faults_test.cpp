@@ -1,0 +1,216 @@
+// Every call with every allocation failed, every load and save with every access to the file failed.
+#include <cerrno>
+#include <functional>
+#include <iostream>
+
+#include "faults/injection.h"
+#include "helpers/store_test.h"
+#include "store/read_gate.h"
+#include "store/search_tree.h"
+
+namespace {
+
+struct Call {
+    const char* name;
+    int64_t failure;
+    bool isLoad;
+    std::function<int64_t()> make;
+};
+
+}  // namespace
+
+class Faults : public StoreTest {
+  protected:
+    Faults() {
+        first = VecTabAddSat(7, 100.0, 6378.0, 0.07, 1);
+        for (int i = 0; i < 1000; ++i) Append(first, 100.0 + i / 1440.0);
+        list = Write("list.txt", "earlier\n");
+        file = Write("10001.e",
+                     "stk.v.4\nScenarioEpoch 1 Jan 2025 00:00:00.000\nEphemerisTimePos\n0 1 2 3\nend Ephemeris\n"
+                     "stk.v.4\nScenarioEpoch 2 Jan 2025 00:00:00.000\nEphemerisTimePos\n0 1 2 3\n");
+        names = Write("names.txt", "EPHFIL = " + file + "\n");
+    }
+
+    // A sink that takes no memory: the number of errors, and the words of the first one.
+    static void Note(int32_t level, const char* text, int32_t length, void* context) {
+        auto& test = *static_cast<Faults*>(context);
+        if (level == VEC_HOST_TRACE_ERROR && test.errors++ == 0) std::copy_n(text, length, test.words.begin());
+    }
+
+    std::string TakeWords() {
+        VecHostSetTraceSink(Note, this);
+        const std::string taken(words.data());
+        errors = 0;
+        words.fill('\0');
+        return taken.substr(0, taken.find_last_not_of(' ') + 1);
+    }
+
+    // The store in words: number of points, epoch and name of every record, in the order of entry.
+    static Strings Stored() {
+        Strings stored;
+        std::vector<int64_t> keys(static_cast<std::size_t>(VecTabGetCount()) + 1);
+        VecTabGetLoaded(2, keys.data());
+        keys.pop_back();
+        for (const int64_t key : keys) {
+            stored.emplace_back();
+            for (const int32_t code : {1, 2, 12, 15}) {
+                std::string text(512, '#');
+                VecTabGetField(key, code, text.data());
+                stored.back() += text.substr(0, text.find("  ")) + " ";
+            }
+        }
+        return stored;
+    }
+
+    static bool GateIsFree() {
+        using namespace VecTableTree::Gate;
+        return numReads == 0 && waitingReads == 0 && !isUpdating;
+    }
+
+    std::string ReadList() const {
+        std::ifstream stream(list);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    int64_t CallsWithoutMemory() {
+        double x = 0.0;
+        Vector v{};
+        int32_t i = 0;
+        char text[512];
+        std::array<double, 128> all;
+        State s;
+        VecTabGetInfo(text);
+        VecTabGetLoaded(3, listed.data());
+        int64_t sum = VecTabInit() + VecTabGetCount() + VecTabGetSatKey(7) + VecTabGetSatKey(77);
+        sum += VecTabFieldsToSatKey(7, "25001") + VecTabRemoveSat(16) + VecTabSetField(first, 14, "x");
+        sum += VecTabGetAllFields(first, &i, text, text, &x, &x, &x, v.data(), v.data(), &i, &i, text);
+        sum += VecTabGetField(first, 3, text) + VecTabStartEndTime(first, &x, &x) + VecTabGetLine(first, text);
+        sum += AskByIndex(first, 2, s) + AskByMinutes(first, 0.5, s) + AskByTime(first, 1e300, s);
+        sum += VecTabGetEphemeris(first, 1, &x, v.data(), v.data(), &i) + VecTabXten(first, 2, 100.1, all.data());
+        sum += VecTabMse(first, 1.5, &x, v.data(), v.data(), &i) + VecTabDs50UTC(16, 1, &x, v.data(), v.data(), &i);
+        return sum;
+    }
+
+    std::vector<Call> Calls() {
+        return {{"VecTabAddSat", -1, false, [] { return VecTabAddSat(8, 100.0, 6378.0, 0.07, 1); }},
+                {"VecTabAddSatEphem", 2, false, [this] { return Append(first, 200.0); }},
+                {"VecTabAddSatFrFile", -1, true, [this] { return VecTabAddSatFrFile(file.c_str()); }},
+                {"VecTabLoadFile", 2, true, [this] { return VecTabLoadFile(file.c_str()); }},
+                {"VecTabLoadFile", 2, true, [this] { return VecTabLoadFile(names.c_str()); }},
+                {"VecTabSaveFile", 2, false, [this] { return VecTabSaveFile(list.c_str(), 0); }},
+                {"the calls that take no memory", 2, false, [this] { return CallsWithoutMemory(); }},
+                {"VecTabGetLoaded", 1, false, [this] {
+                     VecTabGetLoaded(0, listed.data());
+                     return errors;
+                 }}};
+    }
+
+    int64_t first = 0;
+    std::string file, names, list;
+    std::array<int64_t, 10> listed{};
+    int errors = 0;
+    std::array<char, 1024> words{};
+};
+
+TEST_F(Faults, AFailedAllocationLeavesTheStoreAndTheGateAsTheyWere) {
+    int injected = 0;
+    for (const int mode : {0, 1}) {
+        VecHostSetElsetKeyMode(mode);
+        for (const Call& call : Calls()) {
+            SCOPED_TRACE(std::string(call.name) + ", mode " + std::to_string(mode));
+            for (int number = 1;; ++number) {
+                const Strings before = Stored();
+                const std::string listBefore = ReadList();
+                TakeWords();
+                const long pieces = Injection::LivePieces();
+                Injection::allocation.Arm(number);
+                const int64_t result = call.make();
+                const bool happened = Injection::allocation.Happened();
+                Injection::allocation.Disarm();
+                ASSERT_TRUE(GateIsFree());
+                if (!happened) break;
+                ++injected;
+                const std::string said = TakeWords();
+                // A load goes on behind a record for which the store has no memory. An array that cannot be cut to size,
+                // and a sort without room of its own, do without.
+                const bool refused = said.rfind("AddRecToMem: ", 0) == 0;
+                const bool goesOn = result != call.failure && (said.empty() || (call.isLoad && refused));
+                ASSERT_TRUE(goesOn || result == call.failure) << number << said;
+                ASSERT_TRUE(goesOn || refused || said == std::string(call.name) + ": Out of memory.") << number << said;
+                Strings after = Stored();
+                ASSERT_GE(after.size(), before.size());
+                ASSERT_TRUE(call.isLoad || after.size() == before.size());
+                after.resize(before.size());
+                ASSERT_EQ(after, before);
+                ASSERT_EQ(ReadList(), listBefore);
+                for (int64_t key = VecTabGetSatKey(10001); key != -1; key = VecTabGetSatKey(10001))
+                    VecTabRemoveSat(key);
+                const long kept = Injection::LivePieces() - pieces;
+                ASSERT_LE(kept, 4 + mode) << number;  // strings of the test; a block of objects is never handed back
+            }
+        }
+    }
+    std::cout << injected << " allocations failed\n";
+}
+
+TEST_F(Faults, AFileThatCannotBeReadFailsInOrder) {
+    int injected = 0;
+    Injection::most = 50;
+    for (const auto& entry : std::filesystem::directory_iterator(SAMPLES)) {
+        const std::string path = entry.path();
+        SCOPED_TRACE(path);
+        for (const int error : {EIO, 0}) {  // an error, a file that ends early
+            for (int number = 1;; number += 1 + number / 4) {
+                log.entries.clear();
+                Injection::readFile.Arm(number, error);
+                const int32_t status = VecTabLoadFile(path.c_str());
+                const bool happened = Injection::readFile.Happened();
+                Injection::readFile.Disarm();
+                ASSERT_TRUE(GateIsFree());
+                const Strings said = log.Take();
+                const bool ended = !said.empty() && (said.back().find("File read error. ***") != std::string::npos ||
+                                                     said.back().rfind("ReadOnlyVecTabs: ", 0) == 0 ||
+                                                     said.back().rfind("*** ReadDotE: ", 0) == 0);
+                ASSERT_EQ(status, ended ? 2 : 0) << number << (said.empty() ? "" : said.back());
+                VecTabRemoveAllSats();
+                if (!happened) break;
+                ++injected;
+            }
+        }
+    }
+    Injection::most = SIZE_MAX;
+    Injection::openFile.Arm(1, EMFILE);
+    EXPECT_EQ(VecTabLoadFile(file.c_str()), EMFILE);
+    Injection::openFile.Arm(1, EACCES);
+    EXPECT_EQ(VecTabSaveFile(list.c_str(), 0), EACCES);
+    Injection::openFile.Disarm();
+    std::cout << injected << " reads failed\n";
+}
+
+TEST_F(Faults, ASaveThatCannotBeWrittenKeepsTheEarlierList) {
+    for (int i = 0; i < 500; ++i) Add(i, 1.0);
+    Injection::most = 40000;
+    const std::pair<Injection::Fault*, int> faults[] = {
+        {&Injection::writeFile, ENOSPC}, {&Injection::syncFile, EIO}, {&Injection::renameFile, EACCES}};
+    for (const int32_t saveMode : {0, 1}) {
+        for (const auto& [fault, error] : faults) {
+            for (int number = 1;; ++number) {
+                fault->Arm(number, error);
+                const int32_t status = VecTabSaveFile(list.c_str(), saveMode);
+                const bool happened = fault->Happened();
+                fault->Disarm();
+                ASSERT_TRUE(GateIsFree());
+                if (!happened) {
+                    ASSERT_EQ(status, 0);
+                    break;
+                }
+                ASSERT_EQ(status, 2);
+                ASSERT_EQ(log.Take(), Strings{"VecTabSaveFile: File write error."});
+                ASSERT_EQ(ReadList(), "earlier\n") << number;
+            }
+            EXPECT_GT(ReadList().size(), 500U * 521U);  // short writes are gone on with
+            std::ofstream(list) << "earlier\n";
+        }
+    }
+    Injection::most = SIZE_MAX;
+}
