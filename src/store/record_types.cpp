@@ -33,11 +33,6 @@ PointArray::PointArray(const PointArray& other) {
     capacity_ = reserved_ = other.capacity_;
 }
 
-PointArray& PointArray::operator=(const PointArray& other) {
-    if (this != &other) *this = PointArray(other);
-    return *this;
-}
-
 PointArray::PointArray(PointArray&& other) noexcept
     : points_(std::exchange(other.points_, nullptr)),
       capacity_(std::exchange(other.capacity_, 0)),

@@ -32,7 +32,7 @@ class PointArray {
   public:
     PointArray() noexcept = default;
     PointArray(const PointArray& other);
-    PointArray& operator=(const PointArray& other);
+    PointArray& operator=(const PointArray&) = delete;
     PointArray(PointArray&& other) noexcept;
     PointArray& operator=(PointArray&& other) noexcept;
     ~PointArray();
