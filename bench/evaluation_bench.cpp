@@ -1,4 +1,5 @@
 // What does a state with its covariance cost beside the bare arithmetic?
+#include <vectable/host.h>
 #include <vectable/vectable.h>
 
 #include <array>
@@ -9,6 +10,7 @@
 #include <random>
 #include <vector>
 
+#include "floor.h"
 #include "ratio_report.h"
 
 namespace {
@@ -39,153 +41,143 @@ void* realloc(void* memory, size_t size) {
 
 namespace {
 
-constexpr int kPoints = 1440;
-constexpr int kRecords = 2000;
 constexpr double kStart = 27819.0;
+constexpr std::size_t kRequests = 4096;
 
-struct Point {
-    double time;
-    std::array<double, 3> pos;
-    std::array<double, 3> vel;
-    int32_t revNum;
-    std::array<double, 21> cov;
+using Floor::Answer;
+using Floor::Point;
+
+// A stored record, the same points for the floor, and times to ask for.
+struct Subject {
+    int64_t key = 0;
+    Floor::Table table;
+    std::vector<double> requests;
 };
 
-struct Answer {
-    double time;
-    std::array<double, 3> pos;
-    std::array<double, 3> vel;
-    int32_t revNum;
-    std::array<double, 36> covMtx;
-};
-
-struct Floor {
-    std::vector<Point> points;
-
-    // Bisection, then the formulas over the four points.
-    void Evaluate(double t, Answer& answer) const {
-        std::size_t low = 0;
-        std::size_t high = points.size() + 1;
-        while (low + 1 != high) {
-            const std::size_t mid = (low + high) / 2;
-            (t > points[mid - 1].time ? low : high) = mid;
-        }
-        const std::size_t start = low > 2 ? low - 1 : 1;
-        const std::size_t last = start + 3 < points.size() ? start + 3 : points.size();
-        const Point* s = &points[last - 4];
-
-        std::array<double, 4> dt;
-        double P = 1.0;
-        for (std::size_t i = 0; i < 4; ++i) {
-            dt[i] = (t - s[i].time) * 86400.0;
-            P *= dt[i];
-        }
-        answer.pos = {};
-        answer.vel = {};
-        std::array<double, 21> cov{};
-        for (std::size_t j = 0; j < 4; ++j) {
-            double D = 1.0, S1 = 0.0, S2 = 0.0;
-            for (std::size_t k = 0; k < 4; ++k) {
-                if (k == j) continue;
-                const double d = (s[j].time - s[k].time) * 86400.0;
-                D *= d;
-                S2 += 1.0 / d;
-                S1 += 1.0 / dt[k];
-            }
-            const double L = P / dt[j];
-            const double c = -(0.5 / S2);
-            const double U = L * L, W = D * D;
-            const double A1 = U * (dt[j] + c), B1 = U * dt[j];
-            const double A2 = U * (1.0 + (S1 + S1) * (dt[j] + c)), B2 = U * (1.0 + (S1 + S1) * dt[j]);
-            for (std::size_t i = 0; i < 3; ++i) {
-                answer.pos[i] += (A1 * s[j].pos[i]) / (W * c);
-                answer.pos[i] += (B1 * s[j].vel[i]) / W;
-                answer.vel[i] += (A2 * s[j].pos[i]) / (W * c);
-                answer.vel[i] += (B2 * s[j].vel[i]) / W;
-            }
-            const double g = L / D;
-            for (std::size_t m = 0; m < 21; ++m) cov[m] += g * s[j].cov[m];
-        }
-        answer.time = (t - points.front().time) * 1440.0;
-        answer.revNum = s[1].revNum;
-        std::size_t m = 0;
-        for (std::size_t row = 0; row < 6; ++row) {
-            for (std::size_t column = 0; column <= row; ++column, ++m) {
-                answer.covMtx[row * 6 + column] = answer.covMtx[column * 6 + row] = cov[m];
-            }
-        }
+// Points of a two-body orbit with a covariance at every one of the times.
+void FillTable(Subject& subject, const std::vector<double>& times) {
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        const double angle = (times[i] - kStart) * 86400.0 * 0.0011;
+        Point p{times[i], {}, {}, 7 + static_cast<int32_t>(angle / 6.283185307179586), {}};
+        p.pos = {7000.0 * std::cos(angle), 4200.0 * std::sin(angle), 5600.0 * std::sin(angle)};
+        p.vel = {-7.7 * std::sin(angle), 4.62 * std::cos(angle), 6.16 * std::cos(angle)};
+        for (std::size_t m = 0; m < 21; ++m) p.cov[m] = 1.0 + static_cast<double>(m) + 1e-3 * static_cast<double>(i);
+        subject.table.push_back(p);
+        VecTabAddSatEphemCovMtx(subject.key, p.time, p.pos.data(), p.vel.data(), p.revNum, p.cov.data());
     }
-};
+}
 
-Floor floorTable;
-int64_t key = 0;
-std::vector<double> requests;
+Subject MakeSubject(int32_t satNum, const std::vector<double>& times) {
+    Subject subject;
+    subject.key = VecTabAddSat(satNum, kStart, 6378.135, 0.0743669161, 1);
+    FillTable(subject, times);
+    std::mt19937_64 random(1);
+    std::uniform_real_distribution<double> anyTime(times.front(), times.back());
+    for (std::size_t i = 0; i < kRequests; ++i) subject.requests.push_back(anyTime(random));
+    return subject;
+}
 
-bool Ask(double t, Answer& answer) {
-    return VecTabDs50UTCCovMtx(key, t, &answer.time, answer.pos.data(), answer.vel.data(), &answer.revNum,
+std::vector<double> EvenTimes(int points) {
+    std::vector<double> times;
+    for (int i = 0; i < points; ++i) times.push_back(kStart + i / 1440.0);
+    return times;
+}
+
+std::vector<double> UnevenTimes(int points) {
+    std::mt19937_64 random(2);
+    std::uniform_real_distribution<double> step(1.0, 600.0);
+    std::vector<double> times{kStart};
+    while (times.size() < static_cast<std::size_t>(points)) times.push_back(times.back() + step(random) / 86400.0);
+    return times;
+}
+
+bool Ask(const Subject& subject, double t, Answer& answer) {
+    return VecTabDs50UTCCovMtx(subject.key, t, &answer.time, answer.pos.data(), answer.vel.data(), &answer.revNum,
                                answer.covMtx.data()) == 0;
 }
 
-void FillStore() {
-    std::mt19937_64 random(1);
-    std::uniform_real_distribution<double> anyTime(kStart, kStart + (kPoints - 1) / 1440.0);
-    for (int i = 0; i < 4096; ++i) requests.push_back(anyTime(random));
-    for (int i = 0; i < kRecords; ++i) {
-        const int64_t added = VecTabAddSat(10000 + i, kStart, 6378.135, 0.0743669161, 1);
-        if (i == kRecords / 3) key = added;
-    }
-    for (int i = 0; i < kPoints; ++i) {
-        Point p{kStart + i / 1440.0, {}, {}, 7, {}};
-        const double angle = i * 60.0 * 0.0011;
-        p.pos = {7000.0 * std::cos(angle), 7000.0 * std::sin(angle), 100.0};
-        p.vel = {-7.7 * std::sin(angle), 7.7 * std::cos(angle), 0.0};
-        for (std::size_t m = 0; m < 21; ++m) p.cov[m] = 1.0 + static_cast<double>(m) + 1e-3 * i;
-        floorTable.points.push_back(p);
-        VecTabAddSatEphemCovMtx(key, p.time, p.pos.data(), p.vel.data(), p.revNum, p.cov.data());
-    }
-}
-
 // The floor and the library give the same bits, and no request allocates.
-bool Check() {
-    for (const double t : requests) {
-        Answer asked, expected;
+bool Check(const Subject& subject) {
+    for (const double t : subject.requests) {
+        Answer asked, expected, packed;
         const std::size_t before = allocations;
-        if (!Ask(t, asked) || allocations != before) return false;
-        floorTable.Evaluate(t, expected);
-        if (asked.pos != expected.pos || asked.vel != expected.vel || asked.covMtx != expected.covMtx) return false;
+        if (!Ask(subject, t, asked) || allocations != before) return false;
+        Floor::EvaluatePlain(subject.table, t, expected);
+        Floor::EvaluatePacked(subject.table, t, packed);
+        for (const Answer& floor : {expected, packed}) {
+            if (asked.pos != floor.pos || asked.vel != floor.vel || asked.revNum != floor.revNum) return false;
+            if (asked.covMtx != floor.covMtx) return false;
+        }
     }
     return true;
 }
 
+// One benchmark of `evaluate` over the requests of a subject, from `threads` threads.
 template <typename Evaluate>
-void RunRequests(benchmark::State& state, Evaluate evaluate) {
-    std::size_t next = 0;
-    Answer answer;
-    for (auto _ : state) {
-        evaluate(requests[next++ % requests.size()], answer);
-        benchmark::DoNotOptimize(answer);
-    }
+void Register(const char* name, const Subject& subject, Evaluate evaluate, int threads = 1) {
+    const auto run = [&subject, evaluate](benchmark::State& state) {
+        std::size_t next = static_cast<std::size_t>(state.thread_index()) * kRequests / 2;
+        Answer answer;
+        for (auto _ : state) {
+            evaluate(subject, subject.requests[next++ % kRequests], answer);
+            benchmark::DoNotOptimize(answer);
+        }
+    };
+    benchmark::RegisterBenchmark(name, run)->Threads(threads)->UseRealTime();
 }
 
-void StateOfLibrary(benchmark::State& state) {
-    RunRequests(state, [](double t, Answer& answer) { Ask(t, answer); });
+void AskIndex(const Subject& subject, double t, Answer& answer) {
+    const auto index = static_cast<int32_t>((t - kStart) * 1440.0) + 1;
+    VecTabGetCovMtx(subject.key, index, &answer.time, answer.pos.data(), answer.vel.data(), &answer.revNum,
+                    answer.covMtx.data());
 }
-BENCHMARK(StateOfLibrary);
 
-void StateOfFloor(benchmark::State& state) {
-    RunRequests(state, [](double t, Answer& answer) { floorTable.Evaluate(t, answer); });
+void AskPacked(const Subject& subject, double t, Answer& answer) {
+    Floor::EvaluatePacked(subject.table, t, answer);
 }
-BENCHMARK(StateOfFloor);
+
+void AskPlain(const Subject& subject, double t, Answer& answer) {
+    Floor::EvaluatePlain(subject.table, t, answer);
+}
+
+void SetDirectMemory(bool on) {
+    VecHostSetUseAllKeyMode(on ? 1 : 0);
+    VecHostSetAllKeyMode(on ? 1 : 0);
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    FillStore();
-    if (!Check()) {
+    constexpr int kRecords = 2000;
+    for (int i = 1; i < kRecords; ++i) VecTabAddSat(10000 + 2 * i, kStart, 6378.135, 0.0743669161, 1);
+    const Subject tree = MakeSubject(10001 + kRecords, EvenTimes(1440));
+    const Subject uneven = MakeSubject(50000, UnevenTimes(1440));
+    const Subject longTable = MakeSubject(50001, EvenTimes(1'000'000));
+    SetDirectMemory(true);
+    const Subject direct = MakeSubject(50002, EvenTimes(1440));
+    SetDirectMemory(false);
+    for (const Subject* subject : {&tree, &uneven, &longTable, &direct}) {
+        if (Check(*subject)) continue;
         std::puts("the library and the floor disagree, or a request allocated");
         return EXIT_FAILURE;
     }
-    std::printf("%zu requests: the same bits as the floor, no allocation\n", requests.size());
-    return RunWithRatios(
-        argc, argv, {{"state and covariance, ns (1440 points, 2000 records)", "StateOfLibrary", "StateOfFloor", 1.6}});
+
+    Register("Tree", tree, Ask);
+    Register("Direct", direct, Ask);
+    Register("Packed", tree, AskPacked);
+    Register("Long", longTable, Ask);
+    Register("LongPacked", longTable, AskPacked);
+    Register("Uneven", uneven, Ask);
+    Register("UnevenPlain", uneven, AskPlain);
+    Register("TreeTwoThreads", tree, Ask, 2);
+    Register("DirectTwoThreads", direct, Ask, 2);
+    Register("Index", tree, AskIndex);
+    return RunWithRatios(argc, argv,
+                         {{"state and covariance, 1440 points, tree, ns", "Tree", "Packed", 1.45},
+                          {"the same, direct memory, ns", "Direct", "Packed", 1.3},
+                          {"the same, 10^6 points, ns", "Long", "LongPacked", 1.5},
+                          {"uneven table, beside plain bisection and kernel, ns", "Uneven", "UnevenPlain", 1.0},
+                          {"two threads beside one, direct memory (speed-up 1.9)", "DirectTwoThreads", "Direct", 0.53},
+                          {"two threads beside one, tree (speed-up 1.5)", "TreeTwoThreads", "Tree", 0.67},
+                          {"stored point by index, ns", "Index", "", 60.0}});
 }

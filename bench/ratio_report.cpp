@@ -2,6 +2,7 @@
 
 #include <benchmark/benchmark.h>
 #include <cstdio>
+#include <iostream>
 #include <map>
 
 namespace {
@@ -22,7 +23,7 @@ class MedianCollector : public benchmark::ConsoleReporter {
 
 int RunWithRatios(int argc, char** argv, const std::vector<Question>& questions) {
 #ifndef __OPTIMIZE__
-    std::puts("warning: built without optimisation, the figures mean nothing");
+    std::fputs("warning: built without optimisation, the figures mean nothing\n", stderr);
 #endif
     std::string interleaved = "--benchmark_enable_random_interleaving=true";
     std::string repeated = "--benchmark_repetitions=9";
@@ -32,16 +33,22 @@ int RunWithRatios(int argc, char** argv, const std::vector<Question>& questions)
     int count = static_cast<int>(arguments.size());
     benchmark::Initialize(&count, arguments.data());
     MedianCollector reporter;
+    reporter.SetOutputStream(&std::cerr);
     benchmark::RunSpecifiedBenchmarks(&reporter);
 
-    std::printf("\n%-58s %12s %12s %7s %6s\n", "question", "median", "floor", "ratio", "goal");
+    std::printf("%-58s %12s %12s %7s %6s\n", "question", "figure", "floor", "ratio", "goal");
     for (const Question& q : questions) {
-        const double subject = reporter.medians[q.subject];
+        const double figure = reporter.medians[q.subject];
+        if (figure == 0.0) continue;
+        if (q.floor.empty()) {
+            std::printf("%-58s %12.1f %12s %7s %6.0f %s\n", q.text.c_str(), figure, "-", "-", q.goal,
+                        figure <= q.goal ? "met" : "NOT MET");
+            continue;
+        }
         const double floor = reporter.medians[q.floor];
-        if (subject == 0.0 || floor == 0.0) continue;
-        const double ratio = subject / floor;
-        std::printf("%-58s %12.1f %12.1f %7.2f %6.2f %s\n", q.text.c_str(), subject, floor, ratio, q.goal,
-                    ratio <= q.goal ? "met" : "NOT MET");
+        if (floor == 0.0) continue;
+        std::printf("%-58s %12.1f %12.1f %7.2f %6.2f %s\n", q.text.c_str(), figure, floor, figure / floor, q.goal,
+                    figure / floor <= q.goal ? "met" : "NOT MET");
     }
     return 0;
 }

@@ -1,5 +1,5 @@
 // Runs the registered benchmarks interleaved and prints, for each question, the median time of its subject beside that
-// of its floor, and their ratio.
+// of its floor, and their ratio. What the benchmark library itself prints goes to standard error.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@
 struct Question {
     std::string text;
     std::string subject;  // name of a benchmark
-    std::string floor;    // name of the benchmark that it is measured against
-    double goal;          // the highest ratio wanted
+    std::string floor;    // name of the benchmark that it is measured against; empty for a figure that stands alone
+    double goal;          // the highest ratio wanted, or the highest figure
 };
 
 int RunWithRatios(int argc, char** argv, const std::vector<Question>& questions);

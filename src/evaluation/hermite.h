@@ -24,6 +24,9 @@ inline constexpr double kScalarMark = 12345.0;
 // otherwise.
 VECTABLE_MODULE VecTabPoint HermiteVecTab(Stencil points, double t) noexcept;
 
+// The same, written in place; `state` is not one of the points.
+void HermiteVecTab(Stencil points, double t, VecTabPoint& state) noexcept;
+
 // The polynomial through the points (times[i], values[i]) at t, in Lagrange's form; 0.0 for no points. `times` in days.
 VECTABLE_MODULE double Lagrange_Val(std::span<const double> values, std::span<const double> times, double t) noexcept;
 

@@ -45,27 +45,33 @@ std::int32_t TakeTimed(const VecTabRecord& record, double value, TimeType timeTy
     return VecTableProcessing::InterpolateEP(record, VecTableSupport::Utc2Tai(t), point);
 }
 
-}  // namespace
-
-void GetEphem(std::int64_t satKey, double value, TimeType timeType, double& outTime, VecTabPoint& point,
-              std::int32_t& status, double* outMse) noexcept {
-    point = VecTabPoint{};
-    status = 2;
+std::int32_t Answer(std::int64_t satKey, double value, TimeType timeType, double& outTime, VecTabPoint& point,
+                    double* outMse) noexcept {
     const VecTableTree::StoredRecord record(satKey);
-    if (!record) return;
+    if (!record) return 2;
     if (record->numOfPts == 0) {
         TextBuilder<128> text;
         text.Add("GetEphem: satKey ").AddInteger(satKey, 19).Add(" does not contain any ephemeris data.");
         TraceLogError(text.Text().View());
-        return;
+        return 2;
     }
-    status = timeType == TimeType::kIndex ? TakeIndexed(*record, value, outTime, point, outMse)
-                                          : TakeTimed(*record, value, timeType, outTime, point);
+    return timeType == TimeType::kIndex ? TakeIndexed(*record, value, outTime, point, outMse)
+                                        : TakeTimed(*record, value, timeType, outTime, point);
+}
+
+}  // namespace
+
+void GetEphem(std::int64_t satKey, double value, TimeType timeType, double& outTime, VecTabPoint& point,
+              std::int32_t& status, double* outMse) noexcept {
+    status = Answer(satKey, value, timeType, outTime, point, outMse);
+    if (status != 0) point = VecTabPoint{};
 }
 
 void To6x6CovMtx(std::span<double, 36> matrix, std::span<const double, VecTableTypes::kCovTerms> cov) noexcept {
     std::size_t term = 0;
+#pragma GCC unroll 6
     for (std::size_t row = 0; row < 6; ++row) {
+#pragma GCC unroll 6
         for (std::size_t column = 0; column <= row; ++column) {
             matrix[row * 6 + column] = matrix[column * 6 + row] = cov[term++];
         }

@@ -1,6 +1,9 @@
 // The calls that give a state.
 #include <vectable/vectable.h>
 
+#include <cstddef>
+#include <new>
+
 #include "evaluation/query.h"
 #include "exports/boundary.h"
 
@@ -12,6 +15,15 @@ namespace {
 
 constexpr std::size_t kMatrixSize = 36;
 constexpr std::size_t kExtendedSize = 128;
+
+// Memory for a point that is not zeroed first: a query writes the whole of it, and zeroing costs a request a tenth.
+class PointRoom {
+  public:
+    VecTabPoint& Point() noexcept { return *std::launder(reinterpret_cast<VecTabPoint*>(bytes_)); }
+
+  private:
+    alignas(VecTabPoint) std::byte bytes_[sizeof(VecTabPoint)];
+};
 
 // Where the caller wants a state; the forms without covariance have no matrix.
 struct StateOutputs {
@@ -36,8 +48,10 @@ struct StateOutputs {
 
     void Fill(double outTime, const VecTabPoint& point) const noexcept {
         *time = outTime;
-        std::copy(point.pos.begin(), point.pos.end(), pos);
-        std::copy(point.vel.begin(), point.vel.end(), vel);
+        for (std::size_t i = 0; i < 3; ++i) {
+            pos[i] = point.pos[i];
+            vel[i] = point.vel[i];
+        }
         *revNum = point.revNum;
         if (hasMatrix)
             VecTableDllVarsUtils::To6x6CovMtx(std::span<double, kMatrixSize>(covMtx, kMatrixSize), point.cov);
@@ -46,13 +60,15 @@ struct StateOutputs {
 
 int32_t Retrieve(std::string_view call, int64_t satKey, double value, TimeType timeType,
                  const StateOutputs& outputs) noexcept {
-    outputs.Clear();
-    if (outputs.AnyNull(call)) return kFailure;
-    VecTabPoint point;
-    double outTime = 0.0;
-    int32_t status = kSuccess;
-    VecTableDllVarsUtils::GetEphem(satKey, value, timeType, outTime, point, status);
-    if (status == kSuccess) outputs.Fill(outTime, point);
+    int32_t status = kFailure;
+    if (!outputs.AnyNull(call)) {
+        PointRoom room;
+        VecTabPoint& point = room.Point();
+        double outTime = 0.0;
+        VecTableDllVarsUtils::GetEphem(satKey, value, timeType, outTime, point, status);
+        if (status == kSuccess) outputs.Fill(outTime, point);
+    }
+    if (status != kSuccess) outputs.Clear();
     return status;
 }
 

@@ -19,12 +19,22 @@ void WaitUntil(Condition condition) noexcept {
 
 }  // namespace
 
+Gate::ReadCount* Gate::AssignCount() noexcept {
+    return &readCounts[countedThreads.fetch_add(1) % readCounts.size()];
+}
+
+std::int32_t Gate::NumReads() noexcept {
+    std::int32_t sum = 0;
+    for (const ReadCount& count : readCounts) sum += count.numReads.load();
+    return sum;
+}
+
 void Gate::EnterBehindWriter() noexcept {
     waitingReads.fetch_add(1);
     do {
-        numReads.fetch_sub(1);
+        ownCount->numReads.fetch_sub(1);
         WaitUntil([] { return !isUpdating.load(); });
-        numReads.fetch_add(1);
+        ownCount->numReads.fetch_add(1);
     } while (isUpdating.load());
     waitingReads.fetch_sub(1);
 }
@@ -41,7 +51,9 @@ WriteSection::WriteSection() noexcept {
     Gate::updatenote.lock();
     WaitUntil([] { return Gate::waitingReads.load() == 0; });
     Gate::isUpdating.store(true);
-    WaitUntil([] { return Gate::numReads.load() <= 0; });
+    for (const Gate::ReadCount& count : Gate::readCounts) {
+        WaitUntil([&] { return count.numReads.load() <= 0; });
+    }
 }
 
 WriteSection::~WriteSection() {

@@ -98,6 +98,14 @@ std::int64_t AddToTree(VecTabRecord& record, VecTabBinTree** nodeOut) {
     return 0;
 }
 
+std::string_view WhyNoRecord(std::int64_t key) noexcept {
+    if (!IsDma(key)) {
+        return TreeIsEmpty() ? "FindRecPtr: Search tree is empty." : "FindRecPtr: search key doens't exist.";
+    }
+    if (key <= 0) return "FindRecPtr: Invalid DMA key (<=0).";
+    return FindDmaObject(key) == nullptr ? "FindRecPtr: Invalid DMA key." : "FindRecPtr: Prop data doesn't exist.";
+}
+
 std::int64_t FindAssociatedKey(const VecTabBinTree* root, std::int32_t satNum) noexcept {
     if (root == nullptr) return kNoKey;
     const VecTabRecord* record = GetRec(*root);
@@ -115,27 +123,15 @@ std::int64_t AddRecToMem(VecTabRecord record, VecTabBinTree** nodeOut) {
 }
 
 void FindRecPtr(std::int64_t key, VecTabRecord*& recOut, std::string_view* errText, bool gateHeld) noexcept {
-    std::string_view words;
-    recOut = nullptr;
     if (IsDma(key)) {
-        const DmaObject* object = key > 0 ? FindDmaObject(key) : nullptr;
-        if (object != nullptr) recOut = object->propData.load(std::memory_order_acquire);
-        if (key <= 0) {
-            words = "FindRecPtr: Invalid DMA key (<=0).";
-        } else if (object == nullptr) {
-            words = "FindRecPtr: Invalid DMA key.";
-        } else if (recOut == nullptr) {
-            words = "FindRecPtr: Prop data doesn't exist.";
-        }
+        const DmaObject* object = FindDmaObject(key);
+        recOut = object == nullptr ? nullptr : object->propData.load(std::memory_order_acquire);
     } else {
         if (!gateHeld) Gate::Enter();
         const VecTabBinTree* node = FindNode(key);
-        if (node != nullptr) recOut = node->rec.get();
-        if (recOut == nullptr) {
-            words = TreeIsEmpty() ? "FindRecPtr: Search tree is empty." : "FindRecPtr: search key doens't exist.";
-        }
+        recOut = node == nullptr ? nullptr : node->rec.get();
     }
-    if (errText != nullptr) *errText = words;
+    if (errText != nullptr) *errText = recOut == nullptr ? WhyNoRecord(key) : std::string_view();
 }
 
 void FindRec(std::int64_t key, VecTabRecord& recOut, FixedText<128>* errText) {

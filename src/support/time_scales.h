@@ -1,8 +1,6 @@
 // UTC and TAI as counts of days since 1950, and times split in two for exact differences.
 #pragma once
 
-#include <cmath>
-
 #include "support/dates.h"
 
 namespace VecTableSupport {
@@ -14,18 +12,26 @@ double Utc2Tai(double ds50UTC) noexcept;
 double Tai2Utc(double ds50TAI) noexcept;
 
 // A time as its whole day and the fraction of the day, so that the difference of two times keeps its full precision.
+// `Days` is double, or a vector of them.
+template <typename Days>
 struct SplitTime {
-    double day;       // days, whole
-    double fraction;  // days, 0 to 1
+    Days day;       // days, whole
+    Days fraction;  // days, 0 to 1
 };
 
-inline SplitTime ToSplitTai(double time) noexcept {
-    const double day = std::floor(time);
+// Rounds down in operations that every processor of the family has. Beyond 2^51 days `day` may be another whole number
+// next to the time, which leaves the differences as they are.
+template <typename Days>
+SplitTime<Days> ToSplitTai(Days time) noexcept {
+    constexpr double kOneIsTheLastBit = 0x1.8p52;
+    const Days nearest = (time + kOneIsTheLastBit) - kOneIsTheLastBit;
+    const Days day = nearest > time ? nearest - 1.0 : nearest;
     return {day, time - day};
 }
 
 // a - b in seconds.
-inline double Minus(SplitTime a, SplitTime b) noexcept {
+template <typename Days>
+Days Minus(const SplitTime<Days>& a, const SplitTime<Days>& b) noexcept {
     return ((a.day - b.day) + (a.fraction - b.fraction)) * kSecondsPerDay;
 }
 

@@ -1,0 +1,133 @@
+// The search and the kernel take other ways than the formulas are written in. Here the formulas stand as they are
+// written, one operation at a time, and the bits have to be the same.
+#include <cmath>
+#include <gtest/gtest.h>
+#include <random>
+
+#include "evaluation/interpolation.h"
+#include "support/time_scales.h"
+
+using namespace VecTableProcessing;
+
+namespace {
+
+double Minus(double a, double b) {
+    const double dayA = std::floor(a), dayB = std::floor(b);
+    return ((dayA - dayB) + ((a - dayA) - (b - dayB))) * 86400.0;
+}
+
+VecTabPoint PlainHermite(const VecTabPoint* points, double t) {
+    std::array<double, 4> dt;
+    double P = 1.0;
+    for (std::size_t i = 0; i < 4; ++i) {
+        dt[i] = Minus(t, points[i].ds50UTC);
+        if (dt[i] == 0.0) return points[i];
+        P *= dt[i];
+    }
+    VecTabPoint state;
+    state.ds50UTC = t;
+    for (std::size_t j = 0; j < 4; ++j) {
+        const double L = P / dt[j];
+        double D = 1.0, S1 = 0.0, S2 = 0.0;
+        for (std::size_t k = 0; k < 4; ++k) {
+            if (k == j) continue;
+            const double d = Minus(points[j].ds50UTC, points[k].ds50UTC);
+            D = D * d;
+            S2 = S2 + 1.0 / d;
+            S1 = S1 + 1.0 / dt[k];
+        }
+        int exponent = 0;
+        const double fraction = std::fabs(std::frexp(dt[j], &exponent));
+        const double c = S2 != 0.0 ? -(0.5 / S2) : 2.0 * (fraction * 0x1p53);
+        const double U = L * L, W = D * D;
+        const double A1 = U * (dt[j] + c), B1 = U * dt[j];
+        const double A2 = U * (1.0 + (S1 + S1) * (dt[j] + c)), B2 = U * (1.0 + (S1 + S1) * dt[j]);
+        for (std::size_t i = 0; i < 3; ++i) {
+            const double p = points[j].pos[i], v = points[j].vel[i];
+            state.pos[i] = state.pos[i] + (A1 * p) / (W * c);
+            state.pos[i] = state.pos[i] + (B1 * v) / W;
+            state.vel[i] = state.vel[i] + (A2 * p) / (W * c);
+            state.vel[i] = state.vel[i] + (B2 * v) / W;
+        }
+        const double g = (P / dt[j]) / D;
+        for (std::size_t m = 0; m < 21; ++m) state.cov[m] = state.cov[m] + g * points[j].cov[m];
+    }
+    return state;
+}
+
+VecTabPoint PlainInterpolation(const VecTabRecord& record, double t) {
+    const auto n = static_cast<std::size_t>(record.numOfPts);
+    std::size_t low = 0, high = n + 1, mid = 0;
+    while (low + 1 != high) {
+        mid = (low + high) / 2;
+        (t > record.points[mid].ds50UTC ? low : high) = mid;
+    }
+    const std::size_t start = std::max<std::size_t>(low, 2) - 1;
+    const std::size_t last = std::min(start + 3, n);
+    for (std::size_t i = last - 3; i <= last; ++i) {
+        if (1e-12 > std::fabs(t - record.points[i].ds50UTC)) return record.points[i];
+    }
+    VecTabPoint point = PlainHermite(&record.points[last - 3], t);
+    point.revNum = UpdateRev(point, record.points[mid], record.points[mid].revNum);
+    return point;
+}
+
+// Steps in seconds. The second kind brings S2 of every fourth point to zero or next to it; the third is uneven.
+double Step(int kind, std::size_t i, std::mt19937_64& random) {
+    constexpr std::array<double, 3> kVanishing = {10.0, 15.0, 15.0};
+    if (kind == 0) return 60.0;
+    if (kind == 1) return kVanishing[i % 3] * 0.84375;
+    return std::uniform_real_distribution<double>(1.0, 600.0)(random);
+}
+
+// Every point has a revolution number of its own, which tells which point the number of a state was counted from.
+VecTabRecord MakeRecord(std::size_t n, double start, int kind, std::mt19937_64& random) {
+    std::normal_distribution<double> any(0.0, 1000.0);
+    VecTabRecord record;
+    record.numOfPts = static_cast<std::int32_t>(n);
+    record.points.Grow(n);
+    double time = start;
+    for (std::size_t i = 1; i <= n; ++i) {
+        VecTabPoint& point = record.points[i];
+        point.ds50UTC = time;
+        point.revNum = static_cast<std::int32_t>(1000 * i);
+        for (double& x : point.pos) x = any(random);
+        for (double& x : point.vel) x = any(random);
+        for (double& x : point.cov) x = any(random) * 1e-3;
+        time += Step(kind, i, random) / 86400.0;
+    }
+    return record;
+}
+
+}  // namespace
+
+TEST(PlainFormulas, GiveTheSameBitsInEveryIntervalOfEveryTable) {
+    std::mt19937_64 random(7);
+    std::vector<std::size_t> sizes = {100, 1000, 1023, 1024, 1439, 5000};
+    for (std::size_t n = 4; n <= 70; ++n) sizes.push_back(n);
+    std::int64_t requests = 0;
+    for (const std::size_t n : sizes) {
+        for (const double start : {27819.0, 0.25, -0.01, 4096.0 - 0.001}) {
+            for (const int kind : {0, 1, 2}) {
+                const VecTabRecord record = MakeRecord(n, start, kind, random);
+                for (std::size_t low = 1; low < n; ++low) {
+                    std::uniform_real_distribution<double> inside(record.points[low].ds50UTC,
+                                                                  record.points[low + 1].ds50UTC);
+                    for (const double time : {inside(random), inside(random), record.points[low + 1].ds50UTC}) {
+                        const double tai = VecTableSupport::Utc2Tai(time);
+                        const VecTabPoint expected = PlainInterpolation(record, VecTableSupport::Tai2Utc(tai));
+                        VecTabPoint point;
+                        ASSERT_EQ(InterpolateEP(record, tai, point), 0);
+                        ASSERT_EQ(point.pos, expected.pos) << n << ' ' << low << ' ' << time;
+                        ASSERT_EQ(point.vel, expected.vel);
+                        ASSERT_EQ(point.cov, expected.cov);
+                        ASSERT_EQ(point.revNum, expected.revNum) << n << ' ' << low << ' ' << time;
+                        ASSERT_EQ(point.ds50UTC, expected.ds50UTC);
+                        ++requests;
+                    }
+                }
+            }
+        }
+    }
+    EXPECT_GT(requests, 100'000);
+}
