@@ -6,11 +6,15 @@
 #include <benchmark/benchmark.h>
 #include <charconv>
 #include <chrono>
-#include <cstdlib>
+#include <cstdint>
+#include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <unistd.h>
 
+#include "fresh_memory.h"
 #include "ratio_report.h"
 #include "samples.h"
 
@@ -34,8 +38,8 @@ std::vector<State> ManyStates(const Sample& sample) {
 // The numbers that a reader has to read for a point: time and state, and what else stands in its lines.
 double NumbersPerPoint(const Sample& sample) {
     const std::map<std::string, double> others = {
-        {"itc.txt", 28.0},    {"simulated_observations.txt", 8.0}, {"lch.txt", 8.0},    {"dce_text.txt", 14.0},
-        {"launch.txt", 15.0}, {"ecr_position.txt", 4.0},           {"binary.dce", 13.0}};
+        {"itc.txt", 28.0},    {"simulated_observations.txt", 8.0}, {"lch.txt", 8.0},     {"dce_text.txt", 14.0},
+        {"launch.txt", 15.0}, {"ecr_position.txt", 4.0},           {"binary.dce", 13.0}, {"10018_position.e", 4.0}};
     const auto other = others.find(sample.file);
     return other == others.end() ? 7.0 : other->second;
 }
@@ -66,7 +70,8 @@ void Bare(benchmark::State& state, const std::string& path, std::size_t perPoint
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();
         std::ifstream(path, std::ios::binary).read(text.data(), static_cast<std::streamsize>(size));
-        auto* points = static_cast<double*>(std::malloc(kPoints * 232));
+        const FreshMemory memory(kPoints * 232);
+        auto* points = memory.As<double>();
         std::array<double, 29> values{};
         std::size_t count = 0;
         std::size_t total = 0;
@@ -85,12 +90,40 @@ void Bare(benchmark::State& state, const std::string& path, std::size_t perPoint
         }
         benchmark::DoNotOptimize(points);
         benchmark::ClobberMemory();
-        std::free(points);
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
         state.SetIterationTime(taken.count() / (static_cast<double>(perPoint) * kPoints));
         seconds += taken.count();
     }
     state.counters["MB/s"] = static_cast<double>(size) / 1e6 * static_cast<double>(state.iterations()) / seconds;
+}
+
+// Reads the records of a DCE binary file and turns their bytes round into points.
+void BareBinary(benchmark::State& state, const std::string& path, double perPoint) {
+    constexpr std::size_t kRecord = 104;
+    std::vector<char> block(1260 * kRecord);
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        const FreshMemory memory((kPoints + 1) * 232);
+        auto* points = memory.As<double>();
+        const int file = ::open(path.c_str(), O_RDONLY);
+        std::size_t total = 0;
+        for (ssize_t got = 0; (got = ::read(file, block.data(), block.size())) > 0;) {
+            for (std::size_t at = 0; at + kRecord <= static_cast<std::size_t>(got); at += kRecord, ++total) {
+                std::array<std::uint64_t, 7> words;
+                std::memcpy(words.data(), block.data() + at + 16, sizeof words);
+                for (std::uint64_t& word : words) word = __builtin_bswap64(word);
+                double* point = points + 29 * total;
+                std::memcpy(point, words.data(), sizeof words);
+                std::fill(point + 7, point + 29, 0.0);
+            }
+        }
+        ::close(file);
+        benchmark::DoNotOptimize(points);
+        benchmark::ClobberMemory();
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+        if (total != kPoints + 1) state.SkipWithError("not read");
+        state.SetIterationTime(taken.count() / (perPoint * kPoints));
+    }
 }
 
 }  // namespace
@@ -109,13 +142,19 @@ int main(int argc, char** argv) {
             ->UseManualTime()
             ->Iterations(2)
             ->Unit(benchmark::kNanosecond);
-        questions.push_back({sample.file + ", ns a number", sample.file, kSamples.front().file, 1.5});
+        const std::string dotE = sample.velDigit == 0.0 ? "10018_position.e" : "10001_leo.e";
+        if (sample.file != dotE) questions.push_back({sample.file + ", ns a number", sample.file, dotE, 1.5});
     }
     benchmark::RegisterBenchmark("itc_bare", Bare, (folder / "itc.txt").string(), 28)
         ->UseManualTime()
         ->Iterations(2)
         ->Unit(benchmark::kNanosecond);
     questions.push_back({"itc.txt beside the bare pass over its numbers", "itc.txt", "itc_bare", 2.5});
+    benchmark::RegisterBenchmark("binary_bare", BareBinary, (folder / "binary.dce").string(), 13.0)
+        ->UseManualTime()
+        ->Iterations(2)
+        ->Unit(benchmark::kNanosecond);
+    questions.push_back({"binary.dce beside a bare read and byte swap", "binary.dce", "binary_bare", 1.6});
     const int result = RunWithRatios(argc, argv, questions);
     std::filesystem::remove_all(folder);
     return result;

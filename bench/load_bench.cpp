@@ -5,7 +5,6 @@
 #include <array>
 #include <benchmark/benchmark.h>
 #include <charconv>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <map>
@@ -13,6 +12,7 @@
 #include <unistd.h>
 
 #include "dot_e_file.h"
+#include "fresh_memory.h"
 #include "ratio_report.h"
 
 namespace {
@@ -33,11 +33,12 @@ const DotEFile& FileOf(long points) {
     return *file;
 }
 
-// Finds the lines, runs std::from_chars over the numbers, stores the points in a reserved array. The number of points.
+// Finds the lines, runs std::from_chars over the numbers, stores the points in an array of its own. The number of points.
 long BarePass(const char* path, long reserved) {
     constexpr std::size_t kBuffer = 131072;
     const auto buffer = std::make_unique<char[]>(kBuffer);
-    auto* points = static_cast<Point*>(std::malloc(static_cast<std::size_t>(reserved) * sizeof(Point)));
+    const FreshMemory memory(static_cast<std::size_t>(reserved) * sizeof(Point));
+    auto* points = memory.As<Point>();
     const int file = ::open(path, O_RDONLY);
     long count = -4;  // lines of the header
     std::size_t kept = 0;
@@ -69,7 +70,6 @@ long BarePass(const char* path, long reserved) {
     ::close(file);
     benchmark::DoNotOptimize(points);
     benchmark::ClobberMemory();
-    std::free(points);
     return count;
 }
 
@@ -101,10 +101,10 @@ int main(int argc, char** argv) {
         benchmark::RegisterBenchmark(("Load" + suffix).c_str(), Load, points)->Unit(benchmark::kMillisecond);
         benchmark::RegisterBenchmark(("Bare" + suffix).c_str(), Bare, points)->Unit(benchmark::kMillisecond);
     }
-    return RunWithRatios(argc, argv,
-                         {{"Dot-E, 10^5 lines, ms", "Load_100000", "Bare_100000", 2.0},
-                          {"Dot-E, 10^6 lines, ms", "Load_1000000", "Bare_1000000", 2.0},
-                          {"Dot-E, 4*10^6 lines, ms", "Load_4000000", "Bare_4000000", 2.0},
-                          {"10^6 lines beside 10 times 10^5 (12.5 is level)", "Load_1000000", "Load_100000", 12.5},
-                          {"4*10^6 lines beside 40 times 10^5 (50 is level)", "Load_4000000", "Load_100000", 50.0}});
+    return RunWithRatios(
+        argc, argv,
+        {{"Dot-E, 10^6 lines, ms", "Load_1000000", "Bare_1000000", 1.6},
+         {"Dot-E, 10^6 lines beside 10 times 10^5, ms", "Load_1000000", "Load_100000", 11.5},
+         {"Dot-E, 4*10^6 lines beside 40 times 10^5, ms", "Load_4000000", "Load_100000", 46.0},
+         {"  the bare pass, 4*10^6 lines beside 40 times 10^5, ms", "Bare_4000000", "Bare_100000", 0.0}});
 }

@@ -39,16 +39,20 @@ int RunWithRatios(int argc, char** argv, const std::vector<Question>& questions)
     std::printf("%-58s %12s %12s %7s %6s\n", "question", "figure", "floor", "ratio", "goal");
     for (const Question& q : questions) {
         const double figure = reporter.medians[q.subject];
-        if (figure == 0.0) continue;
-        if (q.floor.empty()) {
-            std::printf("%-58s %12.1f %12s %7s %6.0f %s\n", q.text.c_str(), figure, "-", "-", q.goal,
-                        figure <= q.goal ? "met" : "NOT MET");
-            continue;
+        const double floor = q.floor.empty() ? 0.0 : reporter.medians[q.floor];
+        if (figure == 0.0 || (floor == 0.0 && !q.floor.empty())) continue;
+        std::printf("%-58s %12.1f", q.text.c_str(), figure);
+        if (floor == 0.0) {
+            std::printf(" %12s %7s", "-", "-");
+        } else {
+            std::printf(" %12.1f %7.2f", floor, figure / floor);
         }
-        const double floor = reporter.medians[q.floor];
-        if (floor == 0.0) continue;
-        std::printf("%-58s %12.1f %12.1f %7.2f %6.2f %s\n", q.text.c_str(), figure, floor, figure / floor, q.goal,
-                    figure / floor <= q.goal ? "met" : "NOT MET");
+        if (q.goal == 0.0) {
+            std::printf(" %6s\n", "-");
+        } else {
+            const bool met = (floor == 0.0 ? figure : figure / floor) <= q.goal;
+            std::printf(" %6g %s\n", q.goal, met ? "met" : "NOT MET");
+        }
     }
     return 0;
 }

@@ -9,7 +9,7 @@ struct Question {
     std::string text;
     std::string subject;  // name of a benchmark
     std::string floor;    // name of the benchmark that it is measured against; empty for a figure that stands alone
-    double goal;          // the highest ratio wanted, or the highest figure
+    double goal;          // the highest ratio wanted, or the highest figure; 0 for a question without a goal
 };
 
 int RunWithRatios(int argc, char** argv, const std::vector<Question>& questions);

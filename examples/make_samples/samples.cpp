@@ -91,9 +91,11 @@ void WriteDotE(std::ostream& out, const Sample& sample, const std::vector<State>
         << "CentralBody              Earth\n"
         << "CoordinateSystem         " << (sample.coordSys == 1 ? "TEMEOfDate" : "J2000") << "\n"
         << "DistanceUnit             Kilometers\n\n"
-        << "EphemerisTimePosVel\n\n";
+        << (sample.velDigit == 0.0 ? "EphemerisTimePos\n\n" : "EphemerisTimePosVel\n\n");
     for (const State& s : states) {
-        out << Text("%.3f", s.seconds) << Vector3(" %.6f %.6f %.6f", s.pos) << Vector3(" %.9f %.9f %.9f\n", s.vel);
+        out << Text("%.3f", s.seconds) << Vector3(" %.6f %.6f %.6f", s.pos);
+        if (sample.velDigit != 0.0) out << Vector3(" %.9f %.9f %.9f", s.vel);
+        out << '\n';
     }
     out << "\nend Ephemeris\n";
 }
@@ -278,6 +280,7 @@ const std::vector<Sample> kSamples = {
     {"10001_leo.e", kLeo, 10001, 1, false, 1e-6, 1e-9, WriteDotE},
     {"10002_geo.e", kGeo, 10002, 1, false, 1e-6, 1e-9, WriteDotE},
     {"10003_heo.e", kHeo, 10003, 1, false, 1e-6, 1e-9, WriteDotE},
+    {"10018_position.e", kShortLeo, 10018, 1, false, 1e-6, 0.0, WriteDotE},
     {"vector_ephemeris.txt", kShortLeo, 10004, 1, false, 1e-6, 1e-9, WriteVecEph},
     {"simulated_observations.txt", kShortLeo, 10005, 1, false, 1e-10, 1e-13, WriteSimObs},
     {"itc.txt", kShortLeo, 10006, 1, false, 1e-6, 1e-9, WriteItc, GrowingCovariance},

@@ -52,7 +52,7 @@ int32_t VecTabSaveFile(const char* vecTabFile, int32_t saveMode) {
         const auto action = saveMode == 0 ? OutputAction::kReplace : OutputAction::kAppend;
         const int32_t code = VecTableSupport::FileOpen(kSaveUnit, path.View(), action, unit);
         if (code != 0) return code;
-        for (const std::string_view line : {"", "", "", "*** Vector Table Input Files ***"}) unit.WriteLine(line);
+        for (const std::string_view line : {"", "", "", "*** Vector Table Input Files ***"}) unit.WriteLine({line});
         VecTableTree::VecTabWriteLines(unit);
         if (unit.Close() == 0) return kSuccess;
         LogCall(kCall, "File write error.");

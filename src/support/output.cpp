@@ -122,14 +122,18 @@ std::int32_t OutputUnit::OpenBeside(const struct stat* old) {
     return 0;
 }
 
-void OutputUnit::WriteLine(std::string_view line) noexcept {
-    for (auto end = line.find('\n'); end != std::string_view::npos; end = line.find('\n')) {
-        Write(line.substr(0, end));
-        Write(" ");
-        line.remove_prefix(end + 1);
-    }
-    Write(line);
+void OutputUnit::WriteLine(std::initializer_list<std::string_view> parts) noexcept {
+    for (const std::string_view part : parts) WritePart(part);
     Write("\n");
+}
+
+void OutputUnit::WritePart(std::string_view part) noexcept {
+    for (auto end = part.find('\n'); end != std::string_view::npos; end = part.find('\n')) {
+        Write(part.substr(0, end));
+        Write(" ");
+        part.remove_prefix(end + 1);
+    }
+    Write(part);
 }
 
 void OutputUnit::Write(std::string_view text) noexcept {

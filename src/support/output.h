@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -34,8 +35,8 @@ class OutputUnit {
     // 0, or the error number of the system; EBUSY when the unit number is in use.
     std::int32_t Open(std::int32_t unit, std::string_view filePath, OutputAction action);
 
-    // A line feed inside the line is written as a blank. Failures are kept for the close.
-    void WriteLine(std::string_view line) noexcept;
+    // Writes a line, given in parts. A line feed inside it is written as a blank. Failures are kept for the close.
+    void WriteLine(std::initializer_list<std::string_view> parts) noexcept;
 
     // 0, or the error number of the first failure.
     std::int32_t Close() noexcept;
@@ -43,6 +44,7 @@ class OutputUnit {
   private:
     std::int32_t OpenTarget(OutputAction action);
     std::int32_t OpenBeside(const struct stat* old);
+    void WritePart(std::string_view part) noexcept;
     void Write(std::string_view text) noexcept;
     void Flush() noexcept;
     void Fail(std::int32_t error) noexcept;
