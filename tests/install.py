@@ -1,6 +1,7 @@
 """Installs the build into a scratch folder, and builds and runs clients against the installed tree alone.
 
-The clients are one source as C11 and as C++20, and the example in the head of vectable.h.
+The clients are one source as C11 and as C++20, and the example in the head of vectable.h. They find the library through
+the package for CMake and through pkg-config.
 """
 
 import os
@@ -23,9 +24,14 @@ def run(*command, **options):
 shutil.rmtree(scratch, ignore_errors=True)
 run(cmake, "--install", build, "--prefix", scratch, stdout=subprocess.DEVNULL)
 library = next(scratch.rglob("libvectable.so")).parent
-linked = ["-I", scratch / "include", "-L", library, "-lvectable", "-lm"]
-environment = {**os.environ, "LD_LIBRARY_PATH": str(library)}
-story = pathlib.Path(root) / "tests/clients/all_calls.c"
+soname = subprocess.run(["readelf", "-d", library / "libvectable.so"], capture_output=True, text=True, check=True).stdout
+if "Library soname: [libvectable.so.1]" not in soname:
+    sys.exit(f"the library has another name:\n{soname}")
+environment = {**os.environ, "LD_LIBRARY_PATH": str(library), "PKG_CONFIG_PATH": str(library / "pkgconfig")}
+packaged = ["pkg-config", "--cflags", "--libs", "vectable"]
+linked = subprocess.run(packaged, capture_output=True, text=True, check=True, env=environment).stdout.split() + ["-lm"]
+clients = pathlib.Path(root) / "tests/clients"
+story = clients / "all_calls.c"
 
 header = (scratch / "include/vectable/vectable.h").read_text()
 head = header[: header.index("CONVENTIONS")]
@@ -37,6 +43,10 @@ if len(example.read_text().splitlines()) > 20:
 run(cc, "-std=c11", *warnings, story, *linked, "-o", scratch / "story_c")
 run(cxx, "-std=c++20", "-x", "c++", *warnings, story, *linked, "-o", scratch / "story_cpp")
 run(cc, "-std=c11", *warnings, example, *linked, "-o", scratch / "example")
-for client in ("story_c", "story_cpp"):
+compilers = [f"-DCMAKE_C_COMPILER={cc}", f"-DCMAKE_CXX_COMPILER={cxx}"]
+flags_of_build = [f"-DCMAKE_C_FLAGS={flags}", f"-DCMAKE_CXX_FLAGS={flags}", f"-DCMAKE_PREFIX_PATH={scratch}"]
+run(cmake, "-S", clients, "-B", scratch / "cmake", *compilers, *flags_of_build, stdout=subprocess.DEVNULL)
+run(cmake, "--build", scratch / "cmake", stdout=subprocess.DEVNULL)
+for client in ("story_c", "story_cpp", "cmake/story_c", "cmake/story_cpp"):
     run(scratch / client, scratch, env=environment)
 run(scratch / "example", pathlib.Path(root) / "examples/samples/10001_leo.e", env=environment)

@@ -75,6 +75,18 @@ std::int32_t TakeStoredPoint(const VecTabRecord& record, std::size_t n, double t
     return 0;
 }
 
+// The point that a bisection over all points, begun with 0 and n + 1, looks at last when it ends between `low` and low + 1.
+std::size_t LastMid(std::size_t n, std::size_t low) noexcept {
+    std::size_t left = 0;
+    std::size_t right = n + 1;
+    std::size_t mid = 0;
+    while (left + 1 != right) {
+        mid = (left + right) / 2;
+        (mid <= low ? left : right) = mid;
+    }
+    return mid;
+}
+
 // The revolution is counted from the point that a full bisection would have looked at last. That is one of the two next
 // to the time; which of them matters only where they disagree.
 std::int32_t Revolution(const VecTabRecord& record, std::size_t n, std::size_t low, const VecTabPoint& point) noexcept {
@@ -125,17 +137,6 @@ std::int32_t Interpolate(const VecTabRecord& record, double t, VecTabPoint& poin
 }
 
 }  // namespace
-
-std::size_t LastMid(std::size_t n, std::size_t low) noexcept {
-    std::size_t left = 0;
-    std::size_t right = n + 1;
-    std::size_t mid = 0;
-    while (left + 1 != right) {
-        mid = (left + right) / 2;
-        (mid <= low ? left : right) = mid;
-    }
-    return mid;
-}
 
 std::int32_t InterpolateEP(const VecTabRecord& record, double timeTai, VecTabPoint& point) noexcept {
     const std::int32_t status = Interpolate(record, VecTableSupport::Tai2Utc(timeTai), point);

@@ -16,10 +16,6 @@ using VecTableTypes::VecTabRecord;
 // Reads the record and keeps nothing: any number of threads may evaluate one record at a time.
 VECTABLE_MODULE std::int32_t InterpolateEP(const VecTabRecord& record, double timeTai, VecTabPoint& point) noexcept;
 
-// The point that a bisection over `n` points, begun with 0 and n + 1, looks at last when it ends between the points `low`
-// and low + 1. `n` at least 1, `low` 0 to n.
-VECTABLE_MODULE std::size_t LastMid(std::size_t n, std::size_t low) noexcept;
-
 // The revolution number of `point`, 0 to 99999: `refRev`, that of the stored point `refPoint`, moved by one when an
 // ascending crossing of the equatorial plane lies between the two.
 VECTABLE_MODULE std::int32_t UpdateRev(const VecTabPoint& point, const VecTabPoint& refPoint,
