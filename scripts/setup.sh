@@ -5,7 +5,7 @@ set -eu
 
 packages="g++ gcc make cmake ninja-build git pkg-config python3
     libgtest-dev libgmock-dev libbenchmark-dev liberfa-dev locales
-    clang-format clang-tidy valgrind $*"
+    libcli11-dev gnuplot-nox clang-format clang-tidy valgrind $*"
 
 missing=""
 for package in $packages; do
