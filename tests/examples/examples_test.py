@@ -1,0 +1,248 @@
+"""The example clients print what arithmetic says. EXAMPLES_BIN is the folder of the built programs."""
+
+import datetime
+import math
+import os
+import pathlib
+import re
+import subprocess
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+PROGRAMS = pathlib.Path(os.environ["EXAMPLES_BIN"]).resolve()
+TWO_SEGMENTS = ROOT / "tests/examples/two_segments.oem"
+MU = 398600.8
+
+
+def run(program, *arguments):
+    command = [PROGRAMS / program, *map(str, arguments)]
+    return subprocess.run(command, cwd=ROOT, capture_output=True, text=True)
+
+
+def days(date):
+    return (date - datetime.datetime(1949, 12, 31)) / datetime.timedelta(days=1)
+
+
+def circle(radius, seconds, inclination=0.0, phase=0.0):
+    rate = math.sqrt(MU / radius**3)
+    angle = rate * seconds + phase
+    north, east = math.sin(inclination), math.cos(inclination)
+    c, s = radius * math.cos(angle), radius * math.sin(angle)
+    return [c, s * east, s * north], [-rate * s, rate * c * east, rate * c * north]
+
+
+def separation(radius_a, radius_b, seconds):
+    angle = (math.sqrt(MU / radius_a**3) - math.sqrt(MU / radius_b**3)) * seconds
+    return math.sqrt(radius_a**2 + radius_b**2 - 2 * radius_a * radius_b * math.cos(angle))
+
+
+def numbers(line, first, last):
+    """The numbers of a line from the word `first` to the word `last`."""
+    part = line[line.index(first) + len(first) :]
+    if last:
+        part = part[: part.index(last)]
+    return [float(word) for word in part.split()]
+
+
+class Client(unittest.TestCase):
+    def lines(self, program, *arguments):
+        done = run(program, *arguments)
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        return done.stdout.splitlines()
+
+    def assert_near(self, got, wanted, delta):
+        self.assertEqual(len(got), len(wanted))
+        for a, b in zip(got, wanted):
+            self.assertAlmostEqual(a, b, delta=delta)
+
+
+class OemTable(Client):
+    def assert_state(self, line, pos, vel):
+        self.assert_near(numbers(line, "pos", "km"), pos, 2e-6)
+        self.assert_near(numbers(line, "vel", "km/s"), vel, 2e-9)
+
+    def source_line(self, beginning):
+        return next(line for line in TWO_SEGMENTS.read_text().splitlines() if line.startswith(beginning))
+
+    def source_diagonal(self, block):
+        """The diagonal of a covariance of the file: the last number of each of the six rows that have 1 to 6."""
+        rows = re.findall(r"^[-\d.e+ ]+$", TWO_SEGMENTS.read_text().split("COVARIANCE_START")[1], re.MULTILINE)
+        return [float(row.split()[-1]) for row in rows[6 * block : 6 * block + 6]]
+
+    def test_segments(self):
+        lines = self.lines("oem_table", TWO_SEGMENTS)
+        low = datetime.datetime(2026, 3, 1)
+        high = low + datetime.timedelta(hours=12)
+        wanted = [
+            ("segment 1  object LOW  frame EME2000 code 2  points 12", low, 11),
+            ("segment 2  object HIGH  frame TEME code 1  points 6", high, 10),
+        ]
+        for line, (words, start, minutes) in zip([lines[0], lines[3]], wanted):
+            end = start + datetime.timedelta(minutes=minutes)
+            self.assertEqual(line, f"{words}  from {days(start):.8f} to {days(end):.8f}")
+        self.assertEqual(len(lines), 5)
+
+    def test_between_two_points(self):
+        lines = self.lines("oem_table", TWO_SEGMENTS)
+        self.assert_state(lines[1], *circle(7000.0, 330.0, math.radians(50.0)))
+        self.assert_state(lines[4], *circle(8000.0, 300.0))
+
+    def test_covariance_half_way_up_the_step(self):
+        """Two points on either side: by symmetry the cubic takes the mean of both blocks."""
+        line = self.lines("oem_table", TWO_SEGMENTS)[2]
+        wanted = [(a + b) / 2 for a, b in zip(self.source_diagonal(0), self.source_diagonal(1))]
+        for got, term in zip(numbers(line, "diagonal", None), wanted, strict=True):
+            self.assertAlmostEqual(got / term, 1.0, delta=1e-6)
+
+    def test_stored_points(self):
+        cases = [
+            ("2026-03-01T00:04:00", "2026-03-01T00:04:00", 1, 0),
+            ("2026-060T00:08:00Z", "2026-03-01T00:08:00", 1, 1),
+            ("2026-03-01T12:06:00.000", "2026-060T12:06:00Z", 3, None),
+        ]
+        for time, beginning, at, block in cases:
+            with self.subTest(time=time):
+                lines = self.lines("oem_table", TWO_SEGMENTS, time)
+                state = [float(word) for word in self.source_line(beginning).split()[1:7]]
+                at = next(i for i, line in enumerate(lines) if "pos" in line)
+                self.assert_state(lines[at], state[:3], state[3:])
+                if block is not None:
+                    self.assertEqual(numbers(lines[at + 1], "diagonal", None), self.source_diagonal(block))
+
+    def test_time_in_one_segment_alone(self):
+        lines = self.lines("oem_table", TWO_SEGMENTS, "2026-03-01T00:08:00")
+        self.assertEqual(lines[-1], f"  does not reach {days(datetime.datetime(2026, 3, 1, 0, 8)):.8f}")
+
+    def test_covariance_before_and_in_other_frame(self):
+        text = TWO_SEGMENTS.read_text()
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder) / "other.oem"
+            path.write_text(text.replace("COV_REF_FRAME = EME2000", "COV_REF_FRAME = RTN"))
+            done = run("oem_table", path, "2026-03-01T00:08:00")
+            self.assertEqual(done.returncode, 0)
+            self.assertIn("covariance in frame RTN left out", done.stderr)
+            diagonal = numbers(done.stdout.splitlines()[2], "diagonal", None)
+            self.assertEqual(diagonal, self.source_diagonal(0))
+
+            path.write_text(text.replace("EPOCH = 2026-03-01T00:00:00", "EPOCH = 2026-03-01T00:02:00"))
+            diagonal = numbers(self.lines("oem_table", path, "2026-03-01T00:00:00")[2], "diagonal", None)
+            self.assertEqual(diagonal, self.source_diagonal(0))
+
+    def test_errors(self):
+        row_of_four = "-6.000000e-07 -6.000000e-07 -4.000000e-07 1.000000e-06\n"
+        cases = [
+            ("other file", "CCSDS_OEM_VERS", "OTHER_VERS", "line 1: no orbit ephemeris message"),
+            ("time system", "TIME_SYSTEM = UTC", "TIME_SYSTEM = TT", "line 15: TIME_SYSTEM must be UTC, not 'TT'"),
+            ("no time system", "TIME_SYSTEM = UTC\n", "", "TIME_SYSTEM must be UTC, not ''"),
+            ("centre", "CENTER_NAME = EARTH", "CENTER_NAME = MOON", "CENTER_NAME must be EARTH, not 'MOON'"),
+            ("frame", "REF_FRAME   = EME2000", "REF_FRAME   = MCI", "REF_FRAME 'MCI' has no code"),
+            ("number", "6985.362625734", "6985.36x", "line 18: bad number 6985.36x"),
+            ("not finite", "6985.362625734", "nan", "bad number nan"),
+            ("month", "2026-03-01T00:01", "2026-13-01T00:01", "bad date 2026-13-01T00:01:00.000"),
+            ("day", "2026-03-01T00:01", "2026-02-29T00:01", "bad date 2026-02-29T00:01:00.000"),
+            ("day of year", "2026-060T12:02", "2026-366T12:02", "bad date 2026-366T12:02:00Z"),
+            ("leap second", "00:01:00.000", "00:01:60.000", "bad date 2026-03-01T00:01:60.000"),
+            ("order", "2026-03-01T00:01", "2026-03-01T00:00", "a time that is not later than the last one"),
+            ("few numbers", " 5.768527213133", "", "a state has 6 numbers"),
+            ("short row", " 1.000000e-06\n", "\n", "row 4 of a covariance has 4 numbers"),
+            ("missing row", row_of_four, "", "row 4 of a covariance has 4 numbers"),
+            ("no epoch", "EPOCH = 2026-03-01T00:00:00\n", "", "no EPOCH before the rows"),
+            ("three points", r"2026-060T12:0[68].*\n|2026-060T12:10:00Z.*\n", "", "no state at the time asked for"),
+        ]
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder) / "damaged.oem"
+            for name, old, new, words in cases:
+                with self.subTest(name):
+                    pattern = old if name == "three points" else re.escape(old)
+                    text, changes = re.subn(pattern, new, TWO_SEGMENTS.read_text(), count=0 if "points" in name else 1)
+                    self.assertGreater(changes, 0)
+                    path.write_text(text)
+                    self.assert_refused(words, path, *["2026-03-01T12:03:00"] * (name == "three points"))
+
+    def test_truncated_files(self):
+        text = TWO_SEGMENTS.read_text()
+        cases = [
+            ("OBJECT_ID", "the file ends before META_STOP"),
+            ("-6.000000e-07 -6.0", "the file ends before the rows of a covariance"),
+            ("COVARIANCE_STOP", "the file ends before COVARIANCE_STOP"),
+            ("2026-03-01T00:00:00.000", "a segment without points"),
+            ("META_START", "no segment"),
+            ("CCSDS", "no orbit ephemeris message"),
+        ]
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder) / "truncated.oem"
+            for cut, words in cases:
+                with self.subTest(cut):
+                    path.write_text(text[: text.index(cut)])
+                    self.assert_refused(words, path)
+
+    def test_arguments(self):
+        self.assert_refused("usage: oem_table FILE.oem [TIME]")
+        self.assert_refused("missing.oem: the file cannot be opened", "missing.oem")
+        self.assert_refused("bad date yesterday", TWO_SEGMENTS, "yesterday")
+        self.assert_refused("no segment reaches the time asked for", TWO_SEGMENTS, "2026-03-02T00:00:00")
+
+    def assert_refused(self, words, *arguments):
+        done = run("oem_table", *arguments)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(words, done.stderr)
+
+
+class ManyThreads(Client):
+    def write_circle(self, folder, name, radius, phase):
+        path = pathlib.Path(folder) / name
+        states = [(60 * i, *circle(radius, 60.0 * i, 0.0, phase)) for i in range(61)]
+        points = [" ".join(f"{x:.9f}" for x in [t, *pos, *vel]) for t, pos, vel in states]
+        head = ["stk.v.4", "ScenarioEpoch 1 Mar 2026 00:00:00.000", "DistanceUnit Kilometers", "EphemerisTimePosVel"]
+        path.write_text("\n".join(head + points) + "\n")
+        return path
+
+    def test_samples(self):
+        lines = self.lines("many_threads")
+        self.assertRegex(lines[-1], r"^60000 requests  [1-9]\d* threads  same bits as one thread$")
+        self.assertEqual([line.split()[1] for line in lines[:3]], ["10001", "10002", "10003"])
+
+    def test_numbers_of_threads(self):
+        for threads in [1, 2, 7, 64]:
+            with self.subTest(threads=threads):
+                lines = self.lines("many_threads", threads)
+                self.assertEqual(lines[-1], f"60000 requests  {threads} threads  same bits as one thread")
+
+    def test_closest_approach(self):
+        """The inner satellite passes below the outer one after half an hour."""
+        lead = (math.sqrt(MU / 7000.0**3) - math.sqrt(MU / 8000.0**3)) * 1800.0
+        with tempfile.TemporaryDirectory() as folder:
+            inner = self.write_circle(folder, "20001_inner.e", 7000.0, 0.0)
+            outer = self.write_circle(folder, "20002_outer.e", 8000.0, lead)
+            lines = self.lines("many_threads", 3, inner, outer)
+        time = days(datetime.datetime(2026, 3, 1, 0, 30))
+        self.assertEqual(lines[2], f"satellites 20001 and 20002  closest 1000.000000 km at {time:.8f}")
+        self.assertEqual(lines[3], "40000 requests  3 threads  same bits as one thread")
+
+    def test_nothing_in_common(self):
+        lines = self.lines("many_threads", 2, "examples/samples/10001_leo.e", "examples/samples/ecr.txt")
+        self.assertRegex(lines[2], r"^satellites 10001 and \d+ have no frame or no time in common$")
+
+    def test_errors(self):
+        for arguments, words in [(["missing.e"], "missing.e cannot be loaded"), ([TWO_SEGMENTS], "no ephemeris")]:
+            with self.subTest(words):
+                done = run("many_threads", 2, *arguments)
+                self.assertEqual(done.returncode, 1)
+                self.assertIn(words, done.stderr)
+
+
+class DirectMemory(Client):
+    def test_separation(self):
+        lines = self.lines("direct_memory")
+        self.assertEqual(lines[0], "satellite 10001  plan stay   radius 7000.0 km  points 46")
+        self.assertEqual(lines[1], "satellite 10001  plan raise  radius 7050.0 km  points 46")
+        minutes = range(5, 90, 10)
+        for line, minute in zip(lines[2:-1], minutes, strict=True):
+            self.assertTrue(line.startswith(f"minute {minute:3d}  separation"))
+            self.assert_near(numbers(line, "separation", "km"), [separation(7000.0, 7050.0, 60 * minute)], 2e-6)
+        self.assertEqual(lines[-1], "0 records left")
+
+
+if __name__ == "__main__":
+    unittest.main()
