@@ -14,10 +14,9 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "gnuplot-nox, python3")
-set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION}\nThe library, the tool vectab and the Python module.")
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The library, the tool vectab and the Python module.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvectable-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
-    "${PROJECT_DESCRIPTION}\nHeaders, packages for CMake and pkg-config, documents, examples.")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers, packages for CMake and pkg-config, documents, examples.")
 include(CPack)

@@ -102,7 +102,7 @@ Pair CovPair(const VecTabPoint& point, std::size_t m) noexcept {
     return Pair{point.cov[m], point.cov[m + 1]};
 }
 
-// Each term by the cubic through the four points.
+// Each term by the cubic through the four points. The sums start from 0.0, so that none of them is -0.0.
 void CombineCovariance(Stencil points, Pair weight01, Pair weight23,
                        std::array<double, VecTableTypes::kCovTerms>& cov) noexcept {
     constexpr std::size_t kLast = VecTableTypes::kCovTerms - 1;
@@ -150,12 +150,13 @@ void HermiteVecTab(Stencil points, double t, VecTabPoint& state) noexcept {
     MeasureTimes(t01, t23, nodes);
 
     const std::array<Pair, 2> L{P / nodes[0].dt, P / nodes[1].dt};
-    State sums{};
+    // Ahead of the sums of the state: it fills the wait for their first divisions.
     if (points[0].cov[1] == kScalarMark) {
         state.cov = {MarkedScalar(points, t)};
     } else {
         CombineCovariance(points, L[0] / nodes[0].product, L[1] / nodes[1].product, state.cov);
     }
+    State sums{};
     for (std::size_t half = 0; half < 2; ++half) AddPoints(&points[2 * half], nodes[half], L[half], sums);
     state.ds50UTC = t;
     for (std::size_t i = 0; i < 3; ++i) {
