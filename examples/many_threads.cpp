@@ -76,6 +76,7 @@ std::vector<Satellite> Load(std::span<const char* const> files) {
     constexpr int32_t kOrderOfEntry = 2;
     VecTabGetLoaded(kOrderOfEntry, keys.data());
     std::vector<Satellite> satellites;
+    satellites.reserve(keys.size());
     for (const int64_t key : keys) satellites.push_back(Describe(key));
     return satellites;
 }

@@ -224,7 +224,7 @@ class Reader {
             frame = value_;
             NextBefore("the rows of a covariance");
         }
-        auto term = covariance.terms.begin();
+        auto* term = covariance.terms.data();
         for (std::size_t row = 1; row <= 6; ++row) {
             if (row > 1) NextBefore("the rows of a covariance");
             if (key_ == "COVARIANCE_STOP" || key_ == "EPOCH") Fail("a covariance has 6 rows");
@@ -285,7 +285,7 @@ void PrintState(int64_t key, double time, bool hasCovariance) {
                 vel[1], vel[2]);
     if (!hasCovariance) return;
     std::printf("  covariance diagonal");
-    for (int i = 0; i < 6; ++i) std::printf(" %.6e", covMtx[7 * i]);
+    for (std::size_t i = 0; i < 6; ++i) std::printf(" %.6e", covMtx[7 * i]);
     std::printf("\n");
 }
 
@@ -316,7 +316,7 @@ void Run(const char* path, std::optional<double> time) {
     const std::vector<Segment> segments = Reader(in).Segments();
     int states = 0;
     int32_t satNum = 0;
-    for (const Segment& segment : segments) states += Report(Store(segment, ++satNum), segment, time);
+    for (const Segment& segment : segments) states += Report(Store(segment, ++satNum), segment, time) ? 1 : 0;
     if (states == 0) Fail("no segment reaches the time asked for");
     if (VecTabRemoveAllSats() != 0) Fail("the records cannot be removed");
 }

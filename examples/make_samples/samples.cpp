@@ -52,8 +52,8 @@ struct TimeOfDay {
 
 TimeOfDay TimeOf(const State& state) {
     const int whole = static_cast<int>(state.seconds);
-    return {kEpochDayOfYear + whole / 86400, whole / 3600 % 24, whole / 60 % 60,
-            state.seconds - static_cast<double>(whole / 60 * 60)};
+    const int minutes = whole / 60;
+    return {kEpochDayOfYear + whole / 86400, whole / 3600 % 24, minutes % 60, state.seconds - 60.0 * minutes};
 }
 
 // "YYDDDHHMMSS.SSS"
