@@ -1,0 +1,78 @@
+// vectab: looks into ephemeris files, prints states from them, and tells and draws what they are good for.
+#include <vectable/host.h>
+#include <vectable/vectable.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <csignal>
+#include <sstream>
+#include <string>
+
+#include "commands.h"
+#include "failure.h"
+#include "log_capture.h"
+#include "output.h"
+#include "text.h"
+
+namespace {
+
+using namespace Vectab;
+
+std::string LibraryInfo() {
+    char info[128];
+    VecTabGetInfo(info);
+    return std::string(WithoutOuterBlanks({info, sizeof info}));
+}
+
+// Help and version arrive here as well; they go to standard output.
+void Answer(const CLI::App& program, const CLI::ParseError& error) {
+    std::ostringstream words;
+    program.exit(error, words, words);
+    if (error.get_exit_code() != 0) {
+        std::string line = error.what();
+        std::replace(line.begin(), line.end(), '\n', ' ');
+        throw Failure(std::string(WithoutOuterBlanks(line)) + " (see vectab --help)", kExitUsage);
+    }
+    Output output;
+    output.Write(words.str());
+    output.Finish();
+}
+
+int Run(int argc, char** argv) {
+    CLI::App program(
+        "Looks into ephemeris files: tables of satellite states over time, of fifteen formats that are "
+        "found out from the content.",
+        "vectab");
+    int exitStatus = 0;
+    program.set_version_flag("--version", LibraryInfo, "Print the version of the library and exit");
+    program.set_help_flag("-h,--help", "Print this help and exit");
+    program.require_subcommand(1);
+    program.footer("\"vectab COMMAND --help\" tells more. Exit status: 0 success, 1 a failure, 2 wrong usage.");
+    AddInfo(program, exitStatus);
+    AddStates(program, exitStatus);
+    AddCheck(program, exitStatus);
+    AddPlot(program, exitStatus);
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        Answer(program, error);
+    }
+    return exitStatus;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::signal(SIGPIPE, SIG_IGN);
+    VecHostSetElsetKeyMode(1);  // keeps records apart that share satellite and epoch
+    LogCapture::Instance();
+    try {
+        return Run(argc, argv);
+    } catch (const Failure& failure) {
+        if (*failure.what() != '\0') Complain(failure.what());
+        return failure.ExitStatus();
+    } catch (const std::exception& error) {
+        Complain(error.what());
+        return kExitFailure;
+    }
+}

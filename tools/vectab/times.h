@@ -1,0 +1,29 @@
+// Times as people write and read them. A time is a number of days since 1950, UTC.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Vectab {
+
+inline constexpr double kSecondsPerDay = 86400.0;
+inline constexpr double kHoursPerDay = 24.0;
+inline constexpr double kLongestStep = 61.0 * 60.0;  // s; the library interpolates over no longer mean step
+
+// A time as given on the command line.
+struct TimeRequest {
+    enum class Kind { kStart, kEnd, kDate };
+    Kind kind;
+    double ds50UTC;  // of a date
+
+    double Within(double start, double end) const noexcept;
+};
+
+// "start", "end", a number of days, or "YYYY-MM-DD[THH:MM[:SS[.f]]][Z]" with a T or a blank.
+std::optional<TimeRequest> ParseTime(std::string_view text);
+
+// "2026-03-01 00:00:00.000", the number of days where the calendar does not reach. `separator` stands behind the date.
+std::string FormatUtc(double ds50UTC, char separator, int decimals);
+
+}  // namespace Vectab
