@@ -2,7 +2,6 @@
 
 #include <cmath>
 
-#include "evaluation/hermite.h"
 #include "helpers/store_test.h"
 
 using namespace VecTableProcessing;
@@ -42,20 +41,6 @@ TEST_F(Interpolation, AStateBetweenPointsIsThatOfTheOrbitFromTheFourPointsRoundT
             ASSERT_NEAR(state.pos[i], Pos(exact)[i], 5e-6) << m;  // a last bit of a time tag
             ASSERT_NEAR(state.vel[i], Vel(exact)[i], 1e-7) << m;
         }
-    }
-    const int64_t ten = Table({0, 1, 2, 3, 4, 5, 6, 7, 8, 9});
-    const std::array<int, 9> firstOfInterval = {0, 0, 1, 2, 3, 4, 5, 6, 6};
-    for (std::size_t interval = 0; interval < 9; ++interval) {
-        std::array<VecTabPoint, 4> stencil;
-        for (int i = 0; i < 4; ++i) {
-            const double m = firstOfInterval[interval] + i;
-            stencil[static_cast<std::size_t>(i)] = {Minutes(m), Pos(m), Vel(m), 0, {}};
-        }
-        const double time = Minutes(static_cast<double>(interval) + 0.4);
-        ASSERT_EQ(AskByTime(ten, time, state), 0);
-        const VecTabPoint expected = HermiteVecTab(Stencil(stencil), time);
-        EXPECT_EQ(state.pos, expected.pos) << interval;
-        EXPECT_EQ(state.vel, expected.vel) << interval;
     }
 }
 
@@ -104,15 +89,7 @@ TEST_F(Interpolation, ShortTablesServeTheirPointsAlone) {
                                    "InterpolateEP: Request time out of ephemeris range."}));
 }
 
-TEST_F(Interpolation, TheRevolutionIsCountedFromThePointThatTheSearchSawLast) {
-    // Between points 5 and 6 of ten the search probes 5, 8, 6, and between 7 and 8 it probes 5, 8, 6, 7.
-    const int64_t key = Table({0, 1, 2, 3, 4, 5, 6, 7, 8, 9});
-    State state;
-    AskByTime(key, Minutes(4.5), state);
-    EXPECT_EQ(state.revNum, 6);
-    AskByTime(key, Minutes(6.5), state);
-    EXPECT_EQ(state.revNum, 7);
-
+TEST_F(Interpolation, AnAscendingCrossingBetweenTwoPointsMovesTheRevolution) {
     struct {
         double z, refZ, vz, seconds;  // of the reference point behind the point
         int32_t refRev, expected;
