@@ -118,7 +118,7 @@ TEST_F(Persistence, AFailedSaveLeavesTheStoreAndTheEarlierList) {
     EXPECT_EQ(ReadAll(list), "earlier\n");
     EXPECT_EQ(VecTabGetCount(), 10);
     EXPECT_EQ(VecTabSaveFile("/dev/null", 0), 0);
-    EXPECT_NE(VecTabSaveFile("/sys/list.txt", 0), 0);  // a folder in which nobody makes files
+    EXPECT_NE(VecTabSaveFile("/proc/list.txt", 0), 0);  // a folder in which nobody makes files
 }
 
 // A limit on the size of files fails the write midway, as a full disk does.
