@@ -12,18 +12,13 @@
 #include <unistd.h>
 
 #include "dot_e_file.h"
+#include "floor.h"
 #include "fresh_memory.h"
 #include "ratio_report.h"
 
 namespace {
 
-struct Point {
-    double time;
-    std::array<double, 3> pos;
-    std::array<double, 3> vel;
-    int32_t revNum;
-    std::array<double, 21> cov;
-};
+using Floor::Point;
 
 std::map<long, std::unique_ptr<DotEFile>> files;
 

@@ -17,6 +17,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "floor.h"
 #include "ratio_report.h"
 #include "store/read_gate.h"
 #include "store/record_lookup.h"
@@ -164,11 +165,7 @@ void Build(benchmark::State& state, int points) {
 
 // The same points into an array that doubles.
 void BuildBare(benchmark::State& state, int points) {
-    struct Point {
-        double time, pos[3], vel[3];
-        int32_t revNum;
-        double cov[21];
-    };
+    using Floor::Point;
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();
         Point* array = nullptr;
