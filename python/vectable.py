@@ -392,6 +392,12 @@ def _bind(name, result, *parameters):
 
 _functions = {name: _bind(name, *signature) for name, signature in _CALLS.items()}
 
+# The arguments that a caller gives, apart from those that receive an output.
+_SIGNATURES = {
+    name: (result, *([p for p in parameters if isinstance(p, kind)] for kind in (_Given, _Returned)))
+    for name, (result, *parameters) in _CALLS.items()
+}
+
 
 class _Growth:
     """Lets no record be added between the count that sizes a list of keys and the listing. Additions run together."""
@@ -435,9 +441,7 @@ for _name in ("VecTabAddSat", "VecTabAddSatFrFile", "VecTabLoadFile"):
 
 def _call(name, *values):
     """Makes a call; its outputs as a list, or its result where it has none."""
-    result, *parameters = _CALLS[name]
-    given = [parameter for parameter in parameters if isinstance(parameter, _Given)]
-    returned = [parameter for parameter in parameters if isinstance(parameter, _Returned)]
+    result, given, returned = _SIGNATURES[name]
     arguments = [parameter.convert(value) for parameter, value in zip(given, values)]
     outputs = [parameter.ctype() for parameter in returned]
     pointers = [output if isinstance(output, ctypes.Array) else ctypes.byref(output) for output in outputs]

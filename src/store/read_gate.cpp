@@ -23,12 +23,6 @@ Gate::ReadCount* Gate::AssignCount() noexcept {
     return &readCounts[countedThreads.fetch_add(1) % readCounts.size()];
 }
 
-std::int32_t Gate::NumReads() noexcept {
-    std::int32_t sum = 0;
-    for (const ReadCount& count : readCounts) sum += count.numReads.load();
-    return sum;
-}
-
 void Gate::EnterBehindWriter() noexcept {
     waitingReads.fetch_add(1);
     do {

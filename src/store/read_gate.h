@@ -54,9 +54,6 @@ inline void Leave() noexcept {
     ownCount->numReads.fetch_sub(1);
 }
 
-// Readers inside, of all threads.
-std::int32_t NumReads() noexcept;
-
 }  // namespace Gate
 
 VECTABLE_MODULE void BeginRead() noexcept;

@@ -64,7 +64,7 @@ class Faults : public StoreTest {
 
     static bool GateIsFree() {
         using namespace VecTableTree::Gate;
-        return NumReads() == 0 && waitingReads == 0 && !isUpdating;
+        return ReadersInside() == 0 && waitingReads == 0 && !isUpdating;
     }
 
     std::string ReadList() const {

@@ -42,7 +42,7 @@ TEST(ReadGate, NoReaderIsInsideBesideAWriter) {
     EXPECT_EQ(first, 4000);
     EXPECT_EQ(torn, 0);
     EXPECT_GT(reads, 0);
-    EXPECT_EQ(Gate::NumReads(), 0);
+    EXPECT_EQ(ReadersInside(), 0);
     EXPECT_EQ(Gate::waitingReads, 0);
 }
 

@@ -88,7 +88,7 @@ TEST_F(RecordLookup, FailedLookupsHaveTheirWords) {
     object->elsetType = 6;
     EXPECT_EQ(VecTabRemoveSat(key), 0);
     EXPECT_EQ(ask(key), "FindRecPtr: Invalid DMA key.");
-    EXPECT_EQ(Gate::NumReads(), 0);
+    EXPECT_EQ(ReadersInside(), 0);
 }
 
 TEST_F(RecordLookup, AnyNumberIsSafeAsAKey) {

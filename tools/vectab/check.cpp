@@ -35,13 +35,8 @@ struct Survey {
     bool moves = false;  // whether any velocity is not zero
 };
 
-void SurveyCovariance(const Record& record, std::int32_t number, Survey& survey) {
+void SurveyCovariance(const double (&covMtx)[36], Survey& survey) {
     constexpr double kScalarMark = 12345.0;
-    double ds50UTC, pos[3], vel[3], covMtx[36];
-    std::int32_t revNum;
-    if (VecTabGetCovMtx(record.key, number, &ds50UTC, pos, vel, &revNum, covMtx) != 0) {
-        throw Failure(LogCapture::Instance().TakeError());
-    }
     const bool any = std::any_of(covMtx, covMtx + 36, [](double element) { return std::fabs(element) > 0.0; });
     if (std::fabs(covMtx[1] - kScalarMark) <= 0.0) {
         ++survey.withScalar;
@@ -52,16 +47,20 @@ void SurveyCovariance(const Record& record, std::int32_t number, Survey& survey)
 
 Survey SurveyPoints(const Record& record) {
     Survey survey;
+    double ds50UTC, pos[3], vel[3], covMtx[36];
+    std::int32_t revNum;
     double before = record.start;
     for (std::int32_t number = 1; number <= record.points; ++number) {
-        const State point = PointOf(record, number);
-        survey.moves |= std::hypot(point.vel[0], point.vel[1], point.vel[2]) > 0.0;
-        SurveyCovariance(record, number, survey);
+        if (VecTabGetCovMtx(record.key, number, &ds50UTC, pos, vel, &revNum, covMtx) != 0) {
+            throw Failure(LogCapture::Instance().TakeError());
+        }
+        survey.moves |= std::hypot(vel[0], vel[1], vel[2]) > 0.0;
+        SurveyCovariance(covMtx, survey);
         if (number == 1) continue;
-        const double step = (point.ds50UTC - before) * kSecondsPerDay;
+        const double step = (ds50UTC - before) * kSecondsPerDay;
         survey.steps.push_back(step);
         if (step > kLongestStep) survey.gaps.push_back({before, step});
-        before = point.ds50UTC;
+        before = ds50UTC;
     }
     return survey;
 }
