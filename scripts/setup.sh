@@ -4,7 +4,7 @@
 set -eu
 
 packages="g++ gcc make cmake ninja-build git pkg-config python3
-    libgtest-dev libgmock-dev libbenchmark-dev liberfa-dev locales
+    libgtest-dev libgmock-dev libbenchmark-dev liberfa-dev relacy-dev locales
     libcli11-dev gnuplot-nox clang-format clang-tidy valgrind $*"
 
 missing=""

@@ -118,17 +118,80 @@ void CombineCovariance(Stencil points, Pair weight01, Pair weight23,
     cov[kLast] = sum([](const VecTabPoint& point) { return point.cov[kLast]; });
 }
 
-double MarkedScalar(Stencil points, double t) noexcept {
-    std::array<double, kStencilPoints> values;
-    std::array<double, kStencilPoints> times;
-    for (std::size_t i = 0; i < kStencilPoints; ++i) {
-        values[i] = points[i].cov[0];
-        times[i] = points[i].ds50UTC;
+// The polynomial of degree `count` - 1 through the points (time(i), value(i)) at t, in Lagrange's form.
+template <typename Value, typename Time>
+double Lagrange(std::size_t count, Value value, Time time, double t) noexcept {
+    double product = 1.0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const double d = t - time(i);
+        if (d == 0.0) return value(i);
+        product *= d;
     }
-    return Lagrange_Val(values, times, t);
+    double sum = 0.0;
+    for (std::size_t i = 0; i < count; ++i) {
+        double weight = 1.0;
+        for (std::size_t k = 0; k < count; ++k) {
+            if (k != i) weight *= time(i) - time(k);
+        }
+        sum += ((product / (t - time(i))) / weight) * value(i);
+    }
+    return sum;
+}
+
+bool HasMark(const VecTabPoint& first) noexcept {
+    return first.cov[1] == kScalarMark;
+}
+
+double MarkedScalar(std::span<const VecTabPoint> points, double t) noexcept {
+    return Lagrange(
+        points.size(), [&](std::size_t i) { return points[i].cov[0]; },
+        [&](std::size_t i) { return points[i].ds50UTC; }, t);
+}
+
+// Adds what point j gives to the state. P is the product of the times from all points to the request.
+void AddPoint(std::span<const VecTabPoint> points, std::size_t j, double t, double P, VecTabPoint& state) noexcept {
+    const auto seconds = [](double to, double from) { return Minus(ToSplitTai(to), ToSplitTai(from)); };
+    const VecTabPoint& point = points[j];
+    const double dt = seconds(t, point.ds50UTC);
+    const double L = P / dt;
+    double D = 1.0, S1 = 0.0, S2 = 0.0;
+    for (std::size_t k = 0; k < points.size(); ++k) {
+        if (k == j) continue;
+        const double d = seconds(point.ds50UTC, points[k].ds50UTC);
+        D *= d;
+        S2 += 1.0 / d;
+        S1 += 1.0 / seconds(t, points[k].ds50UTC);
+    }
+    const double c = S2 != 0.0 ? -(0.5 / S2) : EndlessConstant(dt);
+    const double U = L * L, W = D * D;
+    const double A1 = U * (dt + c), B1 = U * dt;
+    const double A2 = U * (1.0 + (S1 + S1) * (dt + c)), B2 = U * (1.0 + (S1 + S1) * dt);
+    for (std::size_t i = 0; i < 3; ++i) {
+        state.pos[i] += (A1 * point.pos[i]) / (W * c);
+        state.pos[i] += (B1 * point.vel[i]) / W;
+        state.vel[i] += (A2 * point.pos[i]) / (W * c);
+        state.vel[i] += (B2 * point.vel[i]) / W;
+    }
+    for (std::size_t m = 0; m < state.cov.size(); ++m) state.cov[m] += (L / D) * point.cov[m];
 }
 
 }  // namespace
+
+void HermiteOfAnyLength(std::span<const VecTabPoint> points, double t, VecTabPoint& state) noexcept {
+    state = VecTabPoint{};
+    state.ds50UTC = t;
+    double P = 1.0;
+    for (const VecTabPoint& point : points) {
+        const double dt = Minus(ToSplitTai(t), ToSplitTai(point.ds50UTC));
+        if (dt == 0.0) {
+            state = point;
+            return;
+        }
+        P *= dt;
+    }
+    for (std::size_t j = 0; j < points.size(); ++j) AddPoint(points, j, t, P, state);
+    if (!points.empty() && HasMark(points.front())) state.cov = {MarkedScalar(points, t)};
+}
 
 void HermiteVecTab(Stencil points, double t, VecTabPoint& state) noexcept {
     const SplitPair request = ToSplitTai(Pair{t, t});
@@ -151,7 +214,7 @@ void HermiteVecTab(Stencil points, double t, VecTabPoint& state) noexcept {
 
     const std::array<Pair, 2> L{P / nodes[0].dt, P / nodes[1].dt};
     // Ahead of the sums of the state: it fills the wait for their first divisions.
-    if (points[0].cov[1] == kScalarMark) {
+    if (HasMark(points[0])) {
         state.cov = {MarkedScalar(points, t)};
     } else {
         CombineCovariance(points, L[0] / nodes[0].product, L[1] / nodes[1].product, state.cov);
@@ -166,28 +229,19 @@ void HermiteVecTab(Stencil points, double t, VecTabPoint& state) noexcept {
     state.revNum = 0;
 }
 
-VecTabPoint HermiteVecTab(Stencil points, double t) noexcept {
+VecTabPoint HermiteVecTab(std::span<const VecTabPoint> points, double t) noexcept {
     VecTabPoint state;
-    HermiteVecTab(points, t, state);
+    if (points.size() == kStencilPoints) {
+        HermiteVecTab(Stencil(points), t, state);
+    } else {
+        HermiteOfAnyLength(points, t, state);
+    }
     return state;
 }
 
 double Lagrange_Val(std::span<const double> values, std::span<const double> times, double t) noexcept {
-    double product = 1.0;
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const double d = t - times[i];
-        if (d == 0.0) return values[i];
-        product *= d;
-    }
-    double sum = 0.0;
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        double weight = 1.0;
-        for (std::size_t k = 0; k < values.size(); ++k) {
-            if (k != i) weight *= times[i] - times[k];
-        }
-        sum += ((product / (t - times[i])) / weight) * values[i];
-    }
-    return sum;
+    return Lagrange(
+        values.size(), [&](std::size_t i) { return values[i]; }, [&](std::size_t i) { return times[i]; }, t);
 }
 
 }  // namespace VecTableProcessing

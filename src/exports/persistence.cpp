@@ -5,11 +5,13 @@
 #include "ingestion/load_driver.h"
 #include "store/record_lookup.h"
 #include "store/save_walk.h"
+#include "support/cancellation.h"
 #include "support/files.h"
 #include "support/keys.h"
 #include "support/output.h"
 
 using namespace VecTableDllExports;
+using VecTableSupport::CancellationHold;
 using VecTableSupport::OutputAction;
 using VecTableSupport::OutputUnit;
 
@@ -22,6 +24,7 @@ constexpr std::size_t kLineLength = 512;
 int32_t VecTabLoadFile(const char* vecTabFile) {
     constexpr std::string_view kCall = "VecTabLoadFile";
     if (NullArgument(kCall, vecTabFile)) return kFailure;
+    const CancellationHold hold;
     return Guarded(kCall, kFailure, [&] {
         const PathArgument path(vecTabFile);
         VecTableSupport::TextBuilder<kLineLength + 45> text;
@@ -34,6 +37,7 @@ int32_t VecTabLoadFile(const char* vecTabFile) {
 int64_t VecTabAddSatFrFile(const char* filePath) {
     constexpr std::string_view kCall = "VecTabAddSatFrFile";
     if (NullArgument(kCall, filePath)) return VecTableSupport::kNoKey;
+    const CancellationHold hold;
     return Guarded(kCall, VecTableSupport::kNoKey, [&] {
         const PathArgument path(filePath);
         VecTableSupport::InputUnit unit;
@@ -46,12 +50,16 @@ int32_t VecTabSaveFile(const char* vecTabFile, int32_t saveMode) {
     constexpr std::string_view kCall = "VecTabSaveFile";
     constexpr int32_t kSaveUnit = 8;
     if (NullArgument(kCall, vecTabFile)) return kFailure;
+    const CancellationHold hold;
     return Guarded(kCall, kFailure, [&]() -> int32_t {
         const PathArgument path(vecTabFile);
         OutputUnit unit;
         const auto action = saveMode == 0 ? OutputAction::kReplace : OutputAction::kAppend;
         const int32_t code = VecTableSupport::FileOpen(kSaveUnit, path.View(), action, unit);
         if (code != 0) return code;
+        if (unit.EndangersOldFile()) {
+            VecTableSupport::TraceLogInfo("Warning-VecTabSaveFile: No file can be made beside the old one. It is written in place.");
+        }
         for (const std::string_view line : {"", "", "", "*** Vector Table Input Files ***"}) unit.WriteLine({line});
         VecTableTree::VecTabWriteLines(unit);
         if (unit.Close() == 0) return kSuccess;

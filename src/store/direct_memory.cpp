@@ -1,9 +1,11 @@
 #include "store/direct_memory.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <mutex>
 #include <new>
+#include <sys/mman.h>
 
 #include "support/keys.h"
 #include "support/trace_log.h"
@@ -14,51 +16,75 @@ namespace {
 using VecTableSupport::SatKeyToAddr;
 using VecTableSupport::TraceLogError;
 
-// A slot holds one object, at its start. Slots lie in blocks that double in size and are never handed back, so that a
-// lookup can tell by arithmetic alone whether an address names a slot.
+// A slot holds one object, at its start.
 struct alignas(64) DmaSlot {
     DmaObject object;
     DmaSlot* nextFree = nullptr;
 };
 
-constexpr std::size_t kFirstBlockSize = 256;  // slots
-constexpr std::size_t kMostBlocks = 40;
+constexpr std::size_t kFirstBlock = 16384;   // slots: a mebibyte
+constexpr std::size_t kSmallestBlock = 64;  // a page
+constexpr std::size_t kMostBlocks = 256;
 
-constexpr std::size_t BlockSize(std::size_t block) noexcept {
-    return kFirstBlockSize << block;
-}
+// Slots lie in blocks that are never handed back, so that a lookup can tell by arithmetic alone whether an address names a
+// slot. A block is address space at first; its slots are made one after the other.
+struct Block {
+    DmaSlot* first = nullptr;
+    std::size_t size = 0;              // slots
+    std::atomic<std::size_t> made{0};  // slots; lookups look no further
+};
 
-// Lookups read `blocks` and `blockCount` without the lock: a block is written ahead of the count that admits it.
+// Lookups read the blocks without the lock: a block is written ahead of the count that admits it, a slot ahead of the
+// count of its block.
 struct DmaSlots {
     std::mutex mutex;
-    std::array<std::atomic<DmaSlot*>, kMostBlocks> blocks{};
+    std::array<Block, kMostBlocks> blocks{};
     std::atomic<std::size_t> blockCount{0};
-    std::size_t fresh = 0;          // slots of the last block that were never used
     DmaSlot* oldestFree = nullptr;  // freed slots, in the order of their release
     DmaSlot* latestFree = nullptr;
 };
 
 constinit DmaSlots slots;
 
+DmaSlot* AddressSpace(std::size_t size) noexcept {
+    void* space = ::mmap(nullptr, size * sizeof(DmaSlot), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    return space == MAP_FAILED ? nullptr : static_cast<DmaSlot*>(space);
+}
+
+// A block as large as all before it, or what there is room for.
 bool AddBlock() noexcept {
     const std::size_t count = slots.blockCount.load(std::memory_order_relaxed);
     if (count == kMostBlocks) return false;
-    auto* block = new (std::nothrow) DmaSlot[BlockSize(count)];
-    if (block == nullptr) return false;
-    slots.blocks[count].store(block, std::memory_order_relaxed);
+    std::size_t size = 0;
+    for (std::size_t i = 0; i < count; ++i) size += slots.blocks[i].size;
+    size = std::max(size, kFirstBlock);
+    Block& block = slots.blocks[count];
+    while ((block.first = AddressSpace(size)) == nullptr) {
+        if (size <= kSmallestBlock) return false;
+        size /= 2;
+    }
+    block.size = size;
     slots.blockCount.store(count + 1, std::memory_order_release);
-    slots.fresh = BlockSize(count);
     return true;
+}
+
+// A slot of the last block that was never used, or null.
+DmaSlot* MakeSlot() noexcept {
+    const std::size_t count = slots.blockCount.load(std::memory_order_relaxed);
+    if (count == 0) return nullptr;
+    Block& block = slots.blocks[count - 1];
+    const std::size_t made = block.made.load(std::memory_order_relaxed);
+    if (made == block.size) return nullptr;
+    auto* slot = new (block.first + made) DmaSlot;
+    block.made.store(made + 1, std::memory_order_release);
+    return slot;
 }
 
 // Slots that were never used come first and freed ones in the order of their release, so that a stale key stays stale
 // as long as can be.
 DmaSlot* TakeSlot() noexcept {
-    if (slots.fresh == 0 && slots.oldestFree == nullptr && !AddBlock()) return nullptr;
-    if (slots.fresh > 0) {
-        const std::size_t last = slots.blockCount.load(std::memory_order_relaxed) - 1;
-        return slots.blocks[last].load(std::memory_order_relaxed) + (BlockSize(last) - slots.fresh--);
-    }
+    if (DmaSlot* slot = MakeSlot()) return slot;
+    if (slots.oldestFree == nullptr) return AddBlock() ? MakeSlot() : nullptr;
     DmaSlot* slot = slots.oldestFree;
     slots.oldestFree = slot->nextFree;
     slot->nextFree = nullptr;
@@ -77,11 +103,11 @@ void GiveBackSlot(DmaObject& object) noexcept {
 
 DmaSlot* FindSlot(std::int64_t address) noexcept {
     const auto wanted = static_cast<std::uintptr_t>(address);
-    for (std::size_t block = slots.blockCount.load(std::memory_order_acquire); block-- > 0;) {
-        DmaSlot* first = slots.blocks[block].load(std::memory_order_relaxed);
-        const std::uintptr_t offset = wanted - reinterpret_cast<std::uintptr_t>(first);
-        if (offset >= BlockSize(block) * sizeof(DmaSlot)) continue;
-        return offset % sizeof(DmaSlot) == 0 ? first + offset / sizeof(DmaSlot) : nullptr;
+    for (std::size_t i = slots.blockCount.load(std::memory_order_acquire); i-- > 0;) {
+        const Block& block = slots.blocks[i];
+        const std::uintptr_t offset = wanted - reinterpret_cast<std::uintptr_t>(block.first);
+        if (offset >= block.made.load(std::memory_order_acquire) * sizeof(DmaSlot)) continue;
+        return offset % sizeof(DmaSlot) == 0 ? block.first + offset / sizeof(DmaSlot) : nullptr;
     }
     return nullptr;
 }
@@ -105,23 +131,28 @@ DmaObject* FindDmaObject(std::int64_t key) noexcept {
     return slot->object.selfAddr.load(std::memory_order_acquire) == SatKeyToAddr(key) ? &slot->object : nullptr;
 }
 
-std::int32_t RemoveDMA(std::int64_t key) noexcept {
+DmaRemoval ReleaseDma(std::int64_t key) noexcept {
     const std::lock_guard lock(slots.mutex);
     DmaObject* object = FindDmaObject(key);
-    if (object == nullptr) {
-        TraceLogError("RemoveDMA: /DMA doesn't exist or was already deallocated");
-        return 2;
-    }
-    if (!VecTableTypes::VecTabElsetType(object->elsetType)) {
-        TraceLogError("RemoveDMA: This DMA object isn't a correct object.");
-        return 2;
-    }
+    if (object == nullptr) return DmaRemoval::kNoObject;
+    if (!VecTableTypes::VecTabElsetType(object->elsetType)) return DmaRemoval::kWrongObject;
     delete object->propData.exchange(nullptr);
-    if (object->dmaLinkA != nullptr || object->dmaLinkB != nullptr) return 0;
+    if (object->dmaLinkA != nullptr || object->dmaLinkB != nullptr) return DmaRemoval::kRemoved;
     object->elsetType = 0;
     object->selfAddr.store(0, std::memory_order_release);
     GiveBackSlot(*object);
-    return 0;
+    return DmaRemoval::kRemoved;
+}
+
+void LogDmaRemoval(DmaRemoval removal) noexcept {
+    if (removal == DmaRemoval::kNoObject) TraceLogError("RemoveDMA: /DMA doesn't exist or was already deallocated");
+    if (removal == DmaRemoval::kWrongObject) TraceLogError("RemoveDMA: This DMA object isn't a correct object.");
+}
+
+std::int32_t RemoveDMA(std::int64_t key) noexcept {
+    const DmaRemoval removal = ReleaseDma(key);
+    LogDmaRemoval(removal);
+    return removal == DmaRemoval::kRemoved ? 0 : 2;
 }
 
 }  // namespace VecTableTree

@@ -22,7 +22,16 @@ void ReleaseDmaObject(DmaObject& object) noexcept;
 // The object in use that the key names, or null. Reads no memory but that of the objects, whatever the key is.
 DmaObject* FindDmaObject(std::int64_t key) noexcept;
 
-// Releases the record behind the key and, unless a link holds it, the object. 0, or 2 with an entry in the log.
+// What became of the record behind a key.
+enum class DmaRemoval { kRemoved, kNoObject, kWrongObject };
+
+// Releases the record behind the key and, unless a link holds it, the object. Logs nothing.
+DmaRemoval ReleaseDma(std::int64_t key) noexcept;
+
+// The words of a removal that failed, as an entry in the log.
+void LogDmaRemoval(DmaRemoval removal) noexcept;
+
+// ReleaseDma: 0, or 2 with an entry in the log.
 VECTABLE_MODULE std::int32_t RemoveDMA(std::int64_t key) noexcept;
 
 }  // namespace VecTableTree

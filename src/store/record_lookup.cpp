@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "store/direct_memory.h"
-#include "store/read_gate.h"
+#include "store/gate.h"
 #include "support/key_modes.h"
 #include "support/keys.h"
 #include "support/text.h"
@@ -122,16 +122,16 @@ std::int64_t AddRecToMem(VecTabRecord record, VecTabBinTree** nodeOut) {
                                                            : AddToTree(record, nodeOut);
 }
 
-void FindRecPtr(std::int64_t key, VecTabRecord*& recOut, std::string_view* errText, bool gateHeld) noexcept {
+void FindRecPtr(std::int64_t key, VecTabRecord*& recOut, FixedText<128>* errText, bool gateHeld) noexcept {
     if (IsDma(key)) {
         const DmaObject* object = FindDmaObject(key);
         recOut = object == nullptr ? nullptr : object->propData.load(std::memory_order_acquire);
     } else {
-        if (!gateHeld) Gate::Enter();
+        if (!gateHeld) gate.BeginRead();
         const VecTabBinTree* node = FindNode(key);
         recOut = node == nullptr ? nullptr : node->rec.get();
     }
-    if (errText != nullptr) *errText = recOut == nullptr ? WhyNoRecord(key) : std::string_view();
+    if (errText != nullptr) *errText = FixedText<128>(recOut == nullptr ? WhyNoRecord(key) : std::string_view());
 }
 
 void FindRec(std::int64_t key, VecTabRecord& recOut, FixedText<128>* errText) {
@@ -161,14 +161,18 @@ std::int64_t SatKeyGet(std::int32_t satNum) noexcept {
     return FindAssociatedKey(VecTabTreeRoot(), satNum);
 }
 
-StoredRecord::StoredRecord(std::int64_t key) noexcept : key_(key) {
-    std::string_view errText;
-    FindRecPtr(key, record_, &errText);
-    if (record_ == nullptr) TraceLogError(FixedText<128>(errText).View());
+// The log may be slow, and a writer would wait for it.
+StoredRecord::StoredRecord(std::int64_t key) noexcept : gateHeld_(!IsDma(key)) {
+    FindRecPtr(key, record_);
+    if (record_ != nullptr) [[likely]]
+        return;
+    const std::string_view words = WhyNoRecord(key);
+    if (std::exchange(gateHeld_, false)) gate.EndRead();
+    TraceLogError(FixedText<128>(words).View());
 }
 
 StoredRecord::~StoredRecord() {
-    if (!IsDma(key_)) Gate::Leave();
+    if (gateHeld_) gate.EndRead();
 }
 
 }  // namespace VecTableTree

@@ -20,9 +20,10 @@ using VecTableTypes::FixedText;
 // stored.
 VECTABLE_MODULE std::int64_t AddRecToMem(VecTabRecord record, VecTabBinTree** nodeOut = nullptr);
 
-// The stored record of a key, or null with the words of the failure in `errText`. For a tree key the gate is entered,
-// unless `gateHeld` says that the caller is inside, and is held on return, whether or not a record was found.
-VECTABLE_MODULE void FindRecPtr(std::int64_t key, VecTabRecord*& recOut, std::string_view* errText = nullptr,
+// The stored record of a key, or null with the words of the failure in `errText`, blanks otherwise. For a tree key the
+// gate is entered, unless `gateHeld` says that the caller is inside, and is held on return, whether or not a record was
+// found. A direct-memory key enters no gate.
+VECTABLE_MODULE void FindRecPtr(std::int64_t key, VecTabRecord*& recOut, FixedText<128>* errText = nullptr,
                                 bool gateHeld = false) noexcept;
 
 // A deep copy of the record of a key. satNum of `recOut` is -123 when there is none.
@@ -31,7 +32,7 @@ VECTABLE_MODULE void FindRec(std::int64_t key, VecTabRecord& recOut, FixedText<1
 // The key of the first record of a satellite, in the order node, left subtree, right subtree; -1 when there is none.
 VECTABLE_MODULE std::int64_t SatKeyGet(std::int32_t satNum) noexcept;
 
-// A stored record for the length of a scope, the gate with it. A failed lookup is logged.
+// A stored record for the length of a scope, the gate with it. A failed lookup holds nothing, and is logged.
 class StoredRecord {
   public:
     explicit StoredRecord(std::int64_t key) noexcept;
@@ -44,8 +45,8 @@ class StoredRecord {
     VecTabRecord* operator->() const noexcept { return record_; }
 
   private:
-    std::int64_t key_;
     VecTabRecord* record_ = nullptr;
+    bool gateHeld_;
 };
 
 }  // namespace VecTableTree

@@ -86,8 +86,12 @@ bool VecTabElsetType(std::int32_t code) noexcept {
 }
 
 FixedText<32> FieldsToStr(const VecTabRecord& record) noexcept {
+    return FieldsToStr(IdentityOf(record));
+}
+
+FixedText<32> FieldsToStr(const Identity& identity) noexcept {
     VecTableSupport::TextBuilder<32> text;
-    text.AddDigits(record.satNum, 9).AddInteger(record.coordSys, 2).AddFixed(record.epochDs50UTC, 16, 9);
+    text.AddDigits(identity.satNum, 9).AddInteger(identity.coordSys, 2).AddFixed(identity.epochDs50UTC, 16, 9);
     return text.Text();
 }
 

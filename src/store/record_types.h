@@ -28,7 +28,7 @@ struct VecTabPoint {
 
 // The array of points that a record owns. Its capacity moves in the steps that its user asks for; the memory behind it
 // is taken in larger steps, so that growth costs no copy a step. Memory is touched up to the capacity only.
-class PointArray {
+class VECTABLE_MODULE PointArray {
   public:
     PointArray() noexcept = default;
     PointArray(const PointArray& other);
@@ -117,7 +117,21 @@ inline constexpr std::int32_t kVecTabElsetType = 6;
 
 VECTABLE_MODULE bool VecTabElsetType(std::int32_t code) noexcept;
 
+// The fields that are the identity of a record.
+struct Identity {
+    std::int32_t satNum = 0;
+    std::int32_t coordSys = 0;
+    double epochDs50UTC = 0.0;
+
+    bool operator==(const Identity&) const noexcept = default;
+};
+
+inline Identity IdentityOf(const VecTabRecord& record) noexcept {
+    return {record.satNum, record.coordSys, record.epochDs50UTC};
+}
+
 // The printed identity of a record: columns 1-9 satNum, zero-filled; 10-11 coordSys; 12-27 epochDs50UTC, 9 decimals.
 VECTABLE_MODULE FixedText<32> FieldsToStr(const VecTabRecord& record) noexcept;
+FixedText<32> FieldsToStr(const Identity& identity) noexcept;
 
 }  // namespace VecTableTypes

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "store/read_gate.h"
+#include "store/gate.h"
 #include "store/search_tree.h"
 #include "support/text.h"
 
@@ -13,6 +13,7 @@ using VecTableSupport::OutputUnit;
 using VecTableSupport::TextBuilder;
 
 constexpr std::string_view kFileKeyword = "EPHFIL = ";
+constexpr std::size_t kCacheLine = decltype(gate)::kCacheLine;
 
 // Nodes and records lie all over the memory. Asking for all that comes next at once lets the waits overlap, which takes a
 // third off the time of a save.
@@ -20,7 +21,7 @@ void AskAhead(const VecTabBinTree& node, const VecTabRecord& record) noexcept {
     __builtin_prefetch(node.left);
     __builtin_prefetch(node.right);
     const auto* first = reinterpret_cast<const char*>(&record);
-    for (std::size_t i = 0; i < sizeof(VecTabRecord); i += Gate::kCacheLine) __builtin_prefetch(first + i);
+    for (std::size_t i = 0; i < sizeof(VecTabRecord); i += kCacheLine) __builtin_prefetch(first + i);
 }
 
 // The records are read in place: a save copies no points.

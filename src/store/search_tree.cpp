@@ -1,12 +1,13 @@
 #include "store/search_tree.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <utility>
 #include <vector>
 
 #include "store/direct_memory.h"
-#include "store/read_gate.h"
+#include "store/gate.h"
 #include "support/key_modes.h"
 #include "support/keys.h"
 #include "support/sort.h"
@@ -32,6 +33,9 @@ constexpr std::int32_t kRecordPresent = 3;  // the key is taken by the same reco
 
 // Changed by writers alone; atomic because TreeIsEmpty and the lookups look at it from outside the gate.
 constinit std::atomic<VecTabBinTree*> treeRoot{nullptr};
+
+// The nodes linked into the tree; changed by writers alone.
+constinit std::int32_t nodeCount = 0;
 
 // The last sequence number given out; changed by writers alone. It stays at its limit once it gets there.
 constinit std::int32_t SEQNUM = 0;
@@ -112,6 +116,7 @@ void AddNodeRecursive(Subtree& root, VecTabBinTree& node, std::int32_t& status) 
     if (root == nullptr) {
         if (SEQNUM < std::numeric_limits<std::int32_t>::max()) ++SEQNUM;
         node.seqNum = SEQNUM;
+        ++nodeCount;
         root = &node;
         status = kHeightGrew;
         return;
@@ -138,6 +143,7 @@ void SwapNode(Subtree& root, VecTabBinTree& target, std::int32_t& shrunk) noexce
     target.seqNum = predecessor->seqNum;
     root = predecessor->left;
     shrunk = 1;
+    --nodeCount;
     delete predecessor;
 }
 
@@ -150,15 +156,13 @@ void RemoveFoundNode(Subtree& root, std::int32_t& shrunk) noexcept {
     VecTabBinTree* removed = root;
     root = removed->right == nullptr ? removed->left : removed->right;
     shrunk = 1;
+    --nodeCount;
     delete removed;
 }
 
 void RemoveNodeRecursive(Subtree& root, std::int64_t key, std::int32_t& shrunk, std::int32_t& status) noexcept {
     if (root == nullptr) {
         status = 2;
-        TextBuilder<128> text;
-        text.Add("RemoveNode: Unable to locate this key ").AddInteger(key, 19).Add(" in its binary tree.");
-        TraceLogError(text.Text().View());
         return;
     }
     status = 0;
@@ -171,31 +175,53 @@ void RemoveNodeRecursive(Subtree& root, std::int64_t key, std::int32_t& shrunk, 
     if (shrunk == 1) RebalanceShrunk(root, side, shrunk);
 }
 
-void EmptyTreeRecursive(Subtree& root) noexcept {
+void LogUnknownKey(std::int64_t key) noexcept {
+    TextBuilder<128> text;
+    text.Add("RemoveNode: Unable to locate this key ").AddInteger(key, 19).Add(" in its binary tree.");
+    TraceLogError(text.Text().View());
+}
+
+// How often each kind of removal was met, for the log.
+using DmaRemovals = std::array<std::size_t, 3>;
+
+void EmptyTreeRecursive(Subtree& root, DmaRemovals& removals) noexcept {
     if (root == nullptr) return;
-    EmptyTreeRecursive(root->left);
-    EmptyTreeRecursive(root->right);
-    if (IsDma(root->satKey)) RemoveDMA(root->satKey);
+    EmptyTreeRecursive(root->left, removals);
+    EmptyTreeRecursive(root->right, removals);
+    if (IsDma(root->satKey)) ++removals[static_cast<std::size_t>(ReleaseDma(root->satKey))];
     delete root;
     root = nullptr;
 }
 
-std::int32_t GetTreeCount(const VecTabBinTree* root) noexcept {
-    return root == nullptr ? 0 : GetTreeCount(root->left) + 1 + GetTreeCount(root->right);
-}
-
-FixedText<32> EntryText(std::int32_t seqNum) noexcept {
-    return TextBuilder<32>().AddDigits(seqNum, 12).Text();
-}
+// What a listing needs of a node, so that its text can be printed when the gate is left.
+struct CombKey {
+    std::int64_t satKey;
+    std::int32_t seqNum;
+    bool hasRecord;
+    VecTableTypes::Identity identity;
+};
 
 // Right subtree, node, left subtree: keys come in descending order.
-void GetTreeCombKeys(const VecTabBinTree* root, bool byEntry, std::vector<SortEntry>& combKeys) {
+void GetTreeCombKeys(const VecTabBinTree* root, std::vector<CombKey>& combKeys) {
     if (root == nullptr) return;
-    GetTreeCombKeys(root->right, byEntry, combKeys);
+    GetTreeCombKeys(root->right, combKeys);
     const VecTabRecord* record = GetRec(*root);
-    const bool printed = !byEntry && record != nullptr;
-    combKeys.push_back({printed ? FieldsToStr(*record) : EntryText(root->seqNum), root->satKey});
-    GetTreeCombKeys(root->left, byEntry, combKeys);
+    const bool hasRecord = record != nullptr;
+    combKeys.push_back({root->satKey, root->seqNum, hasRecord, hasRecord ? IdentityOf(*record) : VecTableTypes::Identity()});
+    GetTreeCombKeys(root->left, combKeys);
+}
+
+std::vector<CombKey> GatherCombKeys() {
+    std::vector<CombKey> combKeys;
+    const ReadSection section;
+    combKeys.reserve(static_cast<std::size_t>(nodeCount));
+    GetTreeCombKeys(VecTabTreeRoot(), combKeys);
+    return combKeys;
+}
+
+FixedText<32> SortText(const CombKey& combKey, bool byEntry) noexcept {
+    if (!byEntry && combKey.hasRecord) return FieldsToStr(combKey.identity);
+    return TextBuilder<32>().AddDigits(combKey.seqNum, 12).Text();
 }
 
 void GetKeysQuick(const VecTabBinTree* root, std::int32_t& count, std::int64_t* keys) noexcept {
@@ -237,7 +263,7 @@ std::int64_t AddNode(VecTabBinTree& node, std::int32_t& status) noexcept {
 }
 
 bool Equal(const VecTabRecord& a, const VecTabRecord& b) noexcept {
-    return a.satNum == b.satNum && a.coordSys == b.coordSys && a.epochDs50UTC == b.epochDs50UTC;
+    return IdentityOf(a) == IdentityOf(b);
 }
 
 VecTabBinTree* FindNode(std::int64_t key) noexcept {
@@ -247,7 +273,7 @@ VecTabBinTree* FindNode(std::int64_t key) noexcept {
 }
 
 // The object of a direct-memory key is released inside the section too, so that no walk under the gate meets a record
-// on its way out.
+// on its way out. What failed is logged after the section: a log may be slow.
 void RemoveNode(std::int64_t key, std::int32_t& shrunk, std::int32_t& status) noexcept {
     status = 0;
     if (IsDma(key) && key <= 0) {
@@ -255,20 +281,37 @@ void RemoveNode(std::int64_t key, std::int32_t& shrunk, std::int32_t& status) no
         TraceLogError("RemoveNode: Invalid DMA key (<=0).");
         return;
     }
-    const WriteSection section;
-    if (IsDma(key)) status = RemoveDMA(key);
-    if (status != 0) return;
-    Subtree root = VecTabTreeRoot();
-    RemoveNodeRecursive(root, key, shrunk, status);
-    treeRoot.store(root, std::memory_order_release);
+    auto removal = DmaRemoval::kRemoved;
+    {
+        const WriteSection section;
+        if (IsDma(key)) removal = ReleaseDma(key);
+        if (removal == DmaRemoval::kRemoved) {
+            Subtree root = VecTabTreeRoot();
+            RemoveNodeRecursive(root, key, shrunk, status);
+            treeRoot.store(root, std::memory_order_release);
+        }
+    }
+    if (removal != DmaRemoval::kRemoved) {
+        status = 2;
+        LogDmaRemoval(removal);
+    } else if (status != 0) {
+        LogUnknownKey(key);
+    }
 }
 
 void EmptyTree(std::int32_t& status) noexcept {
     if (status != 0) return;
-    const WriteSection section;
-    Subtree root = VecTabTreeRoot();
-    EmptyTreeRecursive(root);
-    treeRoot.store(root, std::memory_order_release);
+    DmaRemovals removals{};
+    {
+        const WriteSection section;
+        Subtree root = VecTabTreeRoot();
+        EmptyTreeRecursive(root, removals);
+        nodeCount = 0;
+        treeRoot.store(root, std::memory_order_release);
+    }
+    for (const auto failed : {DmaRemoval::kNoObject, DmaRemoval::kWrongObject}) {
+        for (std::size_t i = 0; i < removals[static_cast<std::size_t>(failed)]; ++i) LogDmaRemoval(failed);
+    }
 }
 
 bool TreeIsEmpty() noexcept {
@@ -277,22 +320,22 @@ bool TreeIsEmpty() noexcept {
 
 std::int32_t GetNumOfTreeNodes() noexcept {
     const ReadSection section;
-    return GetTreeCount(VecTabTreeRoot());
+    return nodeCount;
 }
 
 void GetTreeKeys(std::int32_t& count, std::int64_t* keys, std::int32_t order) {
-    const ReadSection section;
-    const VecTabBinTree* root = VecTabTreeRoot();
     if (order < 0 || order > 2) {
-        GetKeysQuick(root, count, keys);
+        const ReadSection section;
+        GetKeysQuick(VecTabTreeRoot(), count, keys);
         return;
     }
-    std::vector<SortEntry> combKeys;
-    combKeys.reserve(static_cast<std::size_t>(GetTreeCount(root)));
-    GetTreeCombKeys(root, order == 2, combKeys);
-    VecTableSupport::QuickSortIterative(combKeys);
-    if (order == 1) std::reverse(combKeys.begin(), combKeys.end());
-    for (const SortEntry& entry : combKeys) keys[count++] = entry.key;
+    const std::vector<CombKey> combKeys = GatherCombKeys();
+    std::vector<SortEntry> entries;
+    entries.reserve(combKeys.size());
+    for (const CombKey& combKey : combKeys) entries.push_back({SortText(combKey, order == 2), combKey.satKey});
+    VecTableSupport::QuickSortIterative(entries);
+    if (order == 1) std::reverse(entries.begin(), entries.end());
+    for (const SortEntry& entry : entries) keys[count++] = entry.key;
 }
 
 VecTabRecord* GetRec(const VecTabBinTree& node) noexcept {

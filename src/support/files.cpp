@@ -6,7 +6,9 @@
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
+#include "support/descriptors.h"
 #include "support/text.h"
 
 namespace VecTableSupport {
@@ -14,6 +16,7 @@ namespace {
 
 constexpr std::size_t kBufferSize = 131072;
 constexpr std::size_t kLongestLine = 4096;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 // 0 for a regular file, which alone can be read twice and comes to an end.
 std::int32_t RefuseIrregular(int descriptor) noexcept {
@@ -35,7 +38,7 @@ std::int32_t InputUnit::Open(std::string_view filePath) {
     const std::string path(WithoutTrailingBlanks(filePath));
     if (path.find('\0') != std::string::npos) return EINVAL;
     buffer_ = std::make_unique_for_overwrite<char[]>(kBufferSize);
-    descriptor_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);  // a pipe must not block here
+    descriptor_ = OpenDescriptor(path.c_str(), O_RDONLY | O_NONBLOCK);  // a pipe must not block here
     if (descriptor_ < 0) return errno;
     const std::int32_t refusal = RefuseIrregular(descriptor_);
     if (refusal != 0) Close();
@@ -46,11 +49,13 @@ void InputUnit::Close() noexcept {
     if (descriptor_ >= 0) ::close(descriptor_);
     descriptor_ = -1;
     begin_ = end_ = 0;
+    atStart_ = true;
 }
 
 void InputUnit::Rewind() noexcept {
     ::lseek(descriptor_, 0, SEEK_SET);
     begin_ = end_ = 0;
+    atStart_ = true;
 }
 
 // Moves what is not yet handed out to `keptFrom` and reads on behind it.
@@ -69,6 +74,12 @@ ReadStatus InputUnit::Fill(std::size_t keptFrom) noexcept {
 }
 
 ReadStatus InputUnit::NextLine(std::string_view& line) noexcept {
+    const ReadStatus status = FindLine(line);
+    if (std::exchange(atStart_, false) && line.starts_with(kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
+    return status;
+}
+
+ReadStatus InputUnit::FindLine(std::string_view& line) noexcept {
     std::size_t searched = 0;
     line = {};
     for (;;) {

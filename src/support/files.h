@@ -9,6 +9,7 @@
 #include <span>
 #include <string_view>
 
+#include "support/module.h"
 #include "support/number_fields.h"
 
 namespace VecTableSupport {
@@ -56,18 +57,19 @@ class InputUnit {
     ~InputUnit() { Close(); }
 
     // 0, or the error number of the system. Trailing blanks of the path do not count.
-    std::int32_t Open(std::string_view filePath);
-    void Close() noexcept;
+    VECTABLE_MODULE std::int32_t Open(std::string_view filePath);
+    VECTABLE_MODULE void Close() noexcept;
 
     // Back to the first line.
-    void Rewind() noexcept;
+    VECTABLE_MODULE void Rewind() noexcept;
 
     // The next line without its line end, good until the next reading. A carriage return ahead of a line feed belongs
-    // to the line end, and a last line needs none. Of a longer line at least 4096 characters are kept.
-    ReadStatus NextLine(std::string_view& line) noexcept;
+    // to the line end, and a last line needs none. A UTF-8 byte order mark at the start of the file is no part of the
+    // first line. Of a longer line at least 4096 characters are kept.
+    VECTABLE_MODULE ReadStatus NextLine(std::string_view& line) noexcept;
 
     // Exactly as many bytes as the target takes; kEndOfData when the file ends ahead of the last one.
-    ReadStatus ReadBytes(std::span<char> target) noexcept;
+    VECTABLE_MODULE ReadStatus ReadBytes(std::span<char> target) noexcept;
 
     template <std::size_t N>
     ReadStatus ReadLine(LineBuffer<N>& line) noexcept {
@@ -79,15 +81,17 @@ class InputUnit {
 
   private:
     ReadStatus Fill(std::size_t keptFrom) noexcept;
+    ReadStatus FindLine(std::string_view& line) noexcept;
     ReadStatus CutLongLine(std::string_view& line) noexcept;
 
     int descriptor_ = -1;
+    bool atStart_ = true;
     std::unique_ptr<char[]> buffer_;
     std::size_t begin_ = 0;  // the characters read and not yet handed out lie from here
     std::size_t end_ = 0;    // to here
 };
 
 // Opens a file for reading: 0, or the error number of the system. Logs nothing.
-std::int32_t FileOpenMt(std::string_view filePath, InputUnit& unit);
+VECTABLE_MODULE std::int32_t FileOpenMt(std::string_view filePath, InputUnit& unit);
 
 }  // namespace VecTableSupport

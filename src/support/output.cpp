@@ -7,11 +7,13 @@
 #include <climits>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
+#include <ctime>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
+#include "support/descriptors.h"
 #include "support/text.h"
 
 namespace VecTableSupport {
@@ -19,8 +21,8 @@ namespace {
 
 constexpr std::size_t kBufferSize = 131072;
 constexpr std::int32_t kUnitNumbers = 100;
-constexpr int kOpenFlags = O_WRONLY | O_CLOEXEC | O_NOCTTY;
 constexpr mode_t kNewFileMode = 0666;  // less what the process masks
+constexpr mode_t kPrivateFileMode = 0600;
 
 constinit std::array<std::atomic<bool>, kUnitNumbers> unitsInUse{};
 
@@ -51,10 +53,41 @@ class PipeSignalHold {
     bool wasPending_;
 };
 
-// The path behind symbolic links, so that a rename replaces the file and not a link to it.
-std::string RealPath(const std::string& path) {
-    std::array<char, PATH_MAX> resolved;
-    return ::realpath(path.c_str(), resolved.data()) == nullptr ? path : std::string(resolved.data());
+// The path that symbolic links lead to, so that a rename replaces the file and not a link to it. The file itself need not
+// be there.
+std::string WithoutLinks(std::string path) {
+    constexpr int kMostLinks = 40;  // as the system follows
+    std::array<char, PATH_MAX> target;
+    for (int links = 0; links < kMostLinks; ++links) {
+        const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
+        if (length < 0) break;
+        const std::string_view leadsTo(target.data(), static_cast<std::size_t>(length));
+        if (leadsTo.starts_with('/')) path.clear();
+        path.erase(path.rfind('/') + 1);
+        path += leadsTo;
+    }
+    return path;
+}
+
+// False for what /proc calls a link: its text need not be a path.
+bool IsSameFile(const std::string& path, const struct stat& file) noexcept {
+    struct stat found;
+    return ::stat(path.c_str(), &found) == 0 && found.st_dev == file.st_dev && found.st_ino == file.st_ino;
+}
+
+// A name in the folder of the target that is new at every call, however many are left over from processes that were
+// killed.
+std::string NameBeside(const std::string& target) {
+    constexpr std::size_t kLongestHead = 200;  // of the file's name, so that the system takes the whole
+    static constinit std::atomic<unsigned> count{0};
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    const std::size_t folder = target.rfind('/') + 1;
+    std::string name = target.substr(0, folder + kLongestHead);
+    for (const long part : {static_cast<long>(::getpid()), now.tv_sec, now.tv_nsec, static_cast<long>(++count)}) {
+        name += '.' + std::to_string(part);
+    }
+    return name + ".tmp";
 }
 
 }  // namespace
@@ -67,6 +100,10 @@ std::int32_t WriteBytes(int descriptor, std::string_view bytes) noexcept {
         if (written > 0) bytes.remove_prefix(static_cast<std::size_t>(written));
     }
     return 0;
+}
+
+OutputUnit::~OutputUnit() {
+    Abandon();
 }
 
 std::int32_t OutputUnit::Open(std::int32_t unit, std::string_view filePath, OutputAction action) {
@@ -85,41 +122,70 @@ std::int32_t OutputUnit::Open(std::int32_t unit, std::string_view filePath, Outp
 // Opening the target first shows what it is and that it may be written. A pipe without a reader is refused rather than
 // waited for.
 std::int32_t OutputUnit::OpenTarget(OutputAction action) {
-    const bool append = action == OutputAction::kAppend;
-    descriptor_ =
-        ::open(targetPath_.c_str(), kOpenFlags | O_NONBLOCK | (append ? O_APPEND | O_CREAT : 0), kNewFileMode);
-    if (descriptor_ < 0 && (append || errno != ENOENT)) return errno;
-
+    descriptor_ = OpenDescriptor(targetPath_.c_str(), O_WRONLY | O_NONBLOCK);
+    if (descriptor_ < 0) return errno == ENOENT ? OpenBeside(nullptr, action) : errno;
     struct stat properties;
-    const bool regular = descriptor_ >= 0 && ::fstat(descriptor_, &properties) == 0 && S_ISREG(properties.st_mode);
-    if (!append && (regular || descriptor_ < 0)) return OpenBeside(regular ? &properties : nullptr);
-    if (regular) oldLength_ = properties.st_size;
+    if (::fstat(descriptor_, &properties) != 0) return errno;
+    if (S_ISREG(properties.st_mode)) return OpenBeside(&properties, action);
     ::fcntl(descriptor_, F_SETFL, ::fcntl(descriptor_, F_GETFL) & ~O_NONBLOCK);
     return 0;
 }
 
-// Opens a new file in the folder of the target; the target itself where that cannot be done. The new file takes owner and
-// mode of the old one, if there is one.
-std::int32_t OutputUnit::OpenBeside(const struct stat* old) {
-    constexpr int kMostAttempts = 100;  // names that a killed process may have left
-    targetPath_ = RealPath(targetPath_);
+// Opens a new file in the folder of the target. In the place of an old one nobody else may read it before it has the old
+// owner, and only with that owner it has the old mode.
+std::int32_t OutputUnit::OpenBeside(const struct stat* old, OutputAction action) {
+    const std::string path = WithoutLinks(targetPath_);
+    if (old != nullptr && !IsSameFile(path, *old)) return OpenInPlace(old, action);
+    targetPath_ = path;
     int beside = -1;
-    for (int attempt = 0; beside < 0 && attempt < kMostAttempts; ++attempt) {
-        besidePath_ = targetPath_ + "." + std::to_string(::getpid()) + "." + std::to_string(attempt) + ".tmp";
-        beside = ::open(besidePath_.c_str(), kOpenFlags | O_CREAT | O_EXCL, kNewFileMode);
-        if (beside < 0 && errno != EEXIST) break;
-    }
+    do {
+        besidePath_ = NameBeside(targetPath_);
+        beside = OpenDescriptor(besidePath_.c_str(), O_WRONLY | O_CREAT | O_EXCL,
+                                old == nullptr ? kNewFileMode : kPrivateFileMode);
+    } while (beside < 0 && errno == EEXIST);
     if (beside < 0) {
         besidePath_.clear();
-        beside = ::open(targetPath_.c_str(), kOpenFlags | O_CREAT | O_TRUNC, kNewFileMode);
-        if (beside < 0) return errno;
-    } else if (old != nullptr) {
-        static_cast<void>(::fchown(beside, old->st_uid, old->st_gid));
-        ::fchmod(beside, old->st_mode & 07777);
+        return OpenInPlace(old, action);
     }
-    if (descriptor_ >= 0) ::close(descriptor_);
-    descriptor_ = beside;
+    TakeDescriptor(beside);
+    if (old == nullptr) return 0;
+    if (::fchown(beside, old->st_uid, old->st_gid) == 0) ::fchmod(beside, old->st_mode & 07777);
+    if (action == OutputAction::kReplace || CopyOldContent()) return 0;
+    ::unlink(besidePath_.c_str());
+    besidePath_.clear();
+    error_ = 0;
+    used_ = 0;
+    return OpenInPlace(old, action);
+}
+
+std::int32_t OutputUnit::OpenInPlace(const struct stat* old, OutputAction action) noexcept {
+    const bool append = action == OutputAction::kAppend;
+    TakeDescriptor(OpenDescriptor(targetPath_.c_str(), O_WRONLY | O_CREAT | (append ? O_APPEND : O_TRUNC), kNewFileMode));
+    if (descriptor_ < 0) return errno;
+    if (append && old != nullptr) oldLength_ = old->st_size;
+    endangersOldFile_ = old != nullptr;
     return 0;
+}
+
+// False when the old file cannot be read, or not be written again.
+bool OutputUnit::CopyOldContent() noexcept {
+    const int old = OpenDescriptor(targetPath_.c_str(), O_RDONLY);
+    if (old < 0) return false;
+    ssize_t count = 0;
+    do {
+        if (used_ == kBufferSize) Flush();
+        count = ::read(old, buffer_.get() + used_, kBufferSize - used_);
+        if (count > 0) used_ += static_cast<std::size_t>(count);
+    } while (error_ == 0 && (count > 0 || (count < 0 && errno == EINTR)));
+    ::close(old);
+    return count == 0 && error_ == 0;
+}
+
+void OutputUnit::TakeDescriptor(int descriptor) noexcept {
+    const int error = errno;
+    if (descriptor_ >= 0) ::close(descriptor_);
+    descriptor_ = descriptor;
+    errno = error;
 }
 
 void OutputUnit::WriteLine(std::initializer_list<std::string_view> parts) noexcept {
@@ -189,6 +255,7 @@ void OutputUnit::Release() noexcept {
     descriptor_ = -1;
     besidePath_.clear();
     oldLength_ = -1;
+    endangersOldFile_ = false;
     error_ = 0;
     used_ = 0;
 }

@@ -27,7 +27,7 @@ void StrToCharArr(std::string_view text, std::size_t count, char* array) noexcep
 }
 
 std::int32_t StrToInt(std::string_view text) noexcept {
-    text = WithoutLeadingBlanks(text);
+    while (!text.empty() && IsBlankOrTab(text.front())) text.remove_prefix(1);
     if (!text.empty() && text.front() == '+') {
         text.remove_prefix(1);
         if (text.empty() || !IsDigit(text.front())) return kNoInteger;

@@ -57,7 +57,8 @@ FixedText<N> CharArrToStr(const char* array) noexcept {
 // Writes exactly `count` characters, the text cut or blank-padded, and no NUL.
 void StrToCharArr(std::string_view text, std::size_t count, char* array) noexcept;
 
-// The signed number at the head of the text, behind blanks; what follows it is ignored as long as it holds no digit.
+// The signed number at the head of the text, blanks and tabs ahead of it ignored; what follows it is ignored as long as
+// it holds no digit.
 // kNoInteger when there is no number, when digits stand behind it, or when it does not fit.
 std::int32_t StrToInt(std::string_view text) noexcept;
 

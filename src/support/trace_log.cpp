@@ -7,19 +7,22 @@
 #include <type_traits>
 #include <unistd.h>
 
+#include "support/cancellation.h"
+#include "support/descriptors.h"
 #include "support/output.h"
 #include "support/text.h"
 
 namespace VecTableSupport {
 namespace {
 
-// Where entries go. At the start errors go to standard error and information goes nowhere.
+// Where entries go. At the start errors go to standard error, as it is when the library is loaded, and information goes
+// nowhere.
 struct TraceLog {
     std::recursive_mutex mutex;  // a sink may replace itself
     bool busy = false;           // an entry that a sink makes itself is dropped
     TraceSink sink = nullptr;
     void* context = nullptr;
-    int file = STDERR_FILENO;  // -1 when entries go to a sink, or nowhere
+    int file = -1;  // -1 when entries go to a sink, or nowhere
     bool informationToFile = false;
 };
 
@@ -27,8 +30,13 @@ struct TraceLog {
 static_assert(std::is_trivially_destructible_v<TraceLog>);
 constinit TraceLog traceLog;
 
+// A descriptor of its own: a host may close standard error, and the next file that it opens has the same number.
+[[gnu::constructor]] void KeepStandardError() noexcept {
+    traceLog.file = DuplicateDescriptor(STDERR_FILENO);
+}
+
 void CloseFile() noexcept {
-    if (traceLog.file > STDERR_FILENO) ::close(traceLog.file);
+    if (traceLog.file >= 0) ::close(traceLog.file);
     traceLog.file = -1;
 }
 
@@ -65,6 +73,7 @@ void CallSink(std::int32_t level, std::string_view text) noexcept {
 }
 
 void Trace(std::int32_t level, std::string_view text) noexcept {
+    const CancellationHold hold;
     const std::lock_guard lock(traceLog.mutex);
     if (traceLog.busy) return;
     traceLog.busy = true;
@@ -87,6 +96,7 @@ void TraceLogInfo(std::string_view text) noexcept {
 }
 
 void SetTraceSink(TraceSink sink, void* context) noexcept {
+    const CancellationHold hold;
     const std::lock_guard lock(traceLog.mutex);
     CloseFile();
     traceLog.sink = sink;
@@ -95,7 +105,8 @@ void SetTraceSink(TraceSink sink, void* context) noexcept {
 
 std::int32_t TraceToFile(const char* path) noexcept {
     if (path == nullptr) return EINVAL;
-    const int file = ::open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666);
+    const CancellationHold hold;
+    const int file = OpenDescriptor(path, O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK, 0666);
     if (file < 0) return errno;
     const std::lock_guard lock(traceLog.mutex);
     CloseFile();

@@ -63,8 +63,8 @@ class Faults : public StoreTest {
     }
 
     static bool GateIsFree() {
-        using namespace VecTableTree::Gate;
-        return ReadersInside() == 0 && waitingReads == 0 && !isUpdating;
+        using VecTableTree::gate;
+        return gate.Readers() == 0 && gate.WaitingReads() == 0 && !gate.IsUpdating();
     }
 
     std::string ReadList() const {

@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 #include "helpers/log_capture.h"
-#include "store/read_gate.h"
+#include "store/gate.h"
 
 using Vector = std::array<double, 3>;
 using Covariance = std::array<double, 21>;
@@ -35,11 +35,6 @@ struct State {
     static State Zero() { return {0.0, {}, {}, 0, {}}; }
 };
 
-inline int32_t ReadersInside() {
-    int32_t sum = 0;
-    for (const auto& count : VecTableTree::Gate::readCounts) sum += count.numReads;
-    return sum;
-}
 inline int32_t AskByIndex(int64_t key, int32_t index, State& s) {
     return VecTabGetCovMtx(key, index, &s.time, s.pos.data(), s.vel.data(), &s.revNum, s.covMtx.data());
 }

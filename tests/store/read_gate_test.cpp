@@ -42,8 +42,8 @@ TEST(ReadGate, NoReaderIsInsideBesideAWriter) {
     EXPECT_EQ(first, 4000);
     EXPECT_EQ(torn, 0);
     EXPECT_GT(reads, 0);
-    EXPECT_EQ(ReadersInside(), 0);
-    EXPECT_EQ(Gate::waitingReads, 0);
+    EXPECT_EQ(VecTableTree::gate.Readers(), 0);
+    EXPECT_EQ(gate.WaitingReads(), 0);
 }
 
 TEST_F(StoreTest, AWaitingWriterKeepsNewReadersOutUntilItIsThrough) {
@@ -56,9 +56,9 @@ TEST_F(StoreTest, AWaitingWriterKeepsNewReadersOutUntilItIsThrough) {
         VecTabRemoveAllSats();
         removedAt = ++order;
     });
-    while (!Gate::isUpdating) std::this_thread::yield();
+    while (!gate.IsUpdating()) std::this_thread::yield();
     std::thread reader([&] { counted = VecTabGetCount(); });
-    while (Gate::waitingReads == 0) std::this_thread::yield();
+    while (gate.WaitingReads() == 0) std::this_thread::yield();
     EXPECT_EQ(order, 0);
     EndRead();
     writer.join();

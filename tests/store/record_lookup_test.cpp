@@ -61,11 +61,11 @@ TEST_F(RecordLookup, TheKeyModeCountsAtTheMomentOfStoring) {
 TEST_F(RecordLookup, FailedLookupsHaveTheirWords) {
     const auto ask = [&](int64_t key) {
         VecTabRecord* found = nullptr;
-        std::string_view words;
+        VecTableTypes::FixedText<128> words;
         FindRecPtr(key, found, &words);
         if (!IsDma(key)) EndRead();
         EXPECT_EQ(found, nullptr);
-        return words;
+        return std::string(words.Trimmed());
     };
     EXPECT_EQ(ask(16), "FindRecPtr: Search tree is empty.");
     Add(1, 1.0);
@@ -88,7 +88,7 @@ TEST_F(RecordLookup, FailedLookupsHaveTheirWords) {
     object->elsetType = 6;
     EXPECT_EQ(VecTabRemoveSat(key), 0);
     EXPECT_EQ(ask(key), "FindRecPtr: Invalid DMA key.");
-    EXPECT_EQ(ReadersInside(), 0);
+    EXPECT_EQ(VecTableTree::gate.Readers(), 0);
 }
 
 TEST_F(RecordLookup, AnyNumberIsSafeAsAKey) {

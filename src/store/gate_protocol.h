@@ -1,0 +1,85 @@
+// The protocol of the read gate: any number of readers, or one writer.
+//
+// A reader counts itself first and looks at the flag second, and steps back out while a writer is at work. A writer
+// sets the flag first and looks at the counts second. Both are sequentially consistent, so one of the two sees the
+// other.
+//
+// A waiting writer keeps new readers out, so readers cannot starve it; a writer lets the readers that waited for the
+// one before it pass first, so writers cannot starve them either.
+//
+// The readers are counted in several places, each on a cache line of its own and each serving a share of the threads:
+// readers of different threads would otherwise spend more time on handing one line to and fro than on their work. Only
+// the sum says how many are inside: a reader may leave on another thread than it has entered on.
+//
+// `Platform` gives atomics, a mutex, waiting, and the count that serves a thread. The model check in
+// tests/store/gate_model.cpp explores this source on a platform of its own. It weakens every access in turn: those that
+// are not relaxed are needed as they stand.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+namespace VecTableTree {
+
+template <typename Platform>
+class GateProtocol {
+  public:
+    static constexpr std::size_t kCacheLine = 64;
+
+    struct alignas(kCacheLine) ReadCount {
+        typename Platform::template Atomic<std::int64_t> numReads{0};
+    };
+
+    void BeginRead() noexcept {
+        ReadCount& count = Platform::CountOfThread(readCounts_);
+        count.numReads.fetch_add(1);
+        if (isUpdating_.load()) [[unlikely]]
+            WaitForWriter(count);
+    }
+
+    void EndRead() noexcept { Platform::CountOfThread(readCounts_).numReads.fetch_sub(1, std::memory_order_release); }
+
+    void BeginWrite() noexcept {
+        updatenote_.lock();
+        Platform::WaitUntil([this] { return waitingReads_.load() == 0; });
+        isUpdating_.store(true);
+        Platform::WaitUntil([this] { return Readers() <= 0; });
+    }
+
+    void EndWrite() noexcept {
+        isUpdating_.store(false, std::memory_order_release);
+        updatenote_.unlock();
+    }
+
+    // The readers inside, and for a moment those that step back out. The counts are read one after the other; once the
+    // flag is set their sum only falls, so that a sum of 0 says that nobody is inside.
+    std::int64_t Readers() const noexcept {
+        std::int64_t sum = 0;
+        for (const ReadCount& count : readCounts_) sum += count.numReads.load();
+        return sum;
+    }
+
+    std::int32_t WaitingReads() const noexcept { return waitingReads_.load(std::memory_order_relaxed); }
+    bool IsUpdating() const noexcept { return isUpdating_.load(std::memory_order_relaxed); }
+
+  private:
+    // Relaxed: what a reader does that has not been inside, a look that is repeated, a writer that waits too long.
+    void WaitForWriter(ReadCount& count) noexcept {
+        waitingReads_.fetch_add(1);
+        do {
+            count.numReads.fetch_sub(1, std::memory_order_relaxed);
+            Platform::WaitUntil([this] { return !isUpdating_.load(std::memory_order_relaxed); });
+            count.numReads.fetch_add(1);
+        } while (isUpdating_.load());
+        waitingReads_.fetch_sub(1, std::memory_order_relaxed);
+    }
+
+    std::array<ReadCount, Platform::kReadCounts> readCounts_;
+    alignas(kCacheLine) typename Platform::template Atomic<bool> isUpdating_{false};
+    alignas(kCacheLine) typename Platform::template Atomic<std::int32_t> waitingReads_{0};
+    typename Platform::Mutex updatenote_;
+};
+
+}  // namespace VecTableTree
