@@ -1,5 +1,6 @@
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -142,16 +143,29 @@ TEST_F(Persistence, AFullDiskNeverCostsTheEarlierList) {
     std::signal(SIGXFSZ, before);
 }
 
-TEST_F(Persistence, AReplacedFileKeepsItsModeAndItsLinks) {
+TEST_F(Persistence, ASavedFileKeepsItsModeAndItsLinks) {
     const std::string list = Write("list.txt", "earlier\n");
     ::chmod(list.c_str(), 0640);
-    const std::string link = folder / "link";
-    std::filesystem::create_symlink(list, link);
-    Write("list.txt." + std::to_string(::getpid()) + ".0.tmp", "left by another process");
-    ASSERT_EQ(VecTabSaveFile(link.c_str(), 0), 0);
-    EXPECT_TRUE(std::filesystem::is_symlink(link));
-    EXPECT_EQ(ReadAll(list), header);
+    std::filesystem::create_symlink("list.txt", folder / "second");
+    std::filesystem::create_symlink(folder / "second", folder / "first");
+    std::filesystem::create_symlink("no file yet", folder / "early");
+    const std::string longName(255, 'n');
+    const std::tuple<std::string, int32_t, std::string> cases[] = {{"first", 0, "list.txt"},
+                                                                   {"second", 1, "list.txt"},
+                                                                   {"early", 0, "no file yet"},
+                                                                   {"early", 0, "no file yet"},
+                                                                   {longName, 0, longName},
+                                                                   {longName, 1, longName}};
+    for (const auto& [name, saveMode, written] : cases) {
+        ASSERT_EQ(VecTabSaveFile((folder / name).c_str(), saveMode), 0) << name;
+        EXPECT_EQ(std::filesystem::is_symlink(folder / name), name != longName) << name;
+        EXPECT_EQ(ReadAll(folder / written), saveMode == 0 ? header : header + header) << name;
+    }
     EXPECT_EQ(static_cast<int>(std::filesystem::status(list).permissions()), 0640);
+    EXPECT_EQ(Files(), (Strings{"early", "first", "list.txt", longName, "no file yet", "second"}));
+    EXPECT_TRUE(log.entries.empty());
+    const std::string open = "/proc/self/fd/" + std::to_string(::open(list.c_str(), O_RDONLY));
+    EXPECT_EQ(VecTabSaveFile(open.c_str(), 0), 0);
 }
 
 TEST_F(Persistence, APipeIsWrittenInPlaceAndMayBreak) {

@@ -2,6 +2,8 @@
 #include <cerrno>
 #include <functional>
 #include <iostream>
+#include <set>
+#include <sys/wait.h>
 
 #include "faults/injection.h"
 #include "helpers/store_test.h"
@@ -213,4 +215,88 @@ TEST_F(Faults, ASaveThatCannotBeWrittenKeepsTheEarlierList) {
         }
     }
     Injection::most = SIZE_MAX;
+}
+
+// The process ends at any of the writes of a save: the list is the earlier one, or the whole of the new one.
+TEST_F(Faults, AKilledSaveLeavesAWholeList) {
+    for (int i = 0; i < 500; ++i) Add(i, 1.0);
+    Injection::most = 40000;
+    for (const int32_t saveMode : {0, 1}) {
+        int outcome = 1;
+        for (int number = 1; outcome != 0; ++number) {
+            const pid_t child = ::fork();
+            if (child == 0) {
+                Injection::writeFile.Arm(number, Injection::kKilled);
+                std::_Exit(VecTabSaveFile(list.c_str(), saveMode));
+            }
+            ASSERT_EQ(::waitpid(child, &outcome, 0), child);
+            const std::size_t size = ReadList().size();
+            ASSERT_EQ(size, outcome != 0 ? 8U : (saveMode == 0 ? 0 : 8) + 36 + 501 * 522U) << number;
+            ASSERT_LT(number, 20);
+        }
+        std::ofstream(list) << "earlier\n";
+    }
+    Injection::most = SIZE_MAX;
+}
+
+TEST_F(Faults, ANewListIsPrivateUntilItHasTheOldOwner) {
+    std::filesystem::permissions(list, std::filesystem::perms{0644});
+    const auto mode = [&] { return static_cast<int>(std::filesystem::status(list).permissions()); };
+    Injection::ownFile.Arm(0);
+    EXPECT_EQ(VecTabSaveFile(list.c_str(), 0), 0);
+    EXPECT_EQ(Injection::modeOfNewFile, 0600);
+    EXPECT_EQ(mode(), 0644);
+    Injection::ownFile.Arm(1, EPERM);
+    EXPECT_EQ(VecTabSaveFile(list.c_str(), 0), 0);
+    EXPECT_EQ(mode(), 0600);
+}
+
+TEST_F(Faults, AListThatIsWrittenInPlaceIsToldInTheLog) {
+    for (const int32_t saveMode : {0, 1}) {
+        log.entries.clear();
+        Injection::openFile.Arm(2, EACCES);  // of the file beside
+        EXPECT_EQ(VecTabSaveFile(list.c_str(), saveMode), 0);
+        Injection::openFile.Disarm();
+        const std::string warning = "Warning-VecTabSaveFile: No file can be made beside the old one. It is written in place.";
+        EXPECT_EQ(log.Take(VEC_HOST_TRACE_INFO), Strings{warning});
+    }
+    EXPECT_EQ(ReadList().size(), 2 * (36 + 522U));
+}
+
+// A listing gathers under the gate, and formats and sorts after it.
+TEST_F(Faults, AListingAllocatesOnceInsideTheGate) {
+    for (int i = 0; i < 1000; ++i) Add(i, 1.0);
+    std::vector<int64_t> keys(1001);
+    for (const int32_t order : {0, 1, 2}) {
+        Injection::allocationsInsideGate = 0;
+        VecTabGetLoaded(order, keys.data());
+        EXPECT_EQ(Injection::allocationsInsideGate, 1) << order;
+    }
+}
+
+// Whatever number of points a table is cut to and goes on from, nothing is written outside its memory.
+TEST_F(Faults, ATableGrowsOnFromWhereItWasCut) {
+    for (const int points : {1, 999, 1000, 1001, 3001}) {
+        std::string text = "stk.v.4\nScenarioEpoch 1 Jan 2025 00:00:00.000\nEphemerisTimePos\n";
+        for (int i = 0; i < points; ++i) text += std::to_string(60 * i) + " 1 2 3\n";
+        const int64_t key = VecTabAddSatFrFile(Write("10001.e", text).c_str());
+        for (int i = points; i < points + 1002; ++i) ASSERT_EQ(Append(key, 27395.0 + i / 1440.0), 0);
+        State state;
+        ASSERT_EQ(AskByIndex(key, points + 1002, state), 0);
+        EXPECT_EQ(state.pos[0], 7000.0);
+        ASSERT_EQ(VecTabRemoveSat(key), 0);  // the memory is looked at as it is freed
+    }
+}
+
+// Where a large block cannot be had, a smaller one does.
+TEST_F(Faults, DirectMemoryObjectsTakeWhatThereIs) {
+    VecHostSetElsetKeyMode(1);
+    std::set<int64_t> keys;
+    Injection::mapMemory.Arm(1, ENOMEM);
+    for (int i = 0; i < 200'000 && !HasFailure(); ++i) {
+        const int64_t key = Add(i, 1.0);
+        ASSERT_TRUE(key > 0 && keys.insert(key).second);
+        if (Injection::mapMemory.Happened()) Injection::mapMemory.Arm(1, ENOMEM);
+    }
+    Injection::mapMemory.Disarm();
 }

@@ -3,10 +3,18 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <new>
+#include <string_view>
+#include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/types.h>
+
+#include "store/gate.h"
 
 extern "C" {
 void* __real_realloc(void* piece, std::size_t size);
@@ -15,12 +23,16 @@ ssize_t __real_read(int file, void* bytes, std::size_t count);
 ssize_t __real_write(int file, const void* bytes, std::size_t count);
 int __real_fsync(int file);
 int __real_rename(const char* from, const char* to);
+int __real_fchown(int file, unsigned owner, unsigned group);
+void* __real_mmap(void* place, std::size_t size, int protection, int flags, int file, off_t offset);
 void __real_free(void* piece);
 }
 
 namespace Injection {
 
-Fault allocation, openFile, readFile, writeFile, syncFile, renameFile;
+Fault allocation, openFile, readFile, writeFile, syncFile, renameFile, ownFile, mapMemory;
+int modeOfNewFile = 0;
+long allocationsInsideGate = 0;
 std::size_t most = SIZE_MAX;
 
 namespace {
@@ -28,6 +40,7 @@ namespace {
 std::atomic<long> livePieces{0};
 
 void* Allocate(std::size_t size) {
+    if (VecTableTree::gate.Readers() > 0) ++allocationsInsideGate;
     void* piece = allocation.Due() ? nullptr : std::malloc(size == 0 ? 1 : size);
     if (piece != nullptr) ++livePieces;
     return piece;
@@ -50,6 +63,31 @@ void* AllocateAligned(std::size_t size, std::align_val_t alignment) {
     if (piece != nullptr) ++livePieces;
     return piece;
 }
+
+// A piece of realloc, between marks that show at its end whether anything was written beside it.
+class Guarded {
+  public:
+    static void* Bytes(Guarded* piece, std::size_t size) {
+        piece->size_ = size;
+        std::memcpy(piece->End(), kMark.data(), kMark.size());
+        return piece + 1;
+    }
+    static Guarded* Of(void* bytes) {
+        if (bytes == nullptr) return nullptr;
+        Guarded* piece = static_cast<Guarded*>(bytes) - 1;
+        if (std::memcmp(piece->End(), kMark.data(), kMark.size()) != 0) {
+            std::fputs("written behind a piece of memory\n", stderr);
+            std::abort();
+        }
+        return piece;
+    }
+    static constexpr std::size_t Room(std::size_t size) { return sizeof(Guarded) + size + kMark.size(); }
+
+  private:
+    static constexpr std::string_view kMark = "the end of it";
+    char* End() { return reinterpret_cast<char*>(this + 1) + size_; }
+    alignas(std::max_align_t) std::size_t size_;
+};
 
 // What a failing call gives, the error number set.
 int Fail(const Fault& fault) {
@@ -102,16 +140,19 @@ void operator delete[](void* piece, const std::nothrow_t&) noexcept {
 extern "C" {
 
 void* __wrap_realloc(void* piece, std::size_t size) {
+    using Injection::Guarded;
     if (Injection::allocation.Due()) return nullptr;
     if (piece == nullptr) ++Injection::livePieces;
-    return __real_realloc(piece, size);
+    void* moved = __real_realloc(Guarded::Of(piece), Guarded::Room(size));
+    return moved == nullptr ? nullptr : Guarded::Bytes(static_cast<Guarded*>(moved), size);
 }
 
 void __wrap_free(void* piece) {
-    Injection::Free(piece);
+    Injection::Free(Injection::Guarded::Of(piece));
 }
 
 int __wrap_open(const char* path, int flags, int mode) {
+    if ((flags & O_CREAT) != 0) Injection::modeOfNewFile = mode;
     return Injection::openFile.Due() ? Injection::Fail(Injection::openFile) : __real_open(path, flags, mode);
 }
 
@@ -122,8 +163,19 @@ ssize_t __wrap_read(int file, void* bytes, std::size_t count) {
 }
 
 ssize_t __wrap_write(int file, const void* bytes, std::size_t count) {
-    return Injection::writeFile.Due() ? Injection::Fail(Injection::writeFile)
-                                      : __real_write(file, bytes, std::min(count, Injection::most));
+    if (!Injection::writeFile.Due()) return __real_write(file, bytes, std::min(count, Injection::most));
+    if (Injection::writeFile.error == Injection::kKilled) std::_Exit(1);
+    return Injection::Fail(Injection::writeFile);
+}
+
+int __wrap_fchown(int file, unsigned owner, unsigned group) {
+    return Injection::ownFile.Due() ? Injection::Fail(Injection::ownFile) : __real_fchown(file, owner, group);
+}
+
+void* __wrap_mmap(void* place, std::size_t size, int protection, int flags, int file, off_t offset) {
+    if (!Injection::mapMemory.Due()) return __real_mmap(place, size, protection, flags, file, offset);
+    Injection::Fail(Injection::mapMemory);
+    return MAP_FAILED;
 }
 
 int __wrap_fsync(int file) {

@@ -23,6 +23,16 @@ extern Fault readFile;
 extern Fault writeFile;
 extern Fault syncFile;
 extern Fault renameFile;
+extern Fault ownFile;
+extern Fault mapMemory;
+
+// A write that is due with this error ends the process instead.
+inline constexpr int kKilled = -1;
+
+// What was asked of the system since it was last set: the mode of the last file made, the allocations made by a thread
+// that was inside the gate.
+extern int modeOfNewFile;
+extern long allocationsInsideGate;
 
 // The most bytes that a read or a write takes at once.
 extern std::size_t most;

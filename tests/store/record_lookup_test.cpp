@@ -114,13 +114,19 @@ TEST_F(RecordLookup, FreedObjectsAreTakenAgainInTheOrderOfTheirRelease) {
     VecHostSetElsetKeyMode(1);
     std::vector<int64_t> keys, reused;
     for (int i = 0; i < 300; ++i) keys.push_back(Add(i, 1.0));
-    VecTabRemoveSat(keys[7]);
-    VecTabRemoveSat(keys[3]);
-    for (int i = 0; i < 20000 && reused.size() < 2; ++i) {
+    std::set<int64_t> inUse(keys.begin(), keys.end());
+    const auto remove = [&](int64_t key) { inUse.erase(VecTabRemoveSat(key) == 0 ? key : 0); };
+    remove(keys[7]);
+    remove(keys[3]);
+    for (int i = 0; i < 70000; ++i) {
         const int64_t key = Add(1000 + i, 1.0);
+        ASSERT_TRUE(inUse.insert(key).second);  // no object is handed out twice, behind the last freed one too
         if (key == keys[7] || key == keys[3]) reused.push_back(key);
+        if (reused.size() == 2 && key == keys[3]) remove(keys[7]);
     }
-    EXPECT_EQ(reused, (std::vector<int64_t>{keys[7], keys[3]}));
+    EXPECT_EQ(reused, (std::vector<int64_t>{keys[7], keys[3], keys[7]}));
+    VecTabRemoveAllSats();
+    for (const int64_t key : {keys[0], keys[7], *inUse.rbegin()}) EXPECT_EQ(FindDmaObject(key), nullptr);
 }
 
 TEST_F(RecordLookup, ACopyOfARecordIsItsOwn) {

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <erfa.h>
 #include <random>
+#include <utility>
 
 #include "helpers/tables.h"
 #include "support/time_scales.h"
@@ -19,6 +20,21 @@ double Reference(const std::string& cell) {
     if (c.empty()) return 0.0;
     eraCal2jd(int(c[0]), int(c[1]), int(c[2]), &base, &modified);
     return modified - (2433281.5 - base) + (c[3] * 3600 + c[4] * 60 + c[5]) / 86400.0;
+}
+
+// The days from which on a further leap second counts, by ERFA's table.
+std::vector<double> LeapSecondDays() {
+    std::vector<double> days;
+    double before = 10.0;
+    for (int year = 1972; year < 2027; ++year) {
+        for (const int month : {1, 7}) {
+            double base = 0.0, modified = 0.0, seconds = 0.0;
+            eraCal2jd(year, month, 1, &base, &modified);
+            EXPECT_EQ(eraDat(year, month, 1, 0.0, &seconds), 0);
+            if (seconds != std::exchange(before, seconds)) days.push_back(modified - (2433281.5 - base));
+        }
+    }
+    return days;
 }
 
 }  // namespace
@@ -93,6 +109,12 @@ TEST(TimeScales, TheRoundTripAndDifferencesAreExact) {
         const double t = times(random);
         const double beforePower = std::exp2(std::ceil(std::log2(t))) - t;
         ASSERT_TRUE(Tai2Utc(Utc2Tai(t)) == t || beforePower * 86400.0 < 40.0) << t;
+    }
+    EXPECT_EQ(LeapSecondDays().size(), 27U);
+    for (const double midnight : LeapSecondDays()) {
+        for (const double t : {midnight, std::nextafter(midnight, 1e6), midnight + 1.0 / 86400.0}) {
+            EXPECT_EQ(Tai2Utc(Utc2Tai(t)), t) << midnight;
+        }
     }
     const double insertedSecond = TComps2UTC(366, 23, 59, 60.5, 2016);
     EXPECT_EQ(Tai2Utc(Utc2Tai(insertedSecond)), insertedSecond);
