@@ -1,4 +1,5 @@
-"""The program in the README is the one in examples/, and prints what the README says."""
+"""The program in the README is the one in examples/, and prints what the README says. The blocks of docs/formats.md are
+lines of the samples."""
 
 import pathlib
 import re
@@ -14,3 +15,13 @@ if source != (root / "examples/quick_start.c").read_text():
     sys.exit("the program in README.md differs from examples/quick_start.c")
 if output != printed:
     sys.exit(f"README.md shows\n{output}but the program prints\n{printed}")
+
+samples = root / "examples/samples"
+blocks = re.findall(r"<!-- (\S+) (\d+)-(\d+) -->\n```\n(.*?)```", (root / "docs/formats.md").read_text(), re.DOTALL)
+for name, first, last, block in blocks:
+    if block.splitlines() != (samples / name).read_text().splitlines()[int(first) - 1 : int(last)]:
+        sys.exit(f"the block of {name} in docs/formats.md differs from lines {first} to {last} of the sample")
+shown = {name for name, *_ in blocks}
+missing = {path.name for path in samples.iterdir()} - shown - {"10002_geo.e", "10003_heo.e", "10018_position.e", "binary.dce"}
+if missing:
+    sys.exit(f"docs/formats.md has no block of {missing}")

@@ -1,6 +1,7 @@
 #include "orbits.h"
 
 #include <cmath>
+#include <erfa.h>
 
 namespace SampleMaking {
 namespace {
@@ -10,8 +11,10 @@ constexpr double kMu = 398600.8;           // km^3/s^2
 constexpr double kEarthRadius = 6378.135;  // km
 constexpr double kJ2 = 1.082616e-3;
 constexpr double kRadiansPerDegree = 0.017453292519943295;
-constexpr double kEarthRate = 7.292115e-5;  // rad/s
-constexpr double kAngleAtEpoch = 2.771402;  // rad, Greenwich sidereal time of the epoch
+constexpr double kEarthRate = 7.292115146706979e-5;  // rad/s, of the sidereal time of 1982
+constexpr double kEpochJulianDay = 2433281.5 + kEpochDs50UTC;
+constexpr double kTtMinusUtc = 37.0 + 32.184;  // s, from 2017 on
+constexpr double kSecondsPerDay = 86400.0;
 
 Vector Acceleration(const Vector& r) {
     const double r2 = r[0] * r[0] + r[1] * r[1] + r[2] * r[2];
@@ -71,8 +74,27 @@ std::vector<State> Propagate(const Orbit& orbit) {
     return states;
 }
 
+// The equinox of date runs ahead of the mean one by the equation of the equinoxes.
+State MeanOfJ2000(const State& state) {
+    const double day = (state.seconds + kTtMinusUtc) / kSecondsPerDay;
+    double inLongitude = 0.0, inObliquity = 0.0;
+    eraNut80(kEpochJulianDay, day, &inLongitude, &inObliquity);
+    const double equinoxes = inLongitude * std::cos(eraObl80(kEpochJulianDay, day));
+    double toDate[3][3], toUniformEquinox[3][3];
+    eraPnm80(kEpochJulianDay, day, toDate);
+    eraIr(toUniformEquinox);
+    eraRz(equinoxes, toUniformEquinox);
+    eraRxr(toUniformEquinox, toDate, toDate);
+    State turned = state;
+    for (const auto part : {&State::pos, &State::vel}) {
+        Vector ofDate = state.*part;
+        eraTrxp(toDate, ofDate.data(), (turned.*part).data());
+    }
+    return turned;
+}
+
 State EarthFixed(const State& state) {
-    const double angle = kAngleAtEpoch + kEarthRate * state.seconds;
+    const double angle = eraGmst82(kEpochJulianDay, state.seconds / kSecondsPerDay);
     const double c = std::cos(angle);
     const double s = std::sin(angle);
     const auto turned = [&](const Vector& x) { return Vector{c * x[0] + s * x[1], -s * x[0] + c * x[1], x[2]}; };

@@ -277,32 +277,35 @@ void WriteOasys(std::ostream& out, const Sample& sample, const std::vector<State
 }  // namespace
 
 const std::vector<Sample> kSamples = {
-    {"10001_leo.e", kLeo, 10001, 1, false, 1e-6, 1e-9, WriteDotE},
-    {"10002_geo.e", kGeo, 10002, 1, false, 1e-6, 1e-9, WriteDotE},
-    {"10003_heo.e", kHeo, 10003, 1, false, 1e-6, 1e-9, WriteDotE},
-    {"10018_position.e", kShortLeo, 10018, 1, false, 1e-6, 0.0, WriteDotE},
-    {"vector_ephemeris.txt", kShortLeo, 10004, 1, false, 1e-6, 1e-9, WriteVecEph},
-    {"simulated_observations.txt", kShortLeo, 10005, 1, false, 1e-10, 1e-13, WriteSimObs},
-    {"itc.txt", kShortLeo, 10006, 1, false, 1e-6, 1e-9, WriteItc, GrowingCovariance},
-    {"v31.txt", kShortLeo, 10007, 1, false, 1e-8, 1e-11, WriteV31},
-    {"10008_owner_operator.txt", kShortLeo, 10008, 2, false, 1e-6, 1e-9, WriteOwner},
-    {"j2k.txt", kShortLeo, 10009, 2, false, 1e-6, 1e-9, WriteJ2k},
-    {"ecr.txt", kShortLeo, 10010, 4, true, 1e-6, 1e-9, WriteEcr},
-    {"ecr_position.txt", kShortLeo, 10011, 4, true, 1e-6, 0.0, WriteEcr},
-    {"launch.txt", kShortLeo, 99999, 4, true, 1e-6, 1e-9, WriteLaunch},
-    {"dce_text.txt", kShortLeo, 10012, 1, false, 1e-6, 1e-9, WriteDceText},
-    {"binary.dce", kShortLeo, 10013, 1, false, 1e-16, 1e-16, WriteDceBinary},
-    {"universal.txt", kShortLeo, 10014, 19, false, 1e-6, 1e-9, WriteUniversal},
-    {"universal_commas.txt", kShortLeo, 10015, 19, false, 1e-6, 1e-9, WriteUniversal},
-    {"eelv.txt", kShortLeo, 99999, 1, false, 1e-6, 1e-9, WriteEelv},
-    {"lch.txt", kShortLeo, 10016, 1, false, 1e-6, 1e-9, WriteLch, MarkedScalar},
-    {"oasys.txt", kShortLeo, 10017, 2, false, 1e-6, 1e-9, WriteOasys},
+    {"10001_leo.e", kLeo, 10001, 1, 1e-6, 1e-9, WriteDotE},
+    {"10002_geo.e", kGeo, 10002, 1, 1e-6, 1e-9, WriteDotE},
+    {"10003_heo.e", kHeo, 10003, 1, 1e-6, 1e-9, WriteDotE},
+    {"10018_position.e", kShortLeo, 10018, 1, 1e-6, 0.0, WriteDotE},
+    {"vector_ephemeris.txt", kShortLeo, 10004, 1, 1e-6, 1e-9, WriteVecEph},
+    {"simulated_observations.txt", kShortLeo, 10005, 1, 1e-10, 1e-13, WriteSimObs},
+    {"itc.txt", kShortLeo, 10006, 1, 1e-6, 1e-9, WriteItc, GrowingCovariance},
+    {"v31.txt", kShortLeo, 10007, 1, 1e-8, 1e-11, WriteV31},
+    {"10008_owner_operator.txt", kShortLeo, 10008, 2, 1e-6, 1e-9, WriteOwner},
+    {"j2k.txt", kShortLeo, 10009, 2, 1e-6, 1e-9, WriteJ2k},
+    {"ecr.txt", kShortLeo, 10010, 4, 1e-6, 1e-9, WriteEcr},
+    {"ecr_position.txt", kShortLeo, 10011, 4, 1e-6, 0.0, WriteEcr},
+    {"launch.txt", kShortLeo, 99999, 4, 1e-6, 1e-9, WriteLaunch},
+    {"dce_text.txt", kShortLeo, 10012, 1, 1e-6, 1e-9, WriteDceText},
+    {"binary.dce", kShortLeo, 10013, 1, 1e-16, 1e-16, WriteDceBinary},
+    {"universal.txt", kShortLeo, 10014, 19, 1e-6, 1e-9, WriteUniversal},
+    {"universal_commas.txt", kShortLeo, 10015, 19, 1e-6, 1e-9, WriteUniversal},
+    {"eelv.txt", kShortLeo, 99999, 1, 1e-6, 1e-9, WriteEelv},
+    {"lch.txt", kShortLeo, 10016, 1, 1e-6, 1e-9, WriteLch, MarkedScalar},
+    {"oasys.txt", kShortLeo, 10017, 2, 1e-6, 1e-9, WriteOasys},
 };
 
 std::vector<State> StatesOf(const Sample& sample) {
+    constexpr int kJ2k = 2;
+    constexpr int kEarthFixed = 4;
     std::vector<State> states = Propagate(sample.orbit);
-    if (sample.earthFixed) {
-        for (State& state : states) state = EarthFixed(state);
+    for (State& state : states) {
+        if (sample.coordSys == kJ2k) state = MeanOfJ2000(state);
+        if (sample.coordSys == kEarthFixed) state = EarthFixed(state);
     }
     return states;
 }

@@ -12,9 +12,8 @@ namespace SampleMaking {
 struct Sample {
     std::string file;
     Orbit orbit;
-    int satNum;       // 99999 for a format that gives none
-    int coordSys;     // as the library reports it
-    bool earthFixed;  // whether the states turn with the Earth
+    int satNum;    // 99999 for a format that gives none
+    int coordSys;  // as the library reports it; the states are in that frame, in ECI for those of the universal format
     // The last digit that the format carries: km and km/s; a velocity digit of 0 where it carries no velocity.
     double posDigit;
     double velDigit;

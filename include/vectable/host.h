@@ -1,7 +1,8 @@
 /*
  * What the host program settles for libvectable: where the trace log goes, and how records are stored.
  *
- * Every setting starts at 0. Until a sink is set, error entries go to standard error and information entries nowhere.
+ * Every setting starts at 0. Until a sink is set, error entries go to standard error, as it is when the library is
+ * loaded, and information entries nowhere. A host that closes or redirects its standard error later sets a sink or a file.
  * All calls may be made from any thread at any time. Settings count from the next call of the library on; records that
  * are already stored stay as they are.
  */
@@ -25,8 +26,8 @@ extern "C" {
 /*
  * Receives one entry of the trace log: `length` characters at `text`, blank-padded where the library builds its texts
  * in fixed buffers, not NUL-terminated, good during the call alone. Entries of several threads come one after the
- * other. A sink must not call the VecTab functions: it may run while the library holds its store. An entry that a sink
- * causes, and an exception that it throws, are dropped.
+ * other: a slow sink holds up every call that has something to log. A sink must not call the VecTab functions: it may
+ * run while the library holds its store. An entry that a sink causes, and an exception that it throws, are dropped.
  */
 typedef void (*VecHostTraceSink)(int32_t level, const char* text, int32_t length, void* context);
 

@@ -34,10 +34,12 @@
  *    12345.0 as term 2 holds a scalar in term 1 and no covariance: between points the scalar stands in (1,1) alone.
  *  5 A satKey names a stored record. It is good until the record is removed. 0 and -1 name none.
  *  6 A status is 0 for success and 2 for a failure that the library finds; calls on files also give the error number of
- *    the system (errno.h). A key is -1 on failure. The words of a failure go to the trace log (host.h).
+ *    the system (errno.h). A key is -1 on failure. The words of a failure go to the trace log (host.h); where a call can
+ *    fail without an entry, it says so.
  *  7 A failed call leaves the store as it was and all its outputs zero or blank; a failed load keeps the records that
  *    it had finished. A null pointer for an array or a text is a failure. No exception leaves the library.
  *  8 The caller owns every array; the library keeps none of them after a call.
+ *  9 The store lives until the process ends, also when the library is unloaded and loaded again.
  *
  * THREADS
  *
@@ -59,6 +61,13 @@
  *                                                            refused
  *
  *  In direct-memory mode the same holds, and a record must not be removed while another call uses it.
+ *
+ *  Storing and removing wait until no call is inside the store, and new calls in tree mode wait for them: a save or a
+ *  listing that takes long, on a slow disk say, holds up the next call that stores or removes, and through it all calls
+ *  in tree mode that begin later. Loads hold nothing but for the moment at which they store a record.
+ *
+ *  A thread that is cancelled (pthread_cancel) inside a call does the whole of it first. Asynchronous cancellation must
+ *  not be enabled.
  */
 #ifndef VECTABLE_VECTABLE_H
 #define VECTABLE_VECTABLE_H
@@ -97,7 +106,7 @@ VECTABLE_API void VecTabGetInfo(char infoText[128]);
  *                                     ignored, blanks behind the second character read as zeros; without a point
  *                                     "YYDDDHHMMSS" and the digits of the fraction. Years 57 to 99 are 1957 to 1999,
  *                                     00 to 56 are 2000 to 2056.
- * Result:    the key, -1 when the text is no date
+ * Result:    the key; -1, without an entry in the log, when the text is no date
  * Notes:     Epochs count to the millisecond. A record that found its key taken by another one has a later key, and a
  *            record in direct-memory mode has no such key.
  */
@@ -139,7 +148,7 @@ VECTABLE_API int32_t VecTabRemoveAllSats(void);
  *
  * Given:     satNum        int32      satellite number
  * Result:    the key of one of its records, the same one until the store changes; -1 when there is none
- * Notes:     Asks record after record.
+ * Notes:     Takes time in proportion to the number of records.
  */
 VECTABLE_API int64_t VecTabGetSatKey(int32_t satNum);
 
@@ -153,7 +162,8 @@ VECTABLE_API int64_t VecTabGetSatKey(int32_t satNum);
  *            ae            double     Earth radius, km; carried and reported only
  *            ke            double     gravity constant, (Earth radii)^1.5 a minute; carried and reported only
  *            typeCode      int32      its last decimal digit is the code of the frame
- * Result:    the key; -1 on failure; for a duplicate 0 or the key, as VecHostSetDupKeyMode tells
+ * Result:    the key; -1 on failure, without an entry in the log when the epoch is not finite or more than 10^9 days
+ *            from 1950; for a duplicate 0 or the key, as VecHostSetDupKeyMode tells
  */
 VECTABLE_API int64_t VecTabAddSat(int32_t satNum, double epochDs50UTC, double ae, double ke, int32_t typeCode);
 
@@ -258,6 +268,10 @@ VECTABLE_API int32_t VecTabStartEndTime(int64_t satKey, double* startDs50UTC, do
  * equator crossing between. A request fails, with status 2 and all outputs zero, when the key is unknown, the record
  * has no points, the time lies outside the table, the record has fewer than four points and none at the time, or the
  * four points lie more than 61 minutes apart on the average.
+ *
+ * The seconds between two times are those of the UTC day count, in which a leap second has no place: between the points
+ * next to one, at the end of a day, a state is off by up to the way of half a second, 4 km in a low orbit. Stored points
+ * are as they were given.
  */
 
 /*
@@ -362,8 +376,9 @@ VECTABLE_API int32_t VecTabLoadFile(const char* vecTabFile);
  * Loads an ephemeris file and gives its key. List lines are not followed.
  *
  * Given:     filePath      char[512]  path, leading and trailing blanks ignored
- * Result:    the key of the last record that the file gave; -1 when the file cannot be opened, fails, or holds none;
- *            for a duplicate 0 or the key, as VecHostSetDupKeyMode tells
+ * Result:    the key of the last record that the file gave; -1 when the file cannot be opened, fails, or holds none,
+ *            without an entry in the log when it cannot be opened or no format is found in it; for a duplicate 0 or the
+ *            key, as VecHostSetDupKeyMode tells
  */
 VECTABLE_API int64_t VecTabAddSatFrFile(const char* filePath);
 
@@ -374,9 +389,12 @@ VECTABLE_API int64_t VecTabAddSatFrFile(const char* filePath);
  *            saveMode      int32      0 replaces the file, any other value appends to it
  * Result:    0; 2 when a write failed; the error number of the system when the file cannot be opened, EBUSY when
  *            another save is under way. After a failure an earlier file is as it was.
- * Notes:     VecTabLoadFile reads it back. A record that came from no file does not come back. A file that is replaced
- *            is written beside the old one, to stable storage, and renamed over it. What is no regular file, such as a
- *            pipe, is written in place.
+ * Notes:     VecTabLoadFile reads it back. A record that came from no file does not come back.
+ *            The new list, behind a copy of the old one when it is appended, is written beside the old file, to stable
+ *            storage, and renamed over it: whatever happens meanwhile, the file is the old one or the whole new one. It
+ *            has owner and mode of the old file; where the owner cannot be kept, nobody else may read it (0600). What is
+ *            no regular file, such as a pipe, and a file beside which none can be made, is written in place; the log
+ *            tells of the latter, as information.
  */
 VECTABLE_API int32_t VecTabSaveFile(const char* vecTabFile, int32_t saveMode);
 

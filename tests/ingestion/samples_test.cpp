@@ -1,6 +1,7 @@
 // Every sample of the project loads as the states that it was made from, to the digits that its format carries.
 #include "samples.h"
 
+#include <erfa.h>
 #include <set>
 
 #include "helpers/store_test.h"
@@ -39,6 +40,28 @@ TEST_P(Samples, HoldTheStatesThatTheyWereMadeFrom) {
         }
     }
     EXPECT_EQ(VecTabXten(key, 3, point + 1, all.data()), 2);
+}
+
+// The Earth-fixed sample is the one of J2000 turned by the theory of 2006, which differs by metres from that of the samples.
+TEST_F(Samples, AreOneOrbitInEachOfTheirFrames) {
+    const int64_t inertial = VecTabAddSatFrFile(SAMPLES "/j2k.txt");
+    const int64_t fixed = VecTabAddSatFrFile(SAMPLES "/ecr.txt");
+    for (int32_t point = 1; point <= 31; ++point) {
+        State j2k, ecr;
+        ASSERT_EQ(AskByIndex(inertial, point, j2k), 0);
+        ASSERT_EQ(AskByIndex(fixed, point, ecr), 0);
+        double toFixed[3][3];
+        eraC2t06a(2433281.5, j2k.time + 69.184 / 86400.0, 2433281.5, j2k.time, 0.0, 0.0, toFixed);
+        Vector pos, vel;
+        eraRxp(toFixed, j2k.pos.data(), pos.data());
+        eraRxp(toFixed, j2k.vel.data(), vel.data());
+        vel[0] += 7.2921151467e-5 * pos[1];
+        vel[1] -= 7.2921151467e-5 * pos[0];
+        for (std::size_t i = 0; i < 3; ++i) {
+            EXPECT_NEAR(ecr.pos[i], pos[i], 0.010) << point;
+            EXPECT_NEAR(ecr.vel[i], vel[i], 1.1e-5) << point;
+        }
+    }
 }
 
 TEST_F(Samples, LoadByAListWithTheirNames) {
