@@ -270,8 +270,8 @@ VECTABLE_API int32_t VecTabStartEndTime(int64_t satKey, double* startDs50UTC, do
  * four points lie more than 61 minutes apart on the average.
  *
  * The seconds between two times are those of the UTC day count, in which a leap second has no place: between the points
- * next to one, at the end of a day, a state is off by up to the way of half a second, 4 km in a low orbit. Stored points
- * are as they were given.
+ * next to one a state is off by up to the way of a second. In a low orbit with a point a minute that is 4 km where a
+ * point stands at the midnight after it, and 8 km at worst. Stored points are as they were given.
  */
 
 /*

@@ -58,7 +58,8 @@ int32_t VecTabSaveFile(const char* vecTabFile, int32_t saveMode) {
         const int32_t code = VecTableSupport::FileOpen(kSaveUnit, path.View(), action, unit);
         if (code != 0) return code;
         if (unit.EndangersOldFile()) {
-            VecTableSupport::TraceLogInfo("Warning-VecTabSaveFile: No file can be made beside the old one. It is written in place.");
+            VecTableSupport::TraceLogInfo(
+                "Warning-VecTabSaveFile: No file can be made beside the old one. It is written in place.");
         }
         for (const std::string_view line : {"", "", "", "*** Vector Table Input Files ***"}) unit.WriteLine({line});
         VecTableTree::VecTabWriteLines(unit);

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <mutex>
 #include <new>
-#include <sys/mman.h>
 
 #include "support/keys.h"
 #include "support/trace_log.h"
@@ -22,12 +21,12 @@ struct alignas(64) DmaSlot {
     DmaSlot* nextFree = nullptr;
 };
 
-constexpr std::size_t kFirstBlock = 16384;   // slots: a mebibyte
+constexpr std::size_t kFirstBlock = 16384;  // slots: a mebibyte
 constexpr std::size_t kSmallestBlock = 64;  // a page
 constexpr std::size_t kMostBlocks = 256;
 
 // Slots lie in blocks that are never handed back, so that a lookup can tell by arithmetic alone whether an address names a
-// slot. A block is address space at first; its slots are made one after the other.
+// slot. A block is untouched memory at first; its slots are made one after the other.
 struct Block {
     DmaSlot* first = nullptr;
     std::size_t size = 0;              // slots
@@ -46,11 +45,6 @@ struct DmaSlots {
 
 constinit DmaSlots slots;
 
-DmaSlot* AddressSpace(std::size_t size) noexcept {
-    void* space = ::mmap(nullptr, size * sizeof(DmaSlot), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    return space == MAP_FAILED ? nullptr : static_cast<DmaSlot*>(space);
-}
-
 // A block as large as all before it, or what there is room for.
 bool AddBlock() noexcept {
     const std::size_t count = slots.blockCount.load(std::memory_order_relaxed);
@@ -59,10 +53,13 @@ bool AddBlock() noexcept {
     for (std::size_t i = 0; i < count; ++i) size += slots.blocks[i].size;
     size = std::max(size, kFirstBlock);
     Block& block = slots.blocks[count];
-    while ((block.first = AddressSpace(size)) == nullptr) {
+    constexpr std::align_val_t kAlignment{alignof(DmaSlot)};
+    void* memory = nullptr;
+    while ((memory = ::operator new(size * sizeof(DmaSlot), kAlignment, std::nothrow)) == nullptr) {
         if (size <= kSmallestBlock) return false;
         size /= 2;
     }
+    block.first = static_cast<DmaSlot*>(memory);
     block.size = size;
     slots.blockCount.store(count + 1, std::memory_order_release);
     return true;

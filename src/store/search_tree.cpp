@@ -207,7 +207,8 @@ void GetTreeCombKeys(const VecTabBinTree* root, std::vector<CombKey>& combKeys) 
     GetTreeCombKeys(root->right, combKeys);
     const VecTabRecord* record = GetRec(*root);
     const bool hasRecord = record != nullptr;
-    combKeys.push_back({root->satKey, root->seqNum, hasRecord, hasRecord ? IdentityOf(*record) : VecTableTypes::Identity()});
+    combKeys.push_back(
+        {root->satKey, root->seqNum, hasRecord, hasRecord ? IdentityOf(*record) : VecTableTypes::Identity()});
     GetTreeCombKeys(root->left, combKeys);
 }
 

@@ -160,7 +160,8 @@ std::int32_t OutputUnit::OpenBeside(const struct stat* old, OutputAction action)
 
 std::int32_t OutputUnit::OpenInPlace(const struct stat* old, OutputAction action) noexcept {
     const bool append = action == OutputAction::kAppend;
-    TakeDescriptor(OpenDescriptor(targetPath_.c_str(), O_WRONLY | O_CREAT | (append ? O_APPEND : O_TRUNC), kNewFileMode));
+    TakeDescriptor(
+        OpenDescriptor(targetPath_.c_str(), O_WRONLY | O_CREAT | (append ? O_APPEND : O_TRUNC), kNewFileMode));
     if (descriptor_ < 0) return errno;
     if (append && old != nullptr) oldLength_ = old->st_size;
     endangersOldFile_ = old != nullptr;

@@ -150,12 +150,9 @@ TEST_F(Persistence, ASavedFileKeepsItsModeAndItsLinks) {
     std::filesystem::create_symlink(folder / "second", folder / "first");
     std::filesystem::create_symlink("no file yet", folder / "early");
     const std::string longName(255, 'n');
-    const std::tuple<std::string, int32_t, std::string> cases[] = {{"first", 0, "list.txt"},
-                                                                   {"second", 1, "list.txt"},
-                                                                   {"early", 0, "no file yet"},
-                                                                   {"early", 0, "no file yet"},
-                                                                   {longName, 0, longName},
-                                                                   {longName, 1, longName}};
+    const std::tuple<std::string, int32_t, std::string> cases[] = {
+        {"first", 0, "list.txt"},    {"second", 1, "list.txt"}, {"early", 0, "no file yet"},
+        {"early", 0, "no file yet"}, {longName, 0, longName},   {longName, 1, longName}};
     for (const auto& [name, saveMode, written] : cases) {
         ASSERT_EQ(VecTabSaveFile((folder / name).c_str(), saveMode), 0) << name;
         EXPECT_EQ(std::filesystem::is_symlink(folder / name), name != longName) << name;

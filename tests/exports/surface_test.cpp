@@ -60,7 +60,8 @@ TEST_F(Surface, NullArgumentsAreRefusedByName) {
 
 // A thread that is cancelled ahead of a call does the whole of it, and ends at the first chance after it.
 TEST_F(Surface, ACancelledThreadFinishesItsCall) {
-    const std::string file = Write("10001.e", "stk.v.4\nScenarioEpoch 1 Jan 2025 00:00:00.000\nEphemerisTimePos\n0 1 2 3\n");
+    const std::string file =
+        Write("10001.e", "stk.v.4\nScenarioEpoch 1 Jan 2025 00:00:00.000\nEphemerisTimePos\n0 1 2 3\n");
     const std::string list = folder / "list.txt";
     const std::string trace = folder / "trace.log";
     const std::function<bool()> calls[] = {
@@ -108,11 +109,14 @@ TEST_F(Surface, NothingIsHeldWhileAFailureIsLogged) {
     VecTabRemoveSat(16);
     VecTabRemoveSat(10);
     AskByIndex(16, 1, state);
-    VecTableTree::FindDmaObject(key)->elsetType = 5;
+    auto* object = VecTableTree::FindDmaObject(key);
+    object->elsetType = 5;
     VecTabRemoveSat(key);
     VecTabRemoveAllSats();
     VecHostSetTraceSink(nullptr, nullptr);
     EXPECT_EQ(entries, 5);
+    object->elsetType = 6;
+    EXPECT_EQ(VecTableTree::RemoveDMA(key), 0);
     EXPECT_EQ(VecTabGetCount(), 1);
 }
 

@@ -8,10 +8,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <new>
 #include <string_view>
-#include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/types.h>
 
 #include "store/gate.h"
@@ -24,13 +23,12 @@ ssize_t __real_write(int file, const void* bytes, std::size_t count);
 int __real_fsync(int file);
 int __real_rename(const char* from, const char* to);
 int __real_fchown(int file, unsigned owner, unsigned group);
-void* __real_mmap(void* place, std::size_t size, int protection, int flags, int file, off_t offset);
 void __real_free(void* piece);
 }
 
 namespace Injection {
 
-Fault allocation, openFile, readFile, writeFile, syncFile, renameFile, ownFile, mapMemory;
+Fault allocation, openFile, readFile, writeFile, syncFile, renameFile, ownFile, alignedAllocation;
 int modeOfNewFile = 0;
 long allocationsInsideGate = 0;
 std::size_t most = SIZE_MAX;
@@ -59,7 +57,8 @@ void Free(void* piece) {
 
 // Slots of direct-memory records are aligned beyond the common measure.
 void* AllocateAligned(std::size_t size, std::align_val_t alignment) {
-    void* piece = allocation.Due() ? nullptr : std::aligned_alloc(static_cast<std::size_t>(alignment), size);
+    const bool fails = allocation.Due() || alignedAllocation.Due();
+    void* piece = fails ? nullptr : std::aligned_alloc(static_cast<std::size_t>(alignment), size);
     if (piece != nullptr) ++livePieces;
     return piece;
 }
@@ -115,7 +114,7 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
     return Injection::Allocate(size);
 }
-void* operator new[](std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
     return Injection::AllocateAligned(size, alignment);
 }
 void operator delete(void* piece) noexcept {
@@ -170,12 +169,6 @@ ssize_t __wrap_write(int file, const void* bytes, std::size_t count) {
 
 int __wrap_fchown(int file, unsigned owner, unsigned group) {
     return Injection::ownFile.Due() ? Injection::Fail(Injection::ownFile) : __real_fchown(file, owner, group);
-}
-
-void* __wrap_mmap(void* place, std::size_t size, int protection, int flags, int file, off_t offset) {
-    if (!Injection::mapMemory.Due()) return __real_mmap(place, size, protection, flags, file, offset);
-    Injection::Fail(Injection::mapMemory);
-    return MAP_FAILED;
 }
 
 int __wrap_fsync(int file) {

@@ -1,14 +1,14 @@
 // Explores the interleavings of the read gate's own source with a model of the C++ memory model (relacy): two readers and
 // a writer, a reader and two writers, a reader that leaves on another thread, a reader among many writers. Then it proves
 // itself: every access of the source is made relaxed, and dropped, in turn, and each of these faults has to be found.
-#include "store/gate_protocol.h"
-
 #include <array>
 #include <cstdio>
 #include <fstream>
 #include <ostream>
 #include <source_location>
 #include <string>
+
+#include "store/gate_protocol.h"
 
 // The macros that relacy puts over words of the language are for sources of its own.
 #include <relacy/relacy.hpp>
@@ -207,10 +207,12 @@ bool IsClean(rl::scheduler_type_e search, unsigned schedules) {
 bool AllClean(unsigned schedules) {
     constexpr unsigned kToTheEnd = 100'000'000;
     const auto threeThreads = [&]<typename Scenario>() {
-        return IsClean<Scenario>(rl::fair_context_bound_scheduler_type, fault == Fault::kNone ? kToTheEnd : schedules) &&
+        return IsClean<Scenario>(rl::fair_context_bound_scheduler_type,
+                                 fault == Fault::kNone ? kToTheEnd : schedules) &&
                IsClean<Scenario>(rl::random_scheduler_type, schedules);
     };
-    return (fault != Fault::kNone || IsClean<ReadersAndWriters<1, 1>>(rl::fair_full_search_scheduler_type, kToTheEnd)) &&
+    return (fault != Fault::kNone ||
+            IsClean<ReadersAndWriters<1, 1>>(rl::fair_full_search_scheduler_type, kToTheEnd)) &&
            threeThreads.operator()<ReadersAndWriters<2, 1>>() && threeThreads.operator()<ReadersAndWriters<1, 2>>() &&
            IsClean<HandedOver>(rl::random_scheduler_type, schedules / 10) &&
            IsClean<AmongWriters>(rl::random_scheduler_type, schedules / 10);
@@ -245,7 +247,8 @@ int main() {
             fault = weakened;
             const bool clean = AllClean(kSchedulesOfAFault);
             ++(clean ? missed : found);
-            if (clean) std::printf("not found, %s: %s\n", weakened == Fault::kRelaxed ? "relaxed" : "dropped", source.c_str());
+            if (clean)
+                std::printf("not found, %s: %s\n", weakened == Fault::kRelaxed ? "relaxed" : "dropped", source.c_str());
         }
     }
     std::printf("%d faults found, %d missed\n", found, missed);

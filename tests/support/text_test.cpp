@@ -9,10 +9,19 @@
 using namespace VecTableSupport;
 
 TEST(Text, TheNumberInATextIsFound) {
-    const std::pair<const char*, std::int32_t> cases[] = {
-        {"  123  ", 123},           {"123abc", 123},           {"-45", -45},     {"\t 7", 7},     {"+45", 45},   {"12 34", kNoInteger},
-        {"12abc3", -123},           {"abc", kNoInteger},       {"", kNoInteger}, {"+-1", -123}, {"+", kNoInteger},
-        {"2147483648", kNoInteger}, {"-2147483648", INT32_MIN}};
+    const std::pair<const char*, std::int32_t> cases[] = {{"  123  ", 123},
+                                                          {"123abc", 123},
+                                                          {"-45", -45},
+                                                          {"\t 7", 7},
+                                                          {"+45", 45},
+                                                          {"12 34", kNoInteger},
+                                                          {"12abc3", -123},
+                                                          {"abc", kNoInteger},
+                                                          {"", kNoInteger},
+                                                          {"+-1", -123},
+                                                          {"+", kNoInteger},
+                                                          {"2147483648", kNoInteger},
+                                                          {"-2147483648", INT32_MIN}};
     for (const auto& [text, expected] : cases) EXPECT_EQ(StrToInt(text), expected) << '"' << text << '"';
 }
 
