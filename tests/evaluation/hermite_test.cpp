@@ -3,13 +3,14 @@
 #include <array>
 #include <gtest/gtest.h>
 #include <random>
+#include <vector>
 
 using namespace VecTableProcessing;
 
 namespace {
 
-using Nodes = std::array<VecTabPoint, 4>;
-using Ticks = std::array<int, 4>;
+using Nodes = std::vector<VecTabPoint>;
+using Ticks = std::vector<int>;
 
 // Times of the tests are multiples of 2^-20 days near 27819, so that all their differences are exact.
 double TimeAt(int ticks) {
@@ -19,9 +20,9 @@ long double Seconds(double time) {
     return (static_cast<long double>(time) - 27819.0L) * 86400.0L;
 }
 
-// A polynomial of degree 7 in units of 1000 s and its derivative per second, by Horner's rule.
+// A polynomial in units of 1000 s and its derivative per second, by Horner's rule.
 struct Polynomial {
-    std::array<long double, 8> c{};
+    std::vector<long double> c;
 
     std::array<double, 2> At(double time) const {
         const long double x = Seconds(time) / 1000.0L;
@@ -34,66 +35,82 @@ struct Polynomial {
     }
 };
 
-VecTabPoint Interpolate(const Nodes& nodes, double time) {
-    return HermiteVecTab(Stencil(nodes), time);
+Polynomial AnyPolynomial(std::size_t terms) {
+    static std::mt19937 random(1);
+    std::uniform_real_distribution<double> coefficient(-3.0, 3.0);
+    Polynomial polynomial{std::vector<long double>(terms)};
+    for (auto& c : polynomial.c) c = coefficient(random);
+    return polynomial;
 }
 
 }  // namespace
 
-// Four points with positions and velocities are a polynomial of degree 7, whatever they hold: this is every case.
-TEST(Hermite, PolynomialsOfDegreeSevenAreReproduced) {
-    std::mt19937 random(1);
-    std::uniform_real_distribution<double> coefficient(-3.0, 3.0);
-    // S2 is exactly zero at the second node of the fourth table and the third of the fifth, next to zero in the last.
-    for (const Ticks& ticks : {Ticks{0, 700, 1400, 2100}, Ticks{0, 200, 1800, 2000}, Ticks{0, 900, 1000, 2600},
-                               Ticks{-200, 0, 300, 600}, Ticks{-600, -300, 0, 200}, Ticks{-2000, 0, 3000, 6000}}) {
-        std::array<Polynomial, 3> motion;
-        Polynomial cubic;
-        for (Polynomial& axis : motion) {
-            for (auto& c : axis.c) c = coefficient(random);
-        }
-        for (std::size_t i = 0; i < 4; ++i) cubic.c[i] = coefficient(random);
-        Nodes nodes;
-        for (std::size_t i = 0; i < 4; ++i) {
+// The n points of a table with their velocities are a polynomial of degree 2n - 1, whatever they hold: this is every case.
+TEST(Hermite, PolynomialsOfTheHighestDegreeAreReproduced) {
+    // Of the tables of four, S2 is exactly zero at the second node of the fourth and the third of the fifth, next to zero in
+    // the last.
+    for (const Ticks& ticks : {Ticks{0, 700, 1400, 2100},
+                               {0, 200, 1800, 2000},
+                               {0, 900, 1000, 2600},
+                               {-200, 0, 300, 600},
+                               {-600, -300, 0, 200},
+                               {-2000, 0, 3000, 6000},
+                               {500},
+                               {0, 700},
+                               {-900, 0, 700},
+                               {-700, 0, 700},
+                               {0, 300, 700, 1000, 1500},
+                               {0, 300, 500, 900, 1300, 1500},
+                               {0, 300, 500, 900, 1300, 1500, 1800, 2100}}) {
+        const std::size_t n = ticks.size();
+        const Polynomial motion[] = {AnyPolynomial(2 * n), AnyPolynomial(2 * n), AnyPolynomial(2 * n)};
+        const Polynomial term = AnyPolynomial(n);
+        Nodes nodes(n);
+        for (std::size_t i = 0; i < n; ++i) {
             nodes[i].ds50UTC = TimeAt(ticks[i]);
             for (std::size_t axis = 0; axis < 3; ++axis) {
                 const auto [value, slope] = motion[axis].At(nodes[i].ds50UTC);
                 nodes[i].pos[axis] = value;
                 nodes[i].vel[axis] = slope;
             }
-            for (std::size_t m = 0; m < 21; ++m) nodes[i].cov[m] = cubic.At(nodes[i].ds50UTC)[0] * double(m);
+            for (std::size_t m = 0; m < 21; ++m) nodes[i].cov[m] = term.At(nodes[i].ds50UTC)[0] * double(m);
         }
-        for (int tick = ticks[0] + 1; tick < ticks[3]; tick += 37) {
+        for (int tick = ticks.front() - 50; tick < ticks.back() + 50; tick += 37) {
             const double time = TimeAt(tick);
-            const VecTabPoint state = Interpolate(nodes, time);
+            const VecTabPoint state = HermiteVecTab(nodes, time);
             for (std::size_t axis = 0; axis < 3; ++axis) {
-                EXPECT_NEAR(state.pos[axis], motion[axis].At(time)[0], 1e-10) << tick;
-                EXPECT_NEAR(state.vel[axis], motion[axis].At(time)[1], 1e-11) << tick;
+                EXPECT_NEAR(state.pos[axis], motion[axis].At(time)[0], 1e-10) << n << ", " << tick;
+                EXPECT_NEAR(state.vel[axis], motion[axis].At(time)[1], 1e-11) << n << ", " << tick;
             }
-            for (std::size_t m = 0; m < 21; ++m) EXPECT_NEAR(state.cov[m], cubic.At(time)[0] * double(m), 1e-9) << tick;
+            for (std::size_t m = 0; m < 21; ++m) EXPECT_NEAR(state.cov[m], term.At(time)[0] * double(m), 1e-9) << tick;
             EXPECT_EQ(state.ds50UTC, time);
             EXPECT_EQ(state.revNum, 0);
         }
-        nodes[2].revNum = 123456;
-        EXPECT_EQ(Interpolate(nodes, nodes[2].ds50UTC).revNum, 123456);
+        nodes.back().revNum = 123456;
+        EXPECT_EQ(HermiteVecTab(nodes, nodes.back().ds50UTC).revNum, 123456);
     }
+    const VecTabPoint none = HermiteVecTab(Nodes(), 5.0);
+    EXPECT_EQ(none.ds50UTC, 5.0);
+    EXPECT_EQ(none.pos, (std::array<double, 3>{}));
 }
 
 TEST(Hermite, AMarkedTableInterpolatesItsScalarAlone) {
-    Nodes nodes;
-    const Ticks ticks = {0, 700, 1500, 2100};
     const Polynomial cubic{{1.0L, 2.0L, 3.0L, 1.0L}};
-    for (std::size_t i = 0; i < 4; ++i) {
-        nodes[i].ds50UTC = TimeAt(ticks[i]);
-        nodes[i].cov = {cubic.At(nodes[i].ds50UTC)[0], kScalarMark, 7.0};
-    }
-    VecTabPoint state = Interpolate(nodes, TimeAt(1000));
-    EXPECT_NEAR(state.cov[0], cubic.At(TimeAt(1000))[0], 1e-11);
-    EXPECT_EQ(state.cov, (std::array<double, 21>{state.cov[0]}));
+    for (const Ticks& ticks : {Ticks{0, 700, 1500, 2100}, {0, 700, 1500, 2100, 2500}}) {
+        Nodes nodes(ticks.size());
+        for (std::size_t i = 0; i < ticks.size(); ++i) {
+            nodes[i].ds50UTC = TimeAt(ticks[i]);
+            nodes[i].cov = {cubic.At(nodes[i].ds50UTC)[0], kScalarMark, 7.0};
+        }
+        VecTabPoint state = HermiteVecTab(nodes, TimeAt(1000));
+        EXPECT_NEAR(state.cov[0], cubic.At(TimeAt(1000))[0], 1e-11);
+        EXPECT_EQ(state.cov, (std::array<double, 21>{state.cov[0]}));
 
-    nodes[0].cov[1] = 0.0;  // the first point alone decides
-    state = Interpolate(nodes, TimeAt(1000));
-    EXPECT_GT(state.cov[1], 1000.0);
-    EXPECT_NEAR(state.cov[2], 7.0, 1e-12);
+        nodes[0].cov[1] = 0.0;  // the first point alone decides
+        state = HermiteVecTab(nodes, TimeAt(1000));
+        EXPECT_GT(state.cov[1], 1000.0);
+        EXPECT_NEAR(state.cov[2], 7.0, 1e-12);
+    }
     EXPECT_EQ(Lagrange_Val({}, {}, 3.0), 0.0);
+    EXPECT_EQ(Lagrange_Val(std::array{4.0, 9.0}, std::array{1.0, 2.0}, 2.0), 9.0);
 }

@@ -59,8 +59,9 @@ void Free(void* piece) {
 void* AllocateAligned(std::size_t size, std::align_val_t alignment) {
     const bool fails = allocation.Due() || alignedAllocation.Due();
     void* piece = fails ? nullptr : std::aligned_alloc(static_cast<std::size_t>(alignment), size);
-    if (piece != nullptr) ++livePieces;
-    return piece;
+    if (piece == nullptr) return nullptr;
+    ++livePieces;
+    return std::memset(piece, kFreshByte, size);
 }
 
 // A piece of realloc, between marks that show at its end whether anything was written beside it.

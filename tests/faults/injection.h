@@ -34,6 +34,9 @@ inline constexpr int kKilled = -1;
 extern int modeOfNewFile;
 extern long allocationsInsideGate;
 
+// What fresh memory of great alignment is filled with.
+inline constexpr unsigned char kFreshByte = 0xAA;
+
 // The most bytes that a read or a write takes at once.
 extern std::size_t most;
 
