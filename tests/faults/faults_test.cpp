@@ -293,9 +293,9 @@ TEST_F(Faults, ATableGrowsOnFromWhereItWasCut) {
 // Where a large block cannot be had, a smaller one does. No store makes a whole block ready.
 TEST_F(Faults, DirectMemoryObjectsTakeWhatThereIs) {
     VecHostSetElsetKeyMode(1);
-    const int64_t first = Add(-1, 1.0);
-    std::set<int64_t> keys{first};
-    EXPECT_EQ(reinterpret_cast<unsigned char*>(first / 10)[100 * 64], Injection::kFreshByte);
+    const int64_t made = Add(-1, 1.0);
+    std::set<int64_t> keys{made};
+    EXPECT_EQ(reinterpret_cast<unsigned char*>(made / 10)[100 * 64], Injection::kFreshByte);
     Injection::alignedAllocation.Arm(1);
     for (int i = 0; i < 200'000 && !HasFailure(); ++i) {
         const int64_t key = Add(i, 1.0);
