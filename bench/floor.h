@@ -46,14 +46,16 @@ inline void Unpack(const std::array<double, 21>& cov, Answer& answer) {
     }
 }
 
-inline int32_t RevolutionFrom(const Point& reference, double t, const Answer& answer) {
+template <typename State>
+int32_t RevolutionFrom(const Point& reference, double t, const State& answer) {
     int32_t revolution = reference.revNum;
     if (0.0 > answer.pos[2] * reference.pos[2] && answer.vel[2] > 0.0) revolution += t < reference.time ? -1 : 1;
     return (revolution + 100000) % 100000;
 }
 
 // By the point that a bisection would have looked at last.
-inline int32_t Revolution(const Table& table, double t, std::size_t low, const Answer& answer) {
+template <typename State>
+int32_t Revolution(const Table& table, double t, std::size_t low, const State& answer) {
     std::size_t left = 0, right = table.size() + 1, mid = 0;
     const int32_t revolution = RevolutionFrom(table[low > 1 ? low - 1 : 0], t, answer);
     if (revolution == RevolutionFrom(table[low < table.size() ? low : low - 1], t, answer)) return revolution;
@@ -132,11 +134,24 @@ inline Split Lanes(const Split& a, const Split& b, int lane) {
     return {Lanes(a.day, b.day, lane), Lanes(a.fraction, b.fraction, lane)};
 }
 
-// A guess from the mean step, and the same formulas two at a time. For a table of an even step.
-inline void EvaluatePacked(const Table& table, double t, Answer& answer) {
+// An answer as a batch gives it.
+struct PackedAnswer {
+    std::array<double, 3> pos;
+    std::array<double, 3> vel;
+    std::array<double, 21> cov;
+    int32_t revNum;
+};
+
+// Guessed from the mean step, for a table of an even one.
+inline std::size_t GuessLow(const Table& table, double t) {
     const double first = table.front().time;
-    auto low =
-        static_cast<std::size_t>((t - first) / (table.back().time - first) * static_cast<double>(table.size() - 1));
+    return static_cast<std::size_t>((t - first) / (table.back().time - first) * static_cast<double>(table.size() - 1));
+}
+
+// The same formulas two at a time.
+template <bool kWithCovariance>
+void EvaluatePacked(const Table& table, double t, PackedAnswer& answer) {
+    std::size_t low = GuessLow(table, t);
     while (low < table.size() && t > table[low].time) ++low;
     while (low > 0 && !(t > table[low - 1].time)) --low;
     const Point* s = StencilAt(table, low);
@@ -156,7 +171,7 @@ inline void EvaluatePacked(const Table& table, double t, Answer& answer) {
     const double P = dt[0][0] * dt[0][1] * dt[1][0] * dt[1][1];
 
     Pair state[3] = {};
-    double g[4];
+    double g[4] = {};
     for (int h = 0; h < 2; ++h) {
         const Pair L = P / dt[h];
         const Pair c = -(0.5 / S2[h]);
@@ -171,26 +186,35 @@ inline void EvaluatePacked(const Table& table, double t, Answer& answer) {
                 state[i] += (Pair{A1[j], A2[j]} * point.pos[i]) / Wc[j];
                 state[i] += (Pair{B1[j], B2[j]} * point.vel[i]) / W[j];
             }
-            g[2 * h + j] = (L / D[h])[j];
+            if (kWithCovariance) g[2 * h + j] = (L / D[h])[j];
         }
     }
     for (std::size_t i = 0; i < 3; ++i) {
         answer.pos[i] = state[i][0];
         answer.vel[i] = state[i][1];
     }
-    std::array<double, 21> cov;
-    const auto sum = [&](auto term) {
-        return g[0] * term(s[0]) + g[1] * term(s[1]) + g[2] * term(s[2]) + g[3] * term(s[3]);
-    };
-    for (std::size_t m = 0; m < 20; m += 2) {
-        const Pair terms = sum([m](const Point& p) { return Pair{p.cov[m], p.cov[m + 1]}; });
-        cov[m] = terms[0];
-        cov[m + 1] = terms[1];
+    if constexpr (kWithCovariance) {
+        const auto sum = [&](auto term) {
+            return g[0] * term(s[0]) + g[1] * term(s[1]) + g[2] * term(s[2]) + g[3] * term(s[3]);
+        };
+        for (std::size_t m = 0; m < 20; m += 2) {
+            const Pair terms = sum([m](const Point& p) { return Pair{p.cov[m], p.cov[m + 1]}; });
+            answer.cov[m] = terms[0];
+            answer.cov[m + 1] = terms[1];
+        }
+        answer.cov[20] = sum([](const Point& p) { return p.cov[20]; });
     }
-    cov[20] = sum([](const Point& p) { return p.cov[20]; });
-    answer.time = (t - first) * 1440.0;
     answer.revNum = Revolution(table, t, low, answer);
-    Unpack(cov, answer);
+}
+
+inline void EvaluatePacked(const Table& table, double t, Answer& answer) {
+    PackedAnswer packed;
+    EvaluatePacked<true>(table, t, packed);
+    answer.pos = packed.pos;
+    answer.vel = packed.vel;
+    answer.revNum = packed.revNum;
+    answer.time = (t - table.front().time) * 1440.0;
+    Unpack(packed.cov, answer);
 }
 
 }  // namespace Floor

@@ -24,9 +24,18 @@ inline constexpr double kScalarMark = 12345.0;
 // the point. revNum is 0 otherwise. No points give zeros.
 VECTABLE_MODULE VecTabPoint HermiteVecTab(std::span<const VecTabPoint> points, double t) noexcept;
 
-// The same, written in place; `state` is not one of the points. A stencil has a way of its own, which gives the same bits.
-void HermiteVecTab(Stencil points, double t, VecTabPoint& state) noexcept;
+// The same for a time on no point, by the formulas as they are written, one operation at a time.
 void HermiteOfAnyLength(std::span<const VecTabPoint> points, double t, VecTabPoint& state) noexcept;
+
+// Stands for -0.5 / S2 of a point where S2 vanishes. `timeToNode` in seconds, from the point to the request.
+double EndlessConstant(double timeToNode) noexcept;
+
+// The scalar of a marked table at t.
+double MarkedScalar(std::span<const VecTabPoint> points, double t) noexcept;
+
+inline bool HasMark(const VecTabPoint& first) noexcept {
+    return first.cov[1] == kScalarMark;
+}
 
 // The polynomial through the points (times[i], values[i]) at t, in Lagrange's form; 0.0 for no points. `times` in days.
 VECTABLE_MODULE double Lagrange_Val(std::span<const double> values, std::span<const double> times, double t) noexcept;

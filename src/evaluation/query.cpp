@@ -1,6 +1,6 @@
 #include "evaluation/query.h"
 
-#include "evaluation/interpolation.h"
+#include "evaluation/evaluator.h"
 #include "store/record_lookup.h"
 #include "support/dates.h"
 #include "support/keys.h"
@@ -11,59 +11,106 @@
 namespace VecTableDllVarsUtils {
 namespace {
 
+using VecTableProcessing::Evaluator;
+using VecTableProcessing::Gap;
+using VecTableProcessing::Refusal;
+using VecTableProcessing::Table;
 using VecTableSupport::kMinutesPerDay;
+using VecTableSupport::Tai2Utc;
 using VecTableSupport::TextBuilder;
 using VecTableSupport::TraceLogError;
-using VecTableTypes::VecTabRecord;
+using VecTableSupport::Utc2Tai;
 
-std::int32_t TakeIndexed(const VecTabRecord& record, double value, double& outTime, VecTabPoint& point,
-                         double* outMse) noexcept {
-    if (!(value >= 1.0 && value < record.numOfPts + 1.0)) {
-        TraceLogError("GetEphem: Input index is out of valid range.");
-        return 2;
-    }
-    point = record.points[static_cast<std::size_t>(value)];
+// What became of a request. Its words are logged when the gate is left.
+enum class Reply { kState, kNoRecord, kNoPoints, kNoIndex, kNoTime, kRefused };
+
+Reply TakeIndexed(const Table& table, double value, double& outTime, VecTabPoint& point, double* outMse) noexcept {
+    if (!(value >= 1.0 && value < static_cast<double>(table.count) + 1.0)) return Reply::kNoIndex;
+    point = table[static_cast<std::size_t>(value)];
     outTime = point.ds50UTC;
-    if (outMse != nullptr) *outMse = (point.ds50UTC - record.points[1].ds50UTC) * kMinutesPerDay;
-    return 0;
+    if (outMse != nullptr) *outMse = (point.ds50UTC - table.span.firstTime) * kMinutesPerDay;
+    return Reply::kState;
 }
 
-std::int32_t TakeTimed(const VecTabRecord& record, double value, TimeType timeType, double& outTime,
-                       VecTabPoint& point) noexcept {
-    const double firstTime = record.points[1].ds50UTC;
-    double t = value;
-    if (timeType == TimeType::kMse) {
-        t = value / kMinutesPerDay + firstTime;
-        outTime = t;
-    } else {
-        outTime = (value - firstTime) * kMinutesPerDay;
-    }
-    if (!(t >= firstTime && record.LastPoint().ds50UTC >= t)) {
-        TraceLogError("GetEphem: Requested time is outside of ephemeris time span.");
-        return 2;
-    }
-    return VecTableProcessing::InterpolateEP(record, VecTableSupport::Utc2Tai(t), point);
-}
+// One request, and what is known of its failure.
+struct Query {
+    std::int64_t satKey;
+    double value;
+    TimeType timeType;
+    Refusal refusal = Refusal::kNone;
+    Gap gap{};
 
-std::int32_t Answer(std::int64_t satKey, double value, TimeType timeType, double& outTime, VecTabPoint& point,
-                    double* outMse) noexcept {
-    const VecTableTree::StoredRecord record(satKey);
-    if (!record) return 2;
-    if (record->numOfPts == 0) {
-        TextBuilder<128> text;
-        text.Add("GetEphem: satKey ").AddInteger(satKey, 19).Add(" does not contain any ephemeris data.");
-        TraceLogError(text.Text().View());
-        return 2;
+    template <bool kWithCovariance>
+    Reply TakeTimed(const Table& table, double& outTime, VecTabPoint& point) noexcept {
+        const double firstTime = table.span.firstTime;
+        double t = value;
+        if (timeType == TimeType::kMse) {
+            t = value / kMinutesPerDay + firstTime;
+            outTime = t;
+        } else {
+            outTime = (value - firstTime) * kMinutesPerDay;
+        }
+        if (!table.Holds(t)) return Reply::kNoTime;
+        if (table.count >= VecTableProcessing::kStencilPoints) {
+            VecTableProcessing::AskForStencil<kWithCovariance>(VecTableProcessing::GuessStencil(table, t));
+        }
+        Evaluator<false> evaluator;
+        refusal = evaluator.template Evaluate<kWithCovariance>(table, Tai2Utc(Utc2Tai(t)), point);
+        if (refusal == Refusal::kNone) [[likely]]
+            return Reply::kState;
+        if (refusal == Refusal::kGap) gap = evaluator.LastGap();
+        return Reply::kRefused;
     }
-    return timeType == TimeType::kIndex ? TakeIndexed(*record, value, outTime, point, outMse)
-                                        : TakeTimed(*record, value, timeType, outTime, point);
-}
+
+    template <bool kWithCovariance>
+    Reply Take(double& outTime, VecTabPoint& point, double* outMse) noexcept {
+        const VecTableTree::StoredRecord record(satKey);
+        if (!record) return Reply::kNoRecord;
+        const Table table(*record);
+        if (table.count == 0) return Reply::kNoPoints;
+        return timeType == TimeType::kIndex ? TakeIndexed(table, value, outTime, point, outMse)
+                                            : TakeTimed<kWithCovariance>(table, outTime, point);
+    }
+
+    void Log(Reply reply) const noexcept {
+        switch (reply) {
+            case Reply::kState:
+            case Reply::kNoRecord:
+                return;
+            case Reply::kNoPoints: {
+                TextBuilder<128> text;
+                text.Add("GetEphem: satKey ").AddInteger(satKey, 19).Add(" does not contain any ephemeris data.");
+                return TraceLogError(text.Text().View());
+            }
+            case Reply::kNoIndex:
+                return TraceLogError("GetEphem: Input index is out of valid range.");
+            case Reply::kNoTime:
+                return TraceLogError("GetEphem: Requested time is outside of ephemeris time span.");
+            case Reply::kRefused:
+                return LogRefusal(refusal, gap);
+        }
+    }
+};
 
 }  // namespace
 
+template <bool kWithCovariance>
+std::int32_t FindState(std::int64_t satKey, double value, TimeType timeType, double& outTime, VecTabPoint& point,
+                       double* outMse) noexcept {
+    Query query{satKey, value, timeType};
+    const Reply reply = query.Take<kWithCovariance>(outTime, point, outMse);
+    if (reply == Reply::kState) [[likely]]
+        return 0;
+    query.Log(reply);
+    return 2;
+}
+
+template std::int32_t FindState<true>(std::int64_t, double, TimeType, double&, VecTabPoint&, double*) noexcept;
+template std::int32_t FindState<false>(std::int64_t, double, TimeType, double&, VecTabPoint&, double*) noexcept;
+
 void GetEphem(std::int64_t satKey, double value, TimeType timeType, double& outTime, VecTabPoint& point,
               std::int32_t& status, double* outMse) noexcept {
-    status = Answer(satKey, value, timeType, outTime, point, outMse);
+    status = FindState<true>(satKey, value, timeType, outTime, point, outMse);
     if (status != 0) point = VecTabPoint{};
 }
 

@@ -24,6 +24,12 @@ enum class TimeType : std::int32_t {
 VECTABLE_MODULE void GetEphem(std::int64_t satKey, double value, TimeType timeType, double& outTime, VecTabPoint& point,
                               std::int32_t& status, double* outMse = nullptr) noexcept;
 
+// GetEphem as the calls use it: its status is the result, and on a failure `point` says nothing. Without covariance the
+// terms of an interpolated point say nothing either.
+template <bool kWithCovariance>
+std::int32_t FindState(std::int64_t satKey, double value, TimeType timeType, double& outTime, VecTabPoint& point,
+                       double* outMse = nullptr) noexcept;
+
 // The full symmetric matrix of the 21 terms of a lower triangle, row by row.
 VECTABLE_MODULE void To6x6CovMtx(std::span<double, 36> matrix,
                                  std::span<const double, VecTableTypes::kCovTerms> cov) noexcept;

@@ -58,15 +58,22 @@ struct StateOutputs {
     }
 };
 
+template <bool kWithCovariance>
+int32_t RetrievePoint(int64_t satKey, double value, TimeType timeType, const StateOutputs& outputs) noexcept {
+    PointRoom room;
+    VecTabPoint& point = room.Point();
+    double outTime = 0.0;
+    const int32_t status = VecTableDllVarsUtils::FindState<kWithCovariance>(satKey, value, timeType, outTime, point);
+    if (status == kSuccess) outputs.Fill(outTime, point);
+    return status;
+}
+
 int32_t Retrieve(std::string_view call, int64_t satKey, double value, TimeType timeType,
                  const StateOutputs& outputs) noexcept {
     int32_t status = kFailure;
     if (!outputs.AnyNull(call)) {
-        PointRoom room;
-        VecTabPoint& point = room.Point();
-        double outTime = 0.0;
-        VecTableDllVarsUtils::GetEphem(satKey, value, timeType, outTime, point, status);
-        if (status == kSuccess) outputs.Fill(outTime, point);
+        status = outputs.hasMatrix ? RetrievePoint<true>(satKey, value, timeType, outputs)
+                                   : RetrievePoint<false>(satKey, value, timeType, outputs);
     }
     if (status != kSuccess) outputs.Clear();
     return status;

@@ -16,16 +16,14 @@ constexpr std::size_t kCapacityStep = 1000;  // points
 
 void AddOneEpPoint(const VecTabPoint& point, VecTabRecord& record, const double* covTerms) {
     const auto count = static_cast<std::size_t>(record.numOfPts);
-    if (count >= record.points.Capacity()) record.points.Grow(record.points.Capacity() + kCapacityStep);
-    if (count == 0) {
-        record.epochDs50UTC = point.ds50UTC;
-    } else if (!(point.ds50UTC > record.points[count].ds50UTC)) {
-        return;
+    const bool later = count == 0 || point.ds50UTC > record.points[count].ds50UTC;
+    if (later) {
+        VecTabPoint& added = record.points.Append(count, point);
+        if (covTerms != nullptr) std::copy_n(covTerms, added.cov.size(), added.cov.begin());
+        if (count == 0) record.epochDs50UTC = point.ds50UTC;
+        ++record.numOfPts;
     }
-    VecTabPoint& added = record.points[count + 1];
-    added = point;
-    if (covTerms != nullptr) std::copy_n(covTerms, added.cov.size(), added.cov.begin());
-    ++record.numOfPts;
+    if (count >= record.points.Capacity()) record.points.Grow(record.points.Capacity() + kCapacityStep);
 }
 
 void SkipBadEphemPoint(std::string_view readerName, std::string_view badText) noexcept {

@@ -6,7 +6,6 @@
 #include <mutex>
 #include <new>
 
-#include "support/keys.h"
 #include "support/trace_log.h"
 
 namespace VecTableTree {
@@ -122,10 +121,14 @@ void ReleaseDmaObject(DmaObject& object) noexcept {
     GiveBackSlot(object);
 }
 
-DmaObject* FindDmaObject(std::int64_t key) noexcept {
+DmaObject* DmaObjectAt(std::int64_t key) noexcept {
     DmaSlot* slot = FindSlot(SatKeyToAddr(key));
-    if (slot == nullptr) return nullptr;
-    return slot->object.selfAddr.load(std::memory_order_acquire) == SatKeyToAddr(key) ? &slot->object : nullptr;
+    return slot == nullptr ? nullptr : &slot->object;
+}
+
+DmaObject* FindDmaObject(std::int64_t key) noexcept {
+    DmaObject* object = DmaObjectAt(key);
+    return object != nullptr && IsObjectOf(*object, key) ? object : nullptr;
 }
 
 DmaRemoval ReleaseDma(std::int64_t key) noexcept {

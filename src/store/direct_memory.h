@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "store/record_types.h"
+#include "support/keys.h"
 
 namespace VecTableTree {
 
@@ -21,6 +22,12 @@ void ReleaseDmaObject(DmaObject& object) noexcept;
 
 // The object in use that the key names, or null. Reads no memory but that of the objects, whatever the key is.
 DmaObject* FindDmaObject(std::int64_t key) noexcept;
+
+// The same in two steps, the first of which does not read the object.
+DmaObject* DmaObjectAt(std::int64_t key) noexcept;
+inline bool IsObjectOf(const DmaObject& object, std::int64_t key) noexcept {
+    return object.selfAddr.load(std::memory_order_acquire) == VecTableSupport::SatKeyToAddr(key);
+}
 
 // What became of the record behind a key.
 enum class DmaRemoval { kRemoved, kNoObject, kWrongObject };

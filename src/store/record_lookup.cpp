@@ -1,5 +1,6 @@
 #include "store/record_lookup.h"
 
+#include <array>
 #include <memory>
 #include <new>
 #include <utility>
@@ -106,6 +107,24 @@ std::string_view WhyNoRecord(std::int64_t key) noexcept {
     return FindDmaObject(key) == nullptr ? "FindRecPtr: Invalid DMA key." : "FindRecPtr: Prop data doesn't exist.";
 }
 
+// The record that a thread has found last, good as long as the tree is the same.
+struct LastFound {
+    std::uint64_t version = 0;  // none of a tree
+    std::int64_t key = 0;
+    VecTabRecord* record = nullptr;
+};
+[[gnu::tls_model("initial-exec")]] constinit thread_local LastFound lastFound;
+
+VecTabRecord* FindInTree(std::int64_t key) noexcept {
+    LastFound& last = lastFound;
+    const std::uint64_t version = TreeVersion();
+    if (last.key != key || last.version != version) {
+        const VecTabBinTree* node = FindNode(key);
+        last = {version, key, node == nullptr ? nullptr : node->rec.get()};
+    }
+    return last.record;
+}
+
 std::int64_t FindAssociatedKey(const VecTabBinTree* root, std::int32_t satNum) noexcept {
     if (root == nullptr) return kNoKey;
     const VecTabRecord* record = GetRec(*root);
@@ -128,10 +147,33 @@ void FindRecPtr(std::int64_t key, VecTabRecord*& recOut, FixedText<128>* errText
         recOut = object == nullptr ? nullptr : object->propData.load(std::memory_order_acquire);
     } else {
         if (!gateHeld) gate.BeginRead();
-        const VecTabBinTree* node = FindNode(key);
-        recOut = node == nullptr ? nullptr : node->rec.get();
+        recOut = FindInTree(key);
     }
     if (errText != nullptr) *errText = FixedText<128>(recOut == nullptr ? WhyNoRecord(key) : std::string_view());
+}
+
+void FindRecords(std::span<const std::int64_t> keys, std::span<const VecTabRecord*> records) noexcept {
+    std::array<const DmaObject*, kRecordsAtOnce> objects;
+    std::array<const VecTabBinTree*, kRecordsAtOnce> nodes;
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        objects[i] = IsDma(keys[i]) ? DmaObjectAt(keys[i]) : nullptr;
+        nodes[i] = IsDma(keys[i]) ? nullptr : VecTabTreeRoot();
+        __builtin_prefetch(objects[i]);
+    }
+    for (bool moving = true; moving;) {
+        moving = false;
+        for (std::size_t i = 0; i < keys.size(); ++i) {
+            if (nodes[i] == nullptr || nodes[i]->satKey == keys[i]) continue;
+            nodes[i] = keys[i] < nodes[i]->satKey ? nodes[i]->left : nodes[i]->right;
+            __builtin_prefetch(nodes[i]);
+            moving = true;
+        }
+    }
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        records[i] = nodes[i] != nullptr ? nodes[i]->rec.get() : nullptr;
+        if (objects[i] != nullptr && IsObjectOf(*objects[i], keys[i])) records[i] = objects[i]->propData.load();
+        __builtin_prefetch(records[i]);
+    }
 }
 
 void FindRec(std::int64_t key, VecTabRecord& recOut, FixedText<128>* errText) {

@@ -6,7 +6,7 @@
 #pragma once
 
 #include <cstdint>
-#include <string_view>
+#include <span>
 
 #include "store/record_types.h"
 #include "store/search_tree.h"
@@ -25,6 +25,11 @@ VECTABLE_MODULE std::int64_t AddRecToMem(VecTabRecord record, VecTabBinTree** no
 // found. A direct-memory key enters no gate.
 VECTABLE_MODULE void FindRecPtr(std::int64_t key, VecTabRecord*& recOut, FixedText<128>* errText = nullptr,
                                 bool gateHeld = false) noexcept;
+
+// The stored records of many keys, null where there is none, looked up side by side: the waits for memory overlap. What a
+// request needs first of each record is asked for. The gate is for the caller to hold when there are tree keys.
+inline constexpr std::size_t kRecordsAtOnce = 64;  // at most
+void FindRecords(std::span<const std::int64_t> keys, std::span<const VecTabRecord*> records) noexcept;
 
 // A deep copy of the record of a key. satNum of `recOut` is -123 when there is none.
 VECTABLE_MODULE void FindRec(std::int64_t key, VecTabRecord& recOut, FixedText<128>* errText = nullptr);

@@ -1,45 +1,53 @@
 #include "store/record_types.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <new>
 #include <type_traits>
 #include <utility>
 
+#include "store/table_memory.h"
 #include "support/text.h"
 
 namespace VecTableTypes {
-
 namespace {
 
-// Growth moves points by realloc, which for a large array moves pages and not bytes.
+// Points are moved and cleared as bytes; the default point is zero in every field.
 static_assert(std::is_trivially_copyable_v<VecTabPoint>);
 
-// Memory for points, with the content of the old memory that it replaces; null when there is none.
-VecTabPoint* Reserve(VecTabPoint* old, std::size_t points) noexcept {
-    constexpr std::size_t kMost = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(VecTabPoint);
-    return points > kMost ? nullptr : static_cast<VecTabPoint*>(std::realloc(old, points * sizeof(VecTabPoint)));
+constexpr std::size_t Bytes(std::size_t points) noexcept {
+    return points * sizeof(VecTabPoint);
+}
+
+PointArray::Span MeasureSpan(const VecTabPoint* points, std::size_t count) noexcept {
+    const double first = points[0].ds50UTC;
+    const double last = points[count - 1].ds50UTC;
+    return {first, last, count > 1 ? static_cast<double>(count - 1) / (last - first) : 0.0};
 }
 
 }  // namespace
 
-PointArray::PointArray(const PointArray& other) {
-    if (!other.IsAllocated()) return;
-    points_ = Reserve(nullptr, other.capacity_);
+PointArray::PointArray(const PointArray& other)
+    : span_(other.span_),
+      spanCount_(other.spanCount_),
+      made_(other.made_),
+      capacity_(other.capacity_),
+      reserved_(made_) {
+    if (made_ == 0) return;
+    points_ = static_cast<VecTabPoint*>(TakeTableMemory(Bytes(made_)));
     if (points_ == nullptr) throw std::bad_alloc();
-    std::memcpy(static_cast<void*>(points_), other.points_, other.capacity_ * sizeof(VecTabPoint));
-    capacity_ = reserved_ = other.capacity_;
+    std::memcpy(static_cast<void*>(points_), other.points_, Bytes(made_));
 }
 
-PointArray::PointArray(PointArray&& other) noexcept
-    : points_(std::exchange(other.points_, nullptr)),
-      capacity_(std::exchange(other.capacity_, 0)),
-      reserved_(std::exchange(other.reserved_, 0)) {}
+PointArray::PointArray(PointArray&& other) noexcept {
+    *this = std::move(other);
+}
 
 PointArray& PointArray::operator=(PointArray&& other) noexcept {
     std::swap(points_, other.points_);
+    std::swap(span_, other.span_);
+    std::swap(spanCount_, other.spanCount_);
+    std::swap(made_, other.made_);
     std::swap(capacity_, other.capacity_);
     std::swap(reserved_, other.reserved_);
     return *this;
@@ -49,32 +57,67 @@ PointArray::~PointArray() {
     Free();
 }
 
-void PointArray::Grow(std::size_t capacity) {
-    if (capacity > reserved_) {
-        const std::size_t wanted = std::max(capacity, reserved_ + reserved_ / 2);
-        VecTabPoint* grown = Reserve(points_, wanted);
-        if (grown == nullptr) throw std::bad_alloc();
-        points_ = grown;
-        reserved_ = wanted;
+VecTabPoint& PointArray::Append(std::size_t count, const VecTabPoint& point) {
+    if (count >= reserved_) Reserve(count + 1);
+    points_[count] = point;
+    made_ = std::max(made_, static_cast<std::uint32_t>(count + 1));
+    NoteLast(count);
+    return points_[count];
+}
+
+// In steps of a half, so that a table which has to move as it grows moves seldom.
+void PointArray::Reserve(std::size_t points) {
+    constexpr std::size_t kFewest = 4;
+    const std::size_t wanted = std::max({points, reserved_ + std::size_t{reserved_} / 2, kFewest});
+    void* memory =
+        points_ == nullptr ? TakeTableMemory(Bytes(wanted)) : ResizeTableMemory(points_, Bytes(made_), Bytes(wanted));
+    if (memory == nullptr) throw std::bad_alloc();
+    points_ = static_cast<VecTabPoint*>(memory);
+    reserved_ = static_cast<std::uint32_t>(wanted);
+}
+
+void PointArray::MakeUpTo(std::size_t number) {
+    if (number > reserved_) Reserve(number);
+    std::memset(static_cast<void*>(points_ + made_), 0, Bytes(number - made_));
+    made_ = static_cast<std::uint32_t>(number);
+}
+
+void PointArray::NoteLast(std::size_t index) noexcept {
+    const double time = points_[index].ds50UTC;
+    if (index == 0) {
+        span_ = {time, time, 0.0};
+    } else if (spanCount_ == index) {
+        span_.lastTime = time;
+        span_.pointsPerDay = static_cast<double>(index) / (time - span_.firstTime);
+    } else {
+        span_ = MeasureSpan(points_, index + 1);
     }
-    // The default point is zero in every field.
-    std::memset(static_cast<void*>(points_ + capacity_), 0, (capacity - capacity_) * sizeof(VecTabPoint));
-    capacity_ = capacity;
+    spanCount_ = static_cast<std::uint32_t>(index + 1);
 }
 
 void PointArray::Trim(std::size_t capacity) noexcept {
-    void* trimmed = std::realloc(points_, capacity * sizeof(VecTabPoint));
-    if (trimmed != nullptr) {
-        points_ = static_cast<VecTabPoint*>(trimmed);
-        reserved_ = capacity;
-    }
-    capacity_ = capacity;
+    made_ = std::min(made_, static_cast<std::uint32_t>(capacity));
+    capacity_ = static_cast<std::uint32_t>(capacity);
+    if (reserved_ == made_) return;
+    void* trimmed = ResizeTableMemory(points_, Bytes(made_), Bytes(made_));
+    if (trimmed == nullptr) return;
+    points_ = static_cast<VecTabPoint*>(trimmed);
+    reserved_ = made_;
 }
 
 void PointArray::Free() noexcept {
-    std::free(points_);
+    ReleaseTableMemory(points_);
     points_ = nullptr;
-    capacity_ = reserved_ = 0;
+    spanCount_ = made_ = capacity_ = reserved_ = 0;
+}
+
+const VecTabPoint& PointArray::operator[](std::size_t number) const noexcept {
+    static constexpr VecTabPoint kDefault{};
+    return number <= made_ ? points_[number - 1] : kDefault;
+}
+
+PointArray::Span PointArray::SpanOf(std::size_t count) const noexcept {
+    return spanCount_ == count ? span_ : MeasureSpan(points_, count);
 }
 
 void FreeVecTabRecord(VecTabRecord& record) noexcept {

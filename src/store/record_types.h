@@ -26,8 +26,8 @@ struct VecTabPoint {
     std::array<double, kCovTerms> cov{};  // lower triangle of a 6 x 6 covariance, row by row: (1,1), (2,1), (2,2), ...
 };
 
-// The array of points that a record owns. Its capacity moves in the steps that its user asks for; the memory behind it
-// is taken in larger steps, so that growth costs no copy a step. Memory is touched up to the capacity only.
+// The array of points that a record owns. Its capacity moves in the steps that its user asks for, and memory follows the
+// points: what lies between them and the capacity are default points, which come into being when somebody changes one.
 class VECTABLE_MODULE PointArray {
   public:
     PointArray() noexcept = default;
@@ -37,25 +37,55 @@ class VECTABLE_MODULE PointArray {
     PointArray& operator=(PointArray&& other) noexcept;
     ~PointArray();
 
-    bool IsAllocated() const noexcept { return points_ != nullptr; }
+    bool IsAllocated() const noexcept { return capacity_ > 0; }
     std::size_t Capacity() const noexcept { return capacity_; }
 
-    // Adds default points up to the capacity given. On std::bad_alloc the array is as it was.
-    void Grow(std::size_t capacity);
+    // Adds default points up to the capacity given.
+    void Grow(std::size_t capacity) noexcept { capacity_ = static_cast<std::uint32_t>(capacity); }
+
+    // Writes the point after the first `count`, which are there, and gives it back. The capacity is for the caller to grow.
+    // On std::bad_alloc the array is as it was.
+    VecTabPoint& Append(std::size_t count, const VecTabPoint& point);
 
     // Cuts the array to its first points and hands the rest of its memory back.
     void Trim(std::size_t capacity) noexcept;
 
     void Free() noexcept;
 
-    // Points are counted from 1.
-    VecTabPoint& operator[](std::size_t number) noexcept { return points_[number - 1]; }
-    const VecTabPoint& operator[](std::size_t number) const noexcept { return points_[number - 1]; }
+    // Points are counted from 1, up to the capacity.
+    const VecTabPoint& operator[](std::size_t number) const noexcept;
+
+    // A point that is to be changed. On std::bad_alloc the array is as it was.
+    VecTabPoint& Change(std::size_t number) {
+        spanCount_ = 0;
+        if (number > made_) MakeUpTo(number);
+        return points_[number - 1];
+    }
+
+    // The first `count` points; none when some of them are not there.
+    std::span<const VecTabPoint> First(std::size_t count) const noexcept {
+        return {points_, count <= made_ ? count : 0};
+    }
+
+    // What a request asks of a table of this many points first: its ends, and how fast its points come.
+    struct Span {
+        double firstTime;     // days since 1950, UTC
+        double lastTime;      // same
+        double pointsPerDay;  // mean; 0 for a single time
+    };
+    Span SpanOf(std::size_t count) const noexcept;
 
   private:
+    void Reserve(std::size_t points);
+    void MakeUpTo(std::size_t number);
+    void NoteLast(std::size_t index) noexcept;
+
     VecTabPoint* points_ = nullptr;
-    std::size_t capacity_ = 0;  // points
-    std::size_t reserved_ = 0;  // points that the memory has room for
+    Span span_{};                  // of the first spanCount_ points
+    std::uint32_t spanCount_ = 0;  // 0 when span_ says nothing
+    std::uint32_t made_ = 0;       // points that are there
+    std::uint32_t capacity_ = 0;
+    std::uint32_t reserved_ = 0;  // points that the memory has room for
 };
 
 // Codes of the frame that the states of a record are in. The library stores the code and converts nothing.
@@ -73,35 +103,39 @@ enum CoordSys : std::int32_t {
     kUnknownFrame = 100,
 };
 
+inline constexpr std::size_t kCacheLine = 64;
+
 // One stored ephemeris. Points 1 to numOfPts are valid, strictly increasing in time; when there is one, epochDs50UTC is
-// the time of the first. satNum, coordSys and epochDs50UTC are the identity of a record.
-struct VecTabRecord {
-    FixedText<512> filePath;          // the file that the record came from
-    FixedText<128> ephemName;         // name of the ephemeris
-    std::int32_t satNum = 0;          // satellite number
+// the time of the first. satNum, coordSys and epochDs50UTC are the identity of a record. What a request needs comes first,
+// on one cache line.
+struct alignas(kCacheLine) VecTabRecord {
+    PointArray points;
     std::int32_t numOfPts = 0;        // number of valid points
+    std::int32_t satNum = 0;          // satellite number
     std::int32_t coordSys = kEci;     // frame
     std::int32_t coordSysTens = 0;    // the part of a type code above its last decimal digit
     double epochDs50UTC = 0.0;        // days since 1950, UTC
     double ae = 6378.135;             // Earth radius, km; carried and reported only
     double ke = 0.07436691613317341;  // gravity constant, (Earth radii)^1.5 a minute; carried and reported only
     FixedText<8> satName;             // satellite name
-    PointArray points;
+    FixedText<128> ephemName;         // name of the ephemeris
+    FixedText<512> filePath;          // the file that the record came from
 
     const VecTabPoint& LastPoint() const noexcept { return points[static_cast<std::size_t>(numOfPts)]; }
 };
+static_assert(offsetof(VecTabRecord, epochDs50UTC) == kCacheLine);
 
 // Releases the points of a record; its other fields stay.
 VECTABLE_MODULE void FreeVecTabRecord(VecTabRecord& record) noexcept;
 
-// A node of the search tree. It owns its record and not its children.
-struct VecTabBinTree {
+// A node of the search tree, on one cache line. It owns its record and not its children.
+struct alignas(kCacheLine) VecTabBinTree {
     std::int64_t satKey = 0;            // the sort key of the tree
-    std::int32_t seqNum = 0;            // the order of entry into the store
-    std::int32_t balance = 0;           // height of the right subtree less that of the left one: -1, 0 or +1
-    std::unique_ptr<VecTabRecord> rec;  // absent when the key is a direct-memory key
     VecTabBinTree* left = nullptr;      // smaller keys
     VecTabBinTree* right = nullptr;     // larger keys
+    std::unique_ptr<VecTabRecord> rec;  // absent when the key is a direct-memory key
+    std::int32_t seqNum = 0;            // the order of entry into the store
+    std::int32_t balance = 0;           // height of the right subtree less that of the left one: -1, 0 or +1
 };
 
 // The object behind a direct-memory key.

@@ -34,6 +34,14 @@ constexpr std::int32_t kRecordPresent = 3;  // the key is taken by the same reco
 // Changed by writers alone; atomic because TreeIsEmpty and the lookups look at it from outside the gate.
 constinit std::atomic<VecTabBinTree*> treeRoot{nullptr};
 
+constinit std::atomic<std::uint64_t> treeVersion{1};
+
+// What every change of the tree ends with.
+void Publish(VecTabBinTree* root) noexcept {
+    treeRoot.store(root, std::memory_order_release);
+    treeVersion.store(treeVersion.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+}
+
 // The nodes linked into the tree; changed by writers alone.
 constinit std::int32_t nodeCount = 0;
 
@@ -204,6 +212,8 @@ struct CombKey {
 // Right subtree, node, left subtree: keys come in descending order.
 void GetTreeCombKeys(const VecTabBinTree* root, std::vector<CombKey>& combKeys) {
     if (root == nullptr) return;
+    __builtin_prefetch(root->left);  // the walk comes back for them after the right subtree
+    __builtin_prefetch(root->rec.get());
     GetTreeCombKeys(root->right, combKeys);
     const VecTabRecord* record = GetRec(*root);
     const bool hasRecord = record != nullptr;
@@ -244,6 +254,10 @@ VecTabBinTree* VecTabTreeRoot() noexcept {
     return treeRoot.load(std::memory_order_acquire);
 }
 
+std::uint64_t TreeVersion() noexcept {
+    return treeVersion.load(std::memory_order_relaxed);
+}
+
 std::int64_t AddNode(VecTabBinTree& node, std::int32_t& status) noexcept {
     constexpr int kMostAttempts = 100;
     const WriteSection section;
@@ -259,7 +273,7 @@ std::int64_t AddNode(VecTabBinTree& node, std::int32_t& status) noexcept {
             }
         }
     }
-    treeRoot.store(root, std::memory_order_release);
+    Publish(root);
     return node.satKey;
 }
 
@@ -289,7 +303,7 @@ void RemoveNode(std::int64_t key, std::int32_t& shrunk, std::int32_t& status) no
         if (removal == DmaRemoval::kRemoved) {
             Subtree root = VecTabTreeRoot();
             RemoveNodeRecursive(root, key, shrunk, status);
-            treeRoot.store(root, std::memory_order_release);
+            Publish(root);
         }
     }
     if (removal != DmaRemoval::kRemoved) {
@@ -308,7 +322,7 @@ void EmptyTree(std::int32_t& status) noexcept {
         Subtree root = VecTabTreeRoot();
         EmptyTreeRecursive(root, removals);
         nodeCount = 0;
-        treeRoot.store(root, std::memory_order_release);
+        Publish(root);
     }
     for (const auto failed : {DmaRemoval::kNoObject, DmaRemoval::kWrongObject}) {
         for (std::size_t i = 0; i < removals[static_cast<std::size_t>(failed)]; ++i) LogDmaRemoval(failed);

@@ -22,6 +22,9 @@ std::int32_t KeyMode() noexcept;
 // The root, null when the tree is empty.
 VecTabBinTree* VecTabTreeRoot() noexcept;
 
+// A number that changes with every change of the tree. Inside the gate it stays.
+std::uint64_t TreeVersion() noexcept;
+
 // Links a node that has its key and, in tree mode, its record. In tree mode a key held by a different record is
 // stepped, up to 100 attempts. `status`: 0 or 1 when the node is in the tree, 2 or 3 when it is not. The result is the
 // key of the node; the node itself may be gone on return, when another thread has removed it.

@@ -1,6 +1,8 @@
 // UTC and TAI as counts of days since 1950, and times split in two for exact differences.
 #pragma once
 
+#include <chrono>
+
 #include "support/dates.h"
 
 namespace VecTableSupport {
@@ -8,8 +10,37 @@ namespace VecTableSupport {
 // The same instant on the other scale. Tai2Utc(Utc2Tai(t)) is t to the bit, except in the last seconds ahead of a day
 // count that is a power of two, where it may differ by one last bit. Ahead of 1972 the offset of 1972 is used, behind
 // the table its last one. Within an inserted second UTC counts on into the next day.
-double Utc2Tai(double ds50UTC) noexcept;
-double Tai2Utc(double ds50TAI) noexcept;
+inline double Utc2Tai(double ds50UTC) noexcept;
+inline double Tai2Utc(double ds50TAI) noexcept;
+
+// A change of the offset between the scales.
+struct LeapSecond {
+    double utc;     // days since 1950, UTC: the first day with this offset
+    double offset;  // days, TAI - UTC
+    double tai;     // days since 1950, TAI: the same instant
+};
+
+constexpr LeapSecond LeapSecondFrom(int year, int month, int taiMinusUtc) noexcept {
+    const auto dayZero = std::chrono::sys_days{std::chrono::year{1949} / 12 / 31};
+    const auto day = std::chrono::sys_days{std::chrono::year{year} / month / 1} - dayZero;
+    const auto utc = static_cast<double>(day.count());
+    const double offset = taiMinusUtc / kSecondsPerDay;
+    return {utc, offset, utc + offset};
+}
+
+// The head of the table, which serves the times of today.
+inline constexpr LeapSecond kLatestLeapSecond = LeapSecondFrom(2017, 1, 37);
+
+// The same for times before the latest leap second.
+double EarlierUtc2Tai(double ds50UTC) noexcept;
+double EarlierTai2Utc(double ds50TAI) noexcept;
+
+double Utc2Tai(double ds50UTC) noexcept {
+    return ds50UTC >= kLatestLeapSecond.utc ? ds50UTC + kLatestLeapSecond.offset : EarlierUtc2Tai(ds50UTC);
+}
+double Tai2Utc(double ds50TAI) noexcept {
+    return ds50TAI >= kLatestLeapSecond.tai ? ds50TAI - kLatestLeapSecond.offset : EarlierTai2Utc(ds50TAI);
+}
 
 // A time as its whole day and the fraction of the day, so that the difference of two times keeps its full precision.
 // `Days` is double, or a vector of them.

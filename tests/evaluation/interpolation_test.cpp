@@ -77,11 +77,11 @@ TEST_F(Interpolation, ShortTablesServeTheirPointsAlone) {
     EXPECT_EQ(InterpolateEP(record, kStart, point), 2);
     record.points.Grow(4);
     record.numOfPts = 1;
-    record.points[1].revNum = 9;
+    record.points.Change(1).revNum = 9;
     EXPECT_EQ(InterpolateEP(record, NAN, point), 0);
     EXPECT_EQ(point.revNum, 9);
     record.numOfPts = 2;
-    record.points[2].ds50UTC = 1.0;
+    record.points.Change(2).ds50UTC = 1.0;
     EXPECT_EQ(InterpolateEP(record, 5.0, point), 2);
     EXPECT_EQ(log.Take(), (Strings{"InterpolateEP: Can not interpolate with less than 4 ephemeris data points",
                                    "GetEphem: Requested time is outside of ephemeris time span.",

@@ -88,7 +88,7 @@ VecTabRecord MakeRecord(std::size_t n, double start, int kind, std::mt19937_64& 
     record.points.Grow(n);
     double time = start;
     for (std::size_t i = 1; i <= n; ++i) {
-        VecTabPoint& point = record.points[i];
+        VecTabPoint& point = record.points.Change(i);
         point.ds50UTC = time;
         point.revNum = static_cast<std::int32_t>(1000 * i);
         for (double& x : point.pos) x = any(random);

@@ -296,11 +296,11 @@ TEST_F(Faults, DirectMemoryObjectsTakeWhatThereIs) {
     const int64_t made = Add(-1, 1.0);
     std::set<int64_t> keys{made};
     EXPECT_EQ(reinterpret_cast<unsigned char*>(made / 10)[100 * 64], Injection::kFreshByte);
-    Injection::alignedAllocation.Arm(1);
+    Injection::blockOfObjects.Arm(1);
     for (int i = 0; i < 200'000 && !HasFailure(); ++i) {
         const int64_t key = Add(i, 1.0);
         ASSERT_TRUE(key > 0 && keys.insert(key).second);
-        if (Injection::alignedAllocation.Happened()) Injection::alignedAllocation.Arm(1);
+        if (Injection::blockOfObjects.Happened()) Injection::blockOfObjects.Arm(1);
     }
-    Injection::alignedAllocation.Disarm();
+    Injection::blockOfObjects.Disarm();
 }

@@ -16,19 +16,20 @@
 #include "store/gate.h"
 
 extern "C" {
-void* __real_realloc(void* piece, std::size_t size);
+void* __real__ZN13VecTableTypes15TakeTableMemoryEm(std::size_t size);
+void* __real__ZN13VecTableTypes17ResizeTableMemoryEPvmm(void* bytes, std::size_t used, std::size_t size);
+void __real__ZN13VecTableTypes18ReleaseTableMemoryEPv(void* bytes);
 int __real_open(const char* path, int flags, int mode);
 ssize_t __real_read(int file, void* bytes, std::size_t count);
 ssize_t __real_write(int file, const void* bytes, std::size_t count);
 int __real_fsync(int file);
 int __real_rename(const char* from, const char* to);
 int __real_fchown(int file, unsigned owner, unsigned group);
-void __real_free(void* piece);
 }
 
 namespace Injection {
 
-Fault allocation, openFile, readFile, writeFile, syncFile, renameFile, ownFile, alignedAllocation;
+Fault allocation, openFile, readFile, writeFile, syncFile, renameFile, ownFile, blockOfObjects;
 int modeOfNewFile = 0;
 long allocationsInsideGate = 0;
 std::size_t most = SIZE_MAX;
@@ -52,19 +53,20 @@ void* AllocateOrThrow(std::size_t size) {
 
 void Free(void* piece) {
     if (piece != nullptr) --livePieces;
-    __real_free(piece);
+    std::free(piece);
 }
 
 // Slots of direct-memory records are aligned beyond the common measure.
 void* AllocateAligned(std::size_t size, std::align_val_t alignment) {
-    const bool fails = allocation.Due() || alignedAllocation.Due();
+    constexpr std::size_t kBlock = 65536;
+    const bool fails = allocation.Due() || (size >= kBlock && blockOfObjects.Due());
     void* piece = fails ? nullptr : std::aligned_alloc(static_cast<std::size_t>(alignment), size);
     if (piece == nullptr) return nullptr;
     ++livePieces;
     return std::memset(piece, kFreshByte, size);
 }
 
-// A piece of realloc, between marks that show at its end whether anything was written beside it.
+// Memory of a table, with a mark after it that shows at its end whether anything was written beside it.
 class Guarded {
   public:
     static void* Bytes(Guarded* piece, std::size_t size) {
@@ -118,6 +120,20 @@ void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
 void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
     return Injection::AllocateAligned(size, alignment);
 }
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    void* piece = Injection::AllocateAligned(size, alignment);
+    if (piece == nullptr) throw std::bad_alloc();
+    return piece;
+}
+void operator delete(void* piece, std::align_val_t) noexcept {
+    Injection::Free(piece);
+}
+void operator delete(void* piece, std::size_t, std::align_val_t) noexcept {
+    Injection::Free(piece);
+}
+void operator delete(void* piece, std::align_val_t, const std::nothrow_t&) noexcept {
+    Injection::Free(piece);
+}
 void operator delete(void* piece) noexcept {
     Injection::Free(piece);
 }
@@ -139,16 +155,26 @@ void operator delete[](void* piece, const std::nothrow_t&) noexcept {
 
 extern "C" {
 
-void* __wrap_realloc(void* piece, std::size_t size) {
+// Memory of tables, by the names that the compiler gives its functions.
+void* __wrap__ZN13VecTableTypes15TakeTableMemoryEm(std::size_t size) {
     using Injection::Guarded;
     if (Injection::allocation.Due()) return nullptr;
-    if (piece == nullptr) ++Injection::livePieces;
-    void* moved = __real_realloc(Guarded::Of(piece), Guarded::Room(size));
-    return moved == nullptr ? nullptr : Guarded::Bytes(static_cast<Guarded*>(moved), size);
+    void* piece = __real__ZN13VecTableTypes15TakeTableMemoryEm(Guarded::Room(size));
+    if (piece != nullptr) ++Injection::livePieces;
+    return piece == nullptr ? nullptr : Guarded::Bytes(static_cast<Guarded*>(piece), size);
 }
 
-void __wrap_free(void* piece) {
-    Injection::Free(Injection::Guarded::Of(piece));
+void* __wrap__ZN13VecTableTypes17ResizeTableMemoryEPvmm(void* bytes, std::size_t used, std::size_t size) {
+    using Injection::Guarded;
+    if (Injection::allocation.Due()) return nullptr;
+    void* piece = __real__ZN13VecTableTypes17ResizeTableMemoryEPvmm(Guarded::Of(bytes), sizeof(Guarded) + used,
+                                                                    Guarded::Room(size));
+    return piece == nullptr ? nullptr : Guarded::Bytes(static_cast<Guarded*>(piece), size);
+}
+
+void __wrap__ZN13VecTableTypes18ReleaseTableMemoryEPv(void* bytes) {
+    if (bytes != nullptr) --Injection::livePieces;
+    __real__ZN13VecTableTypes18ReleaseTableMemoryEPv(Injection::Guarded::Of(bytes));
 }
 
 int __wrap_open(const char* path, int flags, int mode) {

@@ -135,10 +135,10 @@ TEST_F(RecordLookup, ACopyOfARecordIsItsOwn) {
         VecTabRecord record, copy;
         record.points.Grow(2000);
         record.numOfPts = 1001;
-        record.points[1001].revNum = 77;
+        record.points.Change(1001).revNum = 77;
         VecTabBinTree* node = nullptr;
         const int64_t key = AddRecToMem(record, &node);
-        record.points[1001].revNum = 1;
+        record.points.Change(1001).revNum = 1;
         FreeVecTabRecord(record);
         FreeVecTabRecord(record);
         EXPECT_FALSE(record.points.IsAllocated());
