@@ -11,20 +11,28 @@ using VecTableTypes::kCovTerms;
 
 namespace {
 
-// `covTerms` is null when the point has no covariance.
+bool HasCovariance(const double* covTerms) noexcept {
+    return covTerms != nullptr && std::any_of(covTerms, covTerms + kCovTerms, [](double term) { return term != 0.0; });
+}
+
+// `covTerms` may be null.
 int32_t AddPoint(std::string_view call, int64_t satKey, double ds50UTC, const double* pos, const double* vel,
                  int32_t revNum, const double* covTerms) noexcept {
     return Guarded(call, kFailure, [&] {
         const VecTableTree::StoredRecord record(satKey);
         if (!record) return kFailure;
-        VecTableTypes::VecTabPoint point;
-        point.ds50UTC = ds50UTC;
-        std::copy_n(pos, 3, point.pos.begin());
-        std::copy_n(vel, 3, point.vel.begin());
-        point.revNum = revNum;
-        const bool covariance =
-            covTerms != nullptr && std::any_of(covTerms, covTerms + kCovTerms, [](double term) { return term != 0.0; });
-        VecTableCardReading::AddOneEpPoint(point, *record, covariance ? covTerms : nullptr);
+        VecTableTypes::VecTabPoint* point = VecTableCardReading::AddPointAt(ds50UTC, *record);
+        if (point == nullptr) return kSuccess;
+        for (std::size_t i = 0; i < 3; ++i) {
+            point->pos[i] = pos[i];
+            point->vel[i] = vel[i];
+        }
+        point->revNum = revNum;
+        if (HasCovariance(covTerms)) {
+            std::copy_n(covTerms, kCovTerms, point->cov.begin());
+        } else {
+            point->cov.fill(0.0);
+        }
         return kSuccess;
     });
 }

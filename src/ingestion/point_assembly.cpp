@@ -14,16 +14,23 @@ constexpr std::size_t kCapacityStep = 1000;  // points
 
 }  // namespace
 
-void AddOneEpPoint(const VecTabPoint& point, VecTabRecord& record, const double* covTerms) {
+VecTabPoint* AddPointAt(double ds50UTC, VecTabRecord& record) {
     const auto count = static_cast<std::size_t>(record.numOfPts);
-    const bool later = count == 0 || point.ds50UTC > record.points[count].ds50UTC;
-    if (later) {
-        VecTabPoint& added = record.points.Append(count, point);
-        if (covTerms != nullptr) std::copy_n(covTerms, added.cov.size(), added.cov.begin());
-        if (count == 0) record.epochDs50UTC = point.ds50UTC;
+    VecTabPoint* added = nullptr;
+    if (count == 0 || ds50UTC > record.points[count].ds50UTC) {
+        added = &record.points.Append(count, ds50UTC);
+        if (count == 0) record.epochDs50UTC = ds50UTC;
         ++record.numOfPts;
     }
     if (count >= record.points.Capacity()) record.points.Grow(record.points.Capacity() + kCapacityStep);
+    return added;
+}
+
+void AddOneEpPoint(const VecTabPoint& point, VecTabRecord& record, const double* covTerms) {
+    VecTabPoint* added = AddPointAt(point.ds50UTC, record);
+    if (added == nullptr) return;
+    *added = point;
+    if (covTerms != nullptr) std::copy_n(covTerms, added->cov.size(), added->cov.begin());
 }
 
 void SkipBadEphemPoint(std::string_view readerName, std::string_view badText) noexcept {

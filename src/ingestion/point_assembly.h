@@ -16,6 +16,9 @@ using VecTableTypes::VecTabRecord;
 // sets epochDs50UTC. On std::bad_alloc the record is as it was.
 VECTABLE_MODULE void AddOneEpPoint(const VecTabPoint& point, VecTabRecord& record, const double* covTerms = nullptr);
 
+// The same for a point that is yet to be written but for its time: its place, or null when it is dropped.
+VecTabPoint* AddPointAt(double ds50UTC, VecTabRecord& record);
+
 // Reports a line that a reader cannot use, in two entries of the log. Nothing stops.
 VECTABLE_MODULE void SkipBadEphemPoint(std::string_view readerName, std::string_view badText) noexcept;
 

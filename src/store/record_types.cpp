@@ -19,12 +19,6 @@ constexpr std::size_t Bytes(std::size_t points) noexcept {
     return points * sizeof(VecTabPoint);
 }
 
-PointArray::Span MeasureSpan(const VecTabPoint* points, std::size_t count) noexcept {
-    const double first = points[0].ds50UTC;
-    const double last = points[count - 1].ds50UTC;
-    return {first, last, count > 1 ? static_cast<double>(count - 1) / (last - first) : 0.0};
-}
-
 }  // namespace
 
 PointArray::PointArray(const PointArray& other)
@@ -57,14 +51,6 @@ PointArray::~PointArray() {
     Free();
 }
 
-VecTabPoint& PointArray::Append(std::size_t count, const VecTabPoint& point) {
-    if (count >= reserved_) Reserve(count + 1);
-    points_[count] = point;
-    made_ = std::max(made_, static_cast<std::uint32_t>(count + 1));
-    NoteLast(count);
-    return points_[count];
-}
-
 // In steps of a half, so that a table which has to move as it grows moves seldom.
 void PointArray::Reserve(std::size_t points) {
     constexpr std::size_t kFewest = 4;
@@ -82,17 +68,10 @@ void PointArray::MakeUpTo(std::size_t number) {
     made_ = static_cast<std::uint32_t>(number);
 }
 
-void PointArray::NoteLast(std::size_t index) noexcept {
-    const double time = points_[index].ds50UTC;
-    if (index == 0) {
-        span_ = {time, time, 0.0};
-    } else if (spanCount_ == index) {
-        span_.lastTime = time;
-        span_.pointsPerDay = static_cast<double>(index) / (time - span_.firstTime);
-    } else {
-        span_ = MeasureSpan(points_, index + 1);
-    }
-    spanCount_ = static_cast<std::uint32_t>(index + 1);
+PointArray::Span PointArray::MeasureSpan(std::size_t count) const noexcept {
+    const double first = points_[0].ds50UTC;
+    const double last = points_[count - 1].ds50UTC;
+    return {first, last, count > 1 ? static_cast<double>(count - 1) / (last - first) : 0.0};
 }
 
 void PointArray::Trim(std::size_t capacity) noexcept {
@@ -111,13 +90,8 @@ void PointArray::Free() noexcept {
     spanCount_ = made_ = capacity_ = reserved_ = 0;
 }
 
-const VecTabPoint& PointArray::operator[](std::size_t number) const noexcept {
-    static constexpr VecTabPoint kDefault{};
-    return number <= made_ ? points_[number - 1] : kDefault;
-}
-
 PointArray::Span PointArray::SpanOf(std::size_t count) const noexcept {
-    return spanCount_ == count ? span_ : MeasureSpan(points_, count);
+    return spanCount_ == count ? span_ : MeasureSpan(count);
 }
 
 void FreeVecTabRecord(VecTabRecord& record) noexcept {

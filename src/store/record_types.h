@@ -26,6 +26,8 @@ struct VecTabPoint {
     std::array<double, kCovTerms> cov{};  // lower triangle of a 6 x 6 covariance, row by row: (1,1), (2,1), (2,2), ...
 };
 
+inline constexpr VecTabPoint kDefaultPoint{};
+
 // The array of points that a record owns. Its capacity moves in the steps that its user asks for, and memory follows the
 // points: what lies between them and the capacity are default points, which come into being when somebody changes one.
 class VECTABLE_MODULE PointArray {
@@ -43,9 +45,15 @@ class VECTABLE_MODULE PointArray {
     // Adds default points up to the capacity given.
     void Grow(std::size_t capacity) noexcept { capacity_ = static_cast<std::uint32_t>(capacity); }
 
-    // Writes the point after the first `count`, which are there, and gives it back. The capacity is for the caller to grow.
-    // On std::bad_alloc the array is as it was.
-    VecTabPoint& Append(std::size_t count, const VecTabPoint& point);
+    // The place of the point after the first `count`, which are there: its time is set, the rest is for the caller to
+    // write. The capacity is for the caller to grow. On std::bad_alloc the array is as it was.
+    VecTabPoint& Append(std::size_t count, double ds50UTC) {
+        if (count >= reserved_) Reserve(count + 1);
+        if (count >= made_) made_ = static_cast<std::uint32_t>(count + 1);
+        points_[count].ds50UTC = ds50UTC;
+        NoteLast(count, ds50UTC);
+        return points_[count];
+    }
 
     // Cuts the array to its first points and hands the rest of its memory back.
     void Trim(std::size_t capacity) noexcept;
@@ -53,7 +61,9 @@ class VECTABLE_MODULE PointArray {
     void Free() noexcept;
 
     // Points are counted from 1, up to the capacity.
-    const VecTabPoint& operator[](std::size_t number) const noexcept;
+    const VecTabPoint& operator[](std::size_t number) const noexcept {
+        return number <= made_ ? points_[number - 1] : kDefaultPoint;
+    }
 
     // A point that is to be changed. On std::bad_alloc the array is as it was.
     VecTabPoint& Change(std::size_t number) {
@@ -78,7 +88,16 @@ class VECTABLE_MODULE PointArray {
   private:
     void Reserve(std::size_t points);
     void MakeUpTo(std::size_t number);
-    void NoteLast(std::size_t index) noexcept;
+    void NoteLast(std::size_t index, double time) noexcept {
+        if (index > 0 && spanCount_ == index) [[likely]] {
+            span_.lastTime = time;
+            span_.pointsPerDay = static_cast<double>(index) / (time - span_.firstTime);
+        } else {
+            span_ = MeasureSpan(index + 1);
+        }
+        spanCount_ = static_cast<std::uint32_t>(index + 1);
+    }
+    Span MeasureSpan(std::size_t count) const noexcept;
 
     VecTabPoint* points_ = nullptr;
     Span span_{};                  // of the first spanCount_ points

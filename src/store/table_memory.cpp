@@ -8,6 +8,7 @@
 #include <mutex>
 #include <new>
 #include <sys/mman.h>
+#include <unistd.h>
 #include <utility>
 
 // The address sanitizer watches over what lies between the tables.
@@ -24,7 +25,7 @@ namespace {
 constexpr std::size_t kMebibyte = std::size_t{1} << 20;
 constexpr std::size_t kUnit = 64;                  // bytes; the size of every block is a multiple
 constexpr std::size_t kRegion = 64 * kMebibyte;    // bytes
-constexpr std::size_t kLongTable = 4 * kMebibyte;  // from here on a table is a mapping of its own
+constexpr std::size_t kLongTable = 32 * kMebibyte;  // from here on a table is a mapping of its own
 constexpr std::size_t kLargePage = 2 * kMebibyte;
 constexpr std::size_t kLargePagesFrom = kRegion;  // below, the last page, which is seldom full, would weigh too much
 constexpr std::size_t kMostBytes = std::size_t{1} << 46;  // beyond any memory
@@ -237,10 +238,30 @@ void* ResizeMapping(Block* block, std::size_t size) noexcept {
     return block->Memory();
 }
 
+// Copies to fresh memory and gives the old pages back on the way, so that a long table is never there twice.
+void MovePages(std::byte* to, std::byte* from, std::size_t size) noexcept {
+    const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    while (size > 0) {
+        const std::size_t piece = std::min(size, kLargePage);
+        std::memcpy(to, from, piece);
+        std::byte* firstPage = from + -reinterpret_cast<std::uintptr_t>(from) % page;
+        std::byte* end = from + piece;
+        const std::size_t whole = (end > firstPage ? static_cast<std::size_t>(end - firstPage) : 0) / page * page;
+        if (whole > 0) ::madvise(firstPage, whole, MADV_DONTNEED);
+        to += piece;
+        from += piece;
+        size -= piece;
+    }
+}
+
 void* MoveTo(std::size_t bytes, void* old, std::size_t used) noexcept {
     void* moved = TakeTableMemory(bytes);
     if (moved == nullptr) return nullptr;
-    std::memcpy(moved, old, used);
+    if (BlockOf(moved)->IsMapping()) {
+        MovePages(static_cast<std::byte*>(moved), static_cast<std::byte*>(old), used);
+    } else {
+        std::memcpy(moved, old, used);
+    }
     ReleaseTableMemory(old);
     return moved;
 }

@@ -1,0 +1,79 @@
+#include "store/table_memory.h"
+
+#include <algorithm>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <random>
+#include <string>
+#include <vector>
+
+using namespace VecTableTypes;
+
+namespace {
+
+// A piece of memory, all of its bytes the same.
+struct Piece {
+    unsigned char* bytes;
+    std::size_t size;
+    unsigned char fill;
+
+    Piece(void* memory, std::size_t length, unsigned char value)
+        : bytes(static_cast<unsigned char*>(memory)), size(length), fill(value) {
+        std::fill_n(bytes, size, fill);
+    }
+    bool IsWhole(std::size_t length) const {
+        return std::all_of(bytes, bytes + length, [&](unsigned char byte) { return byte == fill; });
+    }
+};
+
+std::size_t Mappings() {
+    std::ifstream file("/proc/self/maps");
+    std::size_t count = 0;
+    for (std::string line; std::getline(file, line);) ++count;
+    return count;
+}
+
+}  // namespace
+
+// Whatever is taken, resized and given back, no piece touches another one.
+TEST(TableMemory, ARandomWalkKeepsEveryPieceItsOwn) {
+    const unsigned seed = std::random_device()();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    const std::size_t before = Mappings();
+    std::vector<Piece> pieces;
+    const auto anySize = [&] { return std::size_t{1} << (random() % 23); };
+    for (int step = 0; step < 4000 && !testing::Test::HasFailure(); ++step) {
+        const auto fill = static_cast<unsigned char>(random());
+        if (pieces.empty() || random() % 5 < 2) {
+            const std::size_t size = anySize() + random() % 300;
+            void* memory = TakeTableMemory(size);
+            ASSERT_NE(memory, nullptr);
+            ASSERT_EQ(reinterpret_cast<std::uintptr_t>(memory) % 16, 0U);
+            pieces.emplace_back(memory, size, fill);
+            continue;
+        }
+        std::swap(pieces[random() % pieces.size()], pieces.back());
+        Piece& piece = pieces.back();
+        ASSERT_TRUE(piece.IsWhole(piece.size));
+        if (random() % 2 == 0) {
+            ReleaseTableMemory(piece.bytes);
+            pieces.pop_back();
+        } else {
+            const std::size_t size = random() % 2 == 0 ? 1 + random() % piece.size : piece.size + anySize();
+            const std::size_t used = std::min(size, piece.size);
+            void* moved = ResizeTableMemory(piece.bytes, used, size);
+            ASSERT_TRUE(moved != nullptr && (size > piece.size || moved == piece.bytes));
+            piece.bytes = static_cast<unsigned char*>(moved);
+            ASSERT_TRUE(piece.IsWhole(used));
+            piece = Piece(moved, size, fill);
+        }
+    }
+    for (const Piece& piece : pieces) {
+        EXPECT_TRUE(piece.IsWhole(piece.size));
+        ReleaseTableMemory(piece.bytes);
+    }
+    EXPECT_LE(Mappings(), before + 2);  // one region is kept
+    ReleaseTableMemory(nullptr);
+    EXPECT_EQ(TakeTableMemory(SIZE_MAX), nullptr);
+}
