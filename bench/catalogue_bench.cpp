@@ -240,6 +240,13 @@ int main(int argc, char** argv) {
     RegisterAll("Many", many, manyArrays);
     RegisterAll("One", one, oneArrays);
     RegisterAll("Long", longTable, longArrays);
+    Register("OfOneSingle", one.Requests(), [&] { AskSingly(one.directKeys, one.times, true); });
+    Register("OfOneBatch", one.Requests(), [&] {
+        for (const double t : one.times) {
+            VecBatchPairs(1, one.directKeys.data(), &t, oneArrays.states.data(), oneArrays.covs.data(),
+                          oneArrays.revNums.data(), nullptr);
+        }
+    });
     Register("ManyPlain", many.Requests(), [&] { RunPlain(many); });
     Register("ManyStagedCov", many.Requests(), [&] { RunStaged<true>(many, manyArrays); });
     Register("ManyStaged", many.Requests(), [&] { RunStaged<false>(many, manyArrays); });
@@ -266,5 +273,6 @@ int main(int argc, char** argv) {
          {"the same, without covariance", "OneBatch", "OneSingle", 0.6},
          {"10^6 points, random times, batch beside single, cov", "LongCovBatch", "LongCovSingle", 0.6},
          {"the same, without covariance", "LongBatch", "LongSingle", 0.6},
+         {"a batch of one beside a single call, with covariance", "OfOneBatch", "OfOneSingle", 1.3},
          {"two threads, half the batch each (speed-up 1.8)", "ManyTwoThreads", "ManyCovBatch", 0.556}});
 }

@@ -5,10 +5,14 @@
 #include <array>
 #include <benchmark/benchmark.h>
 #include <charconv>
+#include <chrono>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <memory>
+#include <string>
 #include <unistd.h>
 
 #include "dot_e_file.h"
@@ -87,19 +91,60 @@ void Bare(benchmark::State& state, long points) {
         benchmark::Counter(file.Megabytes() * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
 }
 
+// A list of many files, the time of a line.
+void LoadList(benchmark::State& state, const std::string& list, long lines) {
+    VecHostSetElsetKeyMode(1);
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        if (VecTabLoadFile(list.c_str()) != 0) state.SkipWithError("not loaded");
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+        if (VecTabGetCount() * 200L != lines) state.SkipWithError("not all loaded");
+        VecTabRemoveAllSats();
+        state.SetIterationTime(taken.count() / static_cast<double>(lines));
+    }
+    VecHostSetElsetKeyMode(0);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     VecHostSetTraceSink(nullptr, nullptr);
+    constexpr long kFiles = 4000;
+    const DotEFile small(200);
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / "vectable_load_bench";
+    std::filesystem::create_directories(folder);
+    const std::string list = folder / "list.txt";
+    std::ofstream listed(list);
+    for (long i = 0; i < kFiles; ++i) {
+        const std::filesystem::path copy = folder / (std::to_string(10000 + i) + ".e");
+        std::filesystem::copy_file(small.Path(), copy, std::filesystem::copy_options::overwrite_existing);
+        listed << "EPHFIL = " << copy.string() << '\n';
+    }
+    listed.close();
+    const auto listRun = [&](benchmark::State& state) { LoadList(state, list, kFiles * 200); };
+    benchmark::RegisterBenchmark("List", listRun)->UseManualTime()->Iterations(1);
+    const auto oneRun = [](benchmark::State& state) {
+        for (auto _ : state) {
+            const auto start = std::chrono::steady_clock::now();
+            if (VecTabLoadFile(FileOf(kFiles * 200).Path()) != 0) state.SkipWithError("not loaded");
+            const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+            VecTabRemoveAllSats();
+            state.SetIterationTime(taken.count() / (kFiles * 200));
+        }
+    };
+    benchmark::RegisterBenchmark("ListAsOneFile", oneRun)->UseManualTime()->Iterations(1);
     for (const long points : {100'000L, 1'000'000L, 4'000'000L}) {
         const std::string suffix = "_" + std::to_string(points);
         benchmark::RegisterBenchmark(("Load" + suffix).c_str(), Load, points)->Unit(benchmark::kMillisecond);
         benchmark::RegisterBenchmark(("Bare" + suffix).c_str(), Bare, points)->Unit(benchmark::kMillisecond);
     }
-    return RunWithRatios(
+    const int exitStatus = RunWithRatios(
         argc, argv,
         {{"Dot-E, 10^6 lines, ms", "Load_1000000", "Bare_1000000", 1.6},
          {"Dot-E, 10^6 lines beside 10 times 10^5, ms", "Load_1000000", "Load_100000", 11.5},
          {"Dot-E, 4*10^6 lines beside 40 times 10^5, ms", "Load_4000000", "Load_100000", 46.0},
-         {"  the bare pass, 4*10^6 lines beside 40 times 10^5, ms", "Bare_4000000", "Bare_100000", 0.0}});
+         {"  the bare pass, 4*10^6 lines beside 40 times 10^5, ms", "Bare_4000000", "Bare_100000", 0.0},
+         {"4,000 files of 200 lines beside one of as many, ns a line", "List", "ListAsOneFile", 1.5}});
+    std::filesystem::remove_all(folder);
+    return exitStatus;
 }

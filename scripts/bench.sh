@@ -12,7 +12,7 @@ log=build/release/bench.log
 : >"$log"
 
 title=
-for question in evaluation store load format; do
+for question in catalogue evaluation store load format; do
     "$bin/${question}_bench" --benchmark_repetitions=5 --benchmark_min_time=0.2 2>>"$log" | sed "${title:+1d}"
     title=printed
 done
@@ -30,3 +30,5 @@ printf '%-58s %12d\n' "instructions of a loaded Dot-E line" $(((longer - shorter
 echo
 "$bin/memory_report" load 1000000
 "$bin/memory_report" save 2000
+"$bin/memory_report" calls 20000
+"$bin/memory_report" mappings 100000

@@ -67,7 +67,7 @@ struct Block {
 
     void FindTables() noexcept {
         VecTableTree::FindRecords({keys.data(), records}, {found.data(), records});
-        for (std::size_t i = 0; i < records; ++i) tables[i] = found[i] == nullptr ? Table() : Table(*found[i]);
+        for (std::size_t i = 0; i < records; ++i) tables[i] = found[i] == nullptr ? Table{} : Table(*found[i]);
     }
 };
 

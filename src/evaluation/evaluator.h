@@ -20,11 +20,11 @@ inline constexpr double kSameTime = 1e-12;                                      
 inline constexpr double kSpacingLimit = 61.0 / VecTableSupport::kMinutesPerDay;  // days, mean over the stencil
 inline constexpr double kEndTolerance = 0.0005;                                  // s
 
-// A table under evaluation. Points are counted from 1.
+// A table under evaluation. Points are counted from 1. Table{} is none; Table as it stands costs a block of them nothing.
 struct Table {
-    const VecTabPoint* points = nullptr;
-    std::size_t count = 0;
-    VecTableTypes::PointArray::Span span{};
+    const VecTabPoint* points;
+    std::size_t count;
+    VecTableTypes::PointArray::Span span;
 
     Table() noexcept = default;
     explicit Table(const VecTabRecord& record) noexcept {
