@@ -173,7 +173,7 @@ int main(int argc, char** argv) {
     Register("DirectTwoThreads", direct, Ask, 2);
     Register("Index", tree, AskIndex);
     return RunWithRatios(argc, argv,
-                         {{"state and covariance, 1440 points, tree, ns", "Tree", "Packed", 1.45},
+                         {{"state and covariance, 1440 points, tree, ns", "Tree", "Packed", 1.35},
                           {"the same, direct memory, ns", "Direct", "Packed", 1.3},
                           {"the same, 10^6 points, ns", "Long", "LongPacked", 1.5},
                           {"uneven table, beside plain bisection and kernel, ns", "Uneven", "UnevenPlain", 1.0},

@@ -1,4 +1,4 @@
-// What does loading a text ephemeris cost beside a bare pass over its numbers, and does it stay level with its length?
+// What does loading a text ephemeris cost beside a bare pass over its numbers, at any length, in one file and in many?
 #include <vectable/host.h>
 #include <vectable/vectable.h>
 
@@ -140,10 +140,9 @@ int main(int argc, char** argv) {
     }
     const int exitStatus = RunWithRatios(
         argc, argv,
-        {{"Dot-E, 10^6 lines, ms", "Load_1000000", "Bare_1000000", 1.6},
-         {"Dot-E, 10^6 lines beside 10 times 10^5, ms", "Load_1000000", "Load_100000", 11.5},
-         {"Dot-E, 4*10^6 lines beside 40 times 10^5, ms", "Load_4000000", "Load_100000", 46.0},
-         {"  the bare pass, 4*10^6 lines beside 40 times 10^5, ms", "Bare_4000000", "Bare_100000", 0.0},
+        {{"Dot-E, 10^5 lines, ms", "Load_100000", "Bare_100000", 1.6},
+         {"the same, 10^6 lines", "Load_1000000", "Bare_1000000", 1.6},
+         {"the same, 4*10^6 lines", "Load_4000000", "Bare_4000000", 1.6},
          {"4,000 files of 200 lines beside one of as many, ns a line", "List", "ListAsOneFile", 1.5}});
     std::filesystem::remove_all(folder);
     return exitStatus;

@@ -1,7 +1,9 @@
-// How much memory do a load and a save take at their peak?
+// How much memory do a load and a save take at their peak, and a store that is filled?
 //
 //     memory_report load POINTS      beside the points themselves
 //     memory_report save RECORDS     of 1440 points each
+//     memory_report calls TABLES     of 200 points each, built by calls, beside the points themselves
+//     memory_report mappings TABLES  of 200 points each, loaded: mappings of the process
 #include <vectable/host.h>
 #include <vectable/vectable.h>
 

@@ -16,8 +16,28 @@ class MedianCollector : public benchmark::ConsoleReporter {
         ConsoleReporter::ReportRuns(runs);
     }
 
+    double MedianOf(const std::string& name) const {
+        const auto found = medians.find(name);
+        return found == medians.end() ? 0.0 : found->second;
+    }
+
     std::map<std::string, double> medians;
 };
+
+void Print(const Question& q, double figure, double floor) {
+    std::printf("%-58s %12.1f", q.text.c_str(), figure);
+    if (q.floor.empty()) {
+        std::printf(" %12s %7s", "-", "-");
+    } else {
+        std::printf(" %12.1f %7.2f", floor, figure / floor);
+    }
+    if (q.goal == 0.0) {
+        std::printf(" %6s\n", "-");
+    } else {
+        const bool met = (q.floor.empty() ? figure : figure / floor) <= q.goal;
+        std::printf(" %6g %s\n", q.goal, met ? "met" : "NOT MET");
+    }
+}
 
 }  // namespace
 
@@ -37,22 +57,18 @@ int RunWithRatios(int argc, char** argv, const std::vector<Question>& questions)
     benchmark::RunSpecifiedBenchmarks(&reporter);
 
     std::printf("%-58s %12s %12s %7s %6s\n", "question", "figure", "floor", "ratio", "goal");
+    const std::string filter = benchmark::GetBenchmarkFilter();
+    const bool all = filter.empty() || filter == "." || filter == "all";
+    int exitStatus = 0;
     for (const Question& q : questions) {
-        const double figure = reporter.medians[q.subject];
-        const double floor = q.floor.empty() ? 0.0 : reporter.medians[q.floor];
-        if (figure == 0.0 || (floor == 0.0 && !q.floor.empty())) continue;
-        std::printf("%-58s %12.1f", q.text.c_str(), figure);
-        if (floor == 0.0) {
-            std::printf(" %12s %7s", "-", "-");
-        } else {
-            std::printf(" %12.1f %7.2f", floor, figure / floor);
-        }
-        if (q.goal == 0.0) {
-            std::printf(" %6s\n", "-");
-        } else {
-            const bool met = (floor == 0.0 ? figure : figure / floor) <= q.goal;
-            std::printf(" %6g %s\n", q.goal, met ? "met" : "NOT MET");
+        const double figure = reporter.MedianOf(q.subject);
+        const double floor = q.floor.empty() ? 1.0 : reporter.MedianOf(q.floor);
+        if (figure > 0.0 && floor > 0.0) {
+            Print(q, figure, floor);
+        } else if (all) {
+            std::fprintf(stderr, "no figure of %s or %s\n", q.subject.c_str(), q.floor.c_str());
+            exitStatus = 1;
         }
     }
-    return 0;
+    return exitStatus;
 }

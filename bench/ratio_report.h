@@ -12,4 +12,6 @@ struct Question {
     double goal;          // the highest ratio wanted, or the highest figure; 0 for a question without a goal
 };
 
+// 0, or 1 with a message when a benchmark that a question names has no figure, be it misspelt or failed. A filter on the
+// command line leaves out questions.
 int RunWithRatios(int argc, char** argv, const std::vector<Question>& questions);

@@ -13,7 +13,8 @@ log=build/release/bench.log
 
 title=
 for question in catalogue evaluation store load format; do
-    "$bin/${question}_bench" --benchmark_repetitions=5 --benchmark_min_time=0.2 2>>"$log" | sed "${title:+1d}"
+    "$bin/${question}_bench" --benchmark_repetitions=5 --benchmark_min_time=0.2 >"$log.table" 2>>"$log"
+    sed "${title:+1d}" "$log.table"
     title=printed
 done
 
@@ -25,7 +26,9 @@ count_instructions() {
 evaluations=$(count_instructions VecTabDs50UTCCovMtx evaluate 10000)
 shorter=$(count_instructions VecTabLoadFile load 10000)
 longer=$(count_instructions VecTabLoadFile load 20000)
+batch=$(count_instructions VecBatchGrid batch 10000)
 printf '\n%-58s %12d\n' "instructions of a state with covariance" $((evaluations / 10000))
+printf '%-58s %12d\n' "the same, in a batch" $((batch / 10000))
 printf '%-58s %12d\n' "instructions of a loaded Dot-E line" $(((longer - shorter) / 10000))
 echo
 "$bin/memory_report" load 1000000
