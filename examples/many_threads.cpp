@@ -3,19 +3,16 @@
 //
 //     many_threads [THREADS] [FILE...]
 //
-// Without files it takes three of the samples, from the root of the source tree. Prints a line for each satellite, the
-// closest approach of the first two at common times, every ten seconds, and whether all results are, bit for bit, those
-// of one thread.
+// Without files it takes three of the samples, from the root of the source tree. Prints a line for each satellite, and
+// whether all results are, bit for bit, those of one thread.
 #include <vectable/vectable.h>
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -26,7 +23,6 @@
 namespace {
 
 constexpr int kRequestsPerSatellite = 20000;
-constexpr double kScreeningStep = 10.0 / 86400.0;
 
 struct Request {
     int64_t key;
@@ -45,7 +41,6 @@ static_assert(sizeof(Result) == 7 * sizeof(double) + 2 * sizeof(int32_t), "resul
 struct Satellite {
     int64_t key;
     int32_t number;
-    int32_t frame;
     double start;
     double end;
 };
@@ -55,11 +50,11 @@ struct Satellite {
 }
 
 Satellite Describe(int64_t key) {
-    Satellite s{key, 0, 0, 0.0, 0.0};
-    int32_t numOfPts;
+    Satellite s{key, 0, 0.0, 0.0};
+    int32_t frame, numOfPts;
     double epoch, ae, ke, pos[3], vel[3];
     char satName[8], ephemName[128], filePath[512];
-    if (VecTabGetAllFields(key, &s.number, satName, ephemName, &epoch, &ae, &ke, pos, vel, &s.frame, &numOfPts,
+    if (VecTabGetAllFields(key, &s.number, satName, ephemName, &epoch, &ae, &ke, pos, vel, &frame, &numOfPts,
                            filePath) != 0 ||
         VecTabStartEndTime(key, &s.start, &s.end) != 0) {
         Fail("a record without points");
@@ -111,40 +106,9 @@ std::vector<Result> EvaluateOnThreads(const std::vector<Request>& requests, std:
     return results;
 }
 
-double Distance(const Satellite& a, const Satellite& b, double time) {
-    double mse, posA[3], posB[3], vel[3];
-    int32_t revNum;
-    if (VecTabDs50UTC(a.key, time, &mse, posA, vel, &revNum) != 0 ||
-        VecTabDs50UTC(b.key, time, &mse, posB, vel, &revNum) != 0) {
-        Fail("no state at a common time");
-    }
-    return std::hypot(posA[0] - posB[0], posA[1] - posB[1], posA[2] - posB[2]);
-}
-
-void Screen(const Satellite& a, const Satellite& b) {
-    const double start = std::max(a.start, b.start);
-    const double end = std::min(a.end, b.end);
-    if (a.frame != b.frame || start > end) {
-        std::printf("satellites %d and %d have no frame or no time in common\n", a.number, b.number);
-        return;
-    }
-    double closest = std::numeric_limits<double>::infinity();
-    double closestTime = start;
-    for (int i = 0; start + i * kScreeningStep <= end; ++i) {
-        const double time = start + i * kScreeningStep;
-        const double distance = Distance(a, b, time);
-        if (distance < closest) {
-            closest = distance;
-            closestTime = time;
-        }
-    }
-    std::printf("satellites %d and %d  closest %.6f km at %.8f\n", a.number, b.number, closest, closestTime);
-}
-
 void Run(std::size_t threads, std::span<const char* const> files) {
     const std::vector<Satellite> satellites = Load(files);
     if (satellites.empty()) Fail("no ephemeris in the files");
-    if (satellites.size() > 1) Screen(satellites[0], satellites[1]);
 
     const std::vector<Request> requests = MakeRequests(satellites);
     const std::vector<Result> results = EvaluateOnThreads(requests, threads);

@@ -3,7 +3,7 @@
 # there.
 set -eu
 
-packages="g++ gcc make cmake ninja-build git pkg-config python3
+packages="g++ gcc make cmake ninja-build git pkg-config python3 python3-numpy
     libgtest-dev libgmock-dev libbenchmark-dev liberfa-dev relacy-dev locales
     libcli11-dev gnuplot-nox clang-format clang-tidy valgrind $*"
 

@@ -10,6 +10,8 @@ import subprocess
 import tempfile
 import unittest
 
+import numpy as np
+
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PROGRAMS = pathlib.Path(os.environ["EXAMPLES_BIN"]).resolve()
 TWO_SEGMENTS = ROOT / "tests/examples/two_segments.oem"
@@ -197,14 +199,6 @@ class OemTable(Client):
 
 
 class ManyThreads(Client):
-    def write_circle(self, folder, name, radius, phase):
-        path = pathlib.Path(folder) / name
-        states = [(60 * i, *circle(radius, 60.0 * i, 0.0, phase)) for i in range(61)]
-        points = [" ".join(f"{x:.9f}" for x in [t, *pos, *vel]) for t, pos, vel in states]
-        head = ["stk.v.4", "ScenarioEpoch 1 Mar 2026 00:00:00.000", "DistanceUnit Kilometers", "EphemerisTimePosVel"]
-        path.write_text("\n".join(head + points) + "\n")
-        return path
-
     def test_samples(self):
         lines = self.lines("many_threads")
         self.assertRegex(lines[-1], r"^60000 requests  [1-9]\d* threads  same bits as one thread$")
@@ -216,27 +210,60 @@ class ManyThreads(Client):
                 lines = self.lines("many_threads", threads)
                 self.assertEqual(lines[-1], f"60000 requests  {threads} threads  same bits as one thread")
 
-    def test_closest_approach(self):
-        """The inner satellite passes below the outer one after half an hour."""
-        lead = (math.sqrt(MU / 7000.0**3) - math.sqrt(MU / 8000.0**3)) * 1800.0
-        with tempfile.TemporaryDirectory() as folder:
-            inner = self.write_circle(folder, "20001_inner.e", 7000.0, 0.0)
-            outer = self.write_circle(folder, "20002_outer.e", 8000.0, lead)
-            lines = self.lines("many_threads", 3, inner, outer)
-        time = days(datetime.datetime(2026, 3, 1, 0, 30))
-        self.assertEqual(lines[2], f"satellites 20001 and 20002  closest 1000.000000 km at {time:.8f}")
-        self.assertEqual(lines[3], "40000 requests  3 threads  same bits as one thread")
-
-    def test_nothing_in_common(self):
-        lines = self.lines("many_threads", 2, "examples/samples/10001_leo.e", "examples/samples/ecr.txt")
-        self.assertRegex(lines[2], r"^satellites 10001 and \d+ have no frame or no time in common$")
-
     def test_errors(self):
         for arguments, words in [(["missing.e"], "missing.e cannot be loaded"), ([TWO_SEGMENTS], "no ephemeris")]:
             with self.subTest(words):
                 done = run("many_threads", 2, *arguments)
                 self.assertEqual(done.returncode, 1)
                 self.assertIn(words, done.stderr)
+
+
+class Screening(Client):
+    SATELLITES = 300
+    STEPS = np.arange(1440) * 10.0
+
+    def positions(self, satellites, seconds):
+        """Of satellites (n) at times (m), an array (n, m, 3)."""
+        radius = 6800 + 800 * (satellites * 0.7548776662466927 % 1)
+        inclination = math.pi / 2 * (satellites * 0.5698402909980532 % 1)
+        node = 2 * math.pi * (satellites * 0.6180339887498949 % 1)
+        phase = 2 * math.pi * (satellites * 0.4142135623730950 % 1)
+        angle = phase[:, None] + np.sqrt(MU / radius**3)[:, None] * seconds
+        along, across = np.cos(angle), np.sin(angle) * np.cos(inclination)[:, None]
+        c, s = np.cos(node)[:, None], np.sin(node)[:, None]
+        north = np.sin(angle) * np.sin(inclination)[:, None]
+        return radius[:, None, None] * np.stack([along * c - across * s, along * s + across * c, north], axis=-1)
+
+    def closest_pairs(self):
+        """Of all pairs within 20 km: time, numbers and distance, the closest first."""
+        everyone = self.positions(np.arange(self.SATELLITES), self.STEPS)
+        found = []
+        for a in range(self.SATELLITES):
+            apart = np.linalg.norm(everyone[a + 1 :] - everyone[a], axis=-1)
+            for b in a + 1 + np.flatnonzero((apart < 100.0).any(axis=1)):
+                near = self.STEPS[apart[b - a - 1] < 100.0]
+                seconds = np.unique((near[:, None] + np.linspace(-5.0, 5.0, 1001)).round(2))
+                two = self.positions(np.array([a, b]), seconds)
+                distances = np.linalg.norm(two[0] - two[1], axis=-1)
+                if distances.min() < 20.0:
+                    found.append((seconds[distances.argmin()], a, b, distances.min()))
+        return sorted(found, key=lambda approach: approach[3])
+
+    def test_all_pairs(self):
+        wanted = self.closest_pairs()
+        self.assertGreater(len(wanted), 5)
+        for threads in [1, 2, 5]:
+            lines = self.lines("screening", self.SATELLITES, threads)
+            self.assertIn(f"pairs within 20 km: {len(wanted)}, the closest of them", lines)
+            for line, (time, a, b, distance) in zip(lines[10:-1], wanted, strict=True):
+                words = line.split()
+                self.assertEqual([words[3], words[5]], [str(a), str(b)])
+                self.assert_near([float(words[0]), float(words[6])], [time, distance], 0.02)
+            self.assertEqual(lines[-1].split(";")[0].split(" in ")[0], f"432000 states on {threads} threads")
+
+    def test_errors(self):
+        for arguments in [["1"], ["10", "0"], ["10", "2", "3"], ["many"]]:
+            self.assertEqual(run("screening", *arguments).returncode, 1)
 
 
 class DirectMemory(Client):
