@@ -1,8 +1,13 @@
 // Any calls of creation and query, with any numbers.
+#include <vectable/batch.h>
 #include <vectable/host.h>
 #include <vectable/vectable.h>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
+#include <compare>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -58,21 +63,62 @@ void Create(Input& input, uint8_t call) {
     }
 }
 
+double AnyTime(Input& input, int64_t key) {
+    double start = 0.0, end = 0.0;
+    VecTabStartEndTime(key, &start, &end);
+    const auto part = input.Take<uint16_t>();
+    return part % 4 != 0 ? start + part / 65535.0 * (end - start) : input.Take<double>();
+}
+
 void Query(Input& input, uint8_t call) {
     std::array<double, 128> all;
     std::array<double, 36> matrix;
     std::array<double, 3> pos, vel;
-    double time = 0.0, start = 0.0, end = 0.0;
+    double time = 0.0;
     int32_t revNum = 0;
     const int64_t key = AnyKey(input);
-    VecTabStartEndTime(key, &start, &end);
-    const auto part = input.Take<uint16_t>();
-    const double value = part % 2 == 0 ? start + part / 65535.0 * (end - start) : input.Take<double>();
+    const double value = AnyTime(input, key);
     if (call % 4 == 0) VecTabXten(key, input.Take<int32_t>() % 5, value, all.data());
     if (call % 4 == 1) VecTabDs50UTCCovMtx(key, value, &time, pos.data(), vel.data(), &revNum, matrix.data());
     if (call % 4 == 2) VecTabMseCovMtx(key, value, &time, pos.data(), vel.data(), &revNum, matrix.data());
     if (call % 4 == 3)
         VecTabGetCovMtx(key, input.Take<int32_t>(), &time, pos.data(), vel.data(), &revNum, matrix.data());
+}
+
+// A state of a batch has the bits of the single call, and NaN stands where the single call fails.
+void CompareWithSingle(int64_t key, double time, const double* state, const double* cov, int32_t revNum,
+                       uint8_t outcome) {
+    std::array<double, 128> single;
+    const bool failed = VecTabXten(key, 2, time, single.data()) != 0;
+    const bool same = failed ? std::isnan(state[0]) && std::isnan(state[5]) && std::isnan(cov[20]) && revNum == 0
+                             : std::memcmp(state, &single[2], 6 * sizeof(double)) == 0 &&
+                                   std::memcmp(cov, &single[9], 21 * sizeof(double)) == 0 && revNum == single[8];
+    if (!same || failed != (outcome != VEC_BATCH_STATE)) std::abort();
+}
+
+void AskBatch(Input& input) {
+    const auto numKeys = input.Take<uint8_t>() % 5U, numTimes = input.Take<uint8_t>() % 70U;
+    std::vector<int64_t> asked;
+    std::vector<double> times;
+    for (unsigned i = 0; i < numKeys; ++i) asked.push_back(AnyKey(input));
+    for (unsigned i = 0; i < numTimes; ++i) times.push_back(AnyTime(input, asked.empty() ? 0 : asked.front()));
+    if (input.Take<uint8_t>() % 2 == 0)
+        std::sort(times.begin(), times.end(), [](double a, double b) { return std::strong_order(a, b) < 0; });
+    const size_t count = asked.size() * times.size();
+    std::vector<double> states(count * 6), covs(count * 21);
+    std::vector<int32_t> revNums(count);
+    std::vector<uint8_t> outcomes(count);
+    VecBatchGrid(numKeys, asked.data(), numTimes, times.data(), states.data(), covs.data(), revNums.data(),
+                 outcomes.data());
+    for (size_t i = 0; i < count; ++i) {
+        CompareWithSingle(asked[i / times.size()], times[i % times.size()], &states[i * 6], &covs[i * 21], revNums[i],
+                          outcomes[i]);
+    }
+    asked.resize(std::min(asked.size(), times.size()));
+    VecBatchPairs(static_cast<int64_t>(asked.size()), asked.data(), times.data(), states.data(), nullptr, nullptr,
+                  outcomes.data());
+    VecBatchGrid(input.Take<int64_t>(), nullptr, input.Take<int64_t>(), nullptr, nullptr, nullptr, nullptr, nullptr);
+    VecBatchPairs(input.Take<int64_t>(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
 }
 
 void Manage(Input& input, uint8_t call) {
@@ -99,7 +145,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     while (!input.AtEnd()) {
         const auto call = input.Take<uint8_t>();
         if (call < 120) Create(input, call);
-        if (call >= 120 && call < 220) Query(input, call);
+        if (call >= 120 && call < 200) Query(input, call);
+        if (call >= 200 && call < 220) AskBatch(input);
         if (call >= 220) Manage(input, call);
     }
     VecTabRemoveAllSats();
