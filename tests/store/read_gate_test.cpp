@@ -1,5 +1,8 @@
 #include "store/read_gate.h"
 
+#include <vectable/batch.h>
+
+#include <cmath>
 #include <gtest/gtest.h>
 #include <random>
 #include <thread>
@@ -98,6 +101,29 @@ TEST_F(StoreTest, NeitherReadersNorWritersStarve) {
     }
 }
 
+// A batch leaves the gate between its blocks: a removal gets through while one is under way.
+TEST_F(StoreTest, AWriterPassesBetweenTheBlocksOfABatch) {
+    constexpr int64_t kTimes = 200'000;
+    const std::vector<double> times(kTimes, 100.0);
+    std::vector<double> states(6 * kTimes);
+    bool passed = false;
+    for (int attempt = 0; attempt < 100 && !passed; ++attempt) {
+        const int64_t key = Add(1, 100.0);
+        Append(key, 100.0);
+        std::atomic<bool> done{false};
+        int64_t without = 0;
+        std::thread reader([&] {
+            without = VecBatchGrid(1, &key, kTimes, times.data(), states.data(), nullptr, nullptr, nullptr);
+            done = true;
+        });
+        while (!done && gate.Readers() == 0) std::this_thread::yield();
+        VecTabRemoveSat(key);
+        reader.join();
+        passed = without > 0 && without < kTimes;
+    }
+    EXPECT_TRUE(passed);
+}
+
 // Real calls side by side. A record holds one number throughout, so that a mixture of two would show.
 TEST_F(StoreTest, EveryAnswerIsOneThatSomeOrderOfTheCallsAllows) {
     for (const int mode : {0, 1}) {
@@ -112,6 +138,8 @@ TEST_F(StoreTest, EveryAnswerIsOneThatSomeOrderOfTheCallsAllows) {
         const auto evaluate = [&] {
             State state;
             std::vector<int64_t> keys(100);
+            const std::vector<double> times(100, 100.0 + 12.5 / 1440.0), starts(100, 27395.0);
+            std::vector<double> states(600);
             std::mt19937_64 random(1);
             while (!stop) {
                 expect(AskByMinutes(kept, 12.5, state) == 0 && state.pos == Vector{1.0, 1.0, 1.0});
@@ -121,6 +149,12 @@ TEST_F(StoreTest, EveryAnswerIsOneThatSomeOrderOfTheCallsAllows) {
                 // In direct-memory mode a record must not be removed while it is used: stale keys are not asked there.
                 const int64_t passing = mode == 0 ? latest.load() : -1;
                 if (AskByIndex(passing, 3, state) == 0) expect(state.pos[0] >= 1 && state.pos[0] == state.pos[2]);
+                expect(VecBatchPairs(100, std::vector<int64_t>(100, kept).data(), times.data(), states.data(), nullptr,
+                                     nullptr, nullptr) == 0 &&
+                       states[6 * 77 + 2] == 1.0);
+                VecBatchPairs(100, std::vector<int64_t>(100, passing).data(), starts.data(), states.data(), nullptr,
+                              nullptr, nullptr);
+                expect(std::isnan(states[6 * 99]) || (states[6 * 99] >= 1 && states[6 * 99] == states[6 * 99 + 2]));
             }
         };
         std::vector<std::thread> others;
