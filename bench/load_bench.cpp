@@ -138,12 +138,12 @@ int main(int argc, char** argv) {
         benchmark::RegisterBenchmark(("Load" + suffix).c_str(), Load, points)->Unit(benchmark::kMillisecond);
         benchmark::RegisterBenchmark(("Bare" + suffix).c_str(), Bare, points)->Unit(benchmark::kMillisecond);
     }
-    const int exitStatus = RunWithRatios(
-        argc, argv,
-        {{"Dot-E, 10^5 lines, ms", "Load_100000", "Bare_100000", 1.6},
-         {"the same, 10^6 lines", "Load_1000000", "Bare_1000000", 1.6},
-         {"the same, 4*10^6 lines", "Load_4000000", "Bare_4000000", 1.6},
-         {"4,000 files of 200 lines beside one of as many, ns a line", "List", "ListAsOneFile", 1.5}});
+    const int exitStatus =
+        RunWithRatios(argc, argv,
+                      {{"Dot-E, 10^5 lines, ms", "Load_100000", "Bare_100000", 1.6},
+                       {"the same, 10^6 lines", "Load_1000000", "Bare_1000000", 1.6},
+                       {"the same, 4*10^6 lines", "Load_4000000", "Bare_4000000", 1.6},
+                       {"4,000 files of 200 lines beside one of as many, ns a line", "List", "ListAsOneFile", 1.5}});
     std::filesystem::remove_all(folder);
     return exitStatus;
 }

@@ -62,8 +62,8 @@ int ReportCalls(long tables) {
     const double before = PeakBytes();
     FillByCalls(tables, 200);
     const double own = kPointSize * 200.0 * static_cast<double>(tables);
-    std::printf("%ld tables of 200 points by calls: %.0f MB of points, %.0f MB resident, ratio %.2f (goal 1.5)\n", tables,
-                own / 1e6, (PeakBytes() - before) / 1e6, (PeakBytes() - before) / own);
+    std::printf("%ld tables of 200 points by calls: %.0f MB of points, %.0f MB resident, ratio %.2f (goal 1.5)\n",
+                tables, own / 1e6, (PeakBytes() - before) / 1e6, (PeakBytes() - before) / own);
     return EXIT_SUCCESS;
 }
 

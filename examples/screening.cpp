@@ -214,6 +214,7 @@ Findings Screen(const std::vector<std::int64_t>& keys, std::atomic<std::size_t>&
 Findings ScreenOnThreads(const std::vector<std::int64_t>& keys, int threads) {
     std::atomic<std::size_t> nextStep = 0;
     std::vector<std::future<Findings>> parts;
+    parts.reserve(static_cast<std::size_t>(threads));
     for (int i = 0; i < threads; ++i) {
         parts.push_back(std::async(std::launch::async, [&] { return Screen(keys, nextStep); }));
     }

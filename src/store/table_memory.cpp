@@ -23,8 +23,8 @@ namespace VecTableTypes {
 namespace {
 
 constexpr std::size_t kMebibyte = std::size_t{1} << 20;
-constexpr std::size_t kUnit = 64;                  // bytes; the size of every block is a multiple
-constexpr std::size_t kRegion = 64 * kMebibyte;    // bytes
+constexpr std::size_t kUnit = 64;                   // bytes; the size of every block is a multiple
+constexpr std::size_t kRegion = 64 * kMebibyte;     // bytes
 constexpr std::size_t kLongTable = 32 * kMebibyte;  // from here on a table is a mapping of its own
 constexpr std::size_t kLargePage = 2 * kMebibyte;
 constexpr std::size_t kLargePagesFrom = kRegion;  // below, the last page, which is seldom full, would weigh too much
@@ -240,7 +240,7 @@ void* ResizeMapping(Block* block, std::size_t size) noexcept {
 
 // Copies to fresh memory and gives the old pages back on the way, so that a long table is never there twice.
 void MovePages(std::byte* to, std::byte* from, std::size_t size) noexcept {
-    const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
     while (size > 0) {
         const std::size_t piece = std::min(size, kLargePage);
         std::memcpy(to, from, piece);

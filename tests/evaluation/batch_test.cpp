@@ -15,7 +15,10 @@ class Batch : public StoreTest {
     // A request's answer: state, packed covariance, revolution number, outcome.
     struct Answers {
         explicit Answers(std::size_t count)
-            : states(6 * count + 6, kMark), covs(21 * count + 21, kMark), revNums(count + 1, -7), outcomes(count + 1, 77) {}
+            : states(6 * count + 6, kMark),
+              covs(21 * count + 21, kMark),
+              revNums(count + 1, -7),
+              outcomes(count + 1, 77) {}
         std::vector<double> states, covs;
         std::vector<int32_t> revNums;
         std::vector<uint8_t> outcomes;
@@ -112,10 +115,11 @@ TEST_F(Batch, EveryStateHasTheBitsOfTheSingleCall) {
         }
         Answers answers(count);
         log.entries.clear();
-        const int64_t without = VecBatchPairs(static_cast<int64_t>(count), asked.data(), times.data(),
-                                              answers.states.data(), answers.covs.data(), answers.revNums.data(),
-                                              answers.outcomes.data());
-        EXPECT_EQ(without, std::count_if(answers.outcomes.begin(), answers.outcomes.end() - 1, [](int o) { return o != 0; }));
+        const int64_t without =
+            VecBatchPairs(static_cast<int64_t>(count), asked.data(), times.data(), answers.states.data(),
+                          answers.covs.data(), answers.revNums.data(), answers.outcomes.data());
+        EXPECT_EQ(without,
+                  std::count_if(answers.outcomes.begin(), answers.outcomes.end() - 1, [](int o) { return o != 0; }));
         const Strings words = {"VecBatchPairs: " + std::to_string(without) + " of " + std::to_string(count) +
                                " requests have no state."};
         EXPECT_EQ(log.Take(VEC_HOST_TRACE_INFO), without == 0 ? Strings{} : words);
