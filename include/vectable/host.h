@@ -23,6 +23,8 @@ extern "C" {
 #define VEC_HOST_TRACE_ERROR 1
 #define VEC_HOST_TRACE_INFO 2
 
+#define VEC_HOST_FRAME_NAME_LENGTH 8
+
 /*
  * Receives one entry of the trace log: `length` characters at `text`, blank-padded where the library builds its texts
  * in fixed buffers, not NUL-terminated, good during the call alone. Entries of several threads come one after the
@@ -69,6 +71,14 @@ VECTABLE_API void VecHostSetElsetKeyMode(int32_t mode);
  * key.
  */
 VECTABLE_API void VecHostSetDupKeyMode(int32_t mode);
+
+/*
+ * The name of a frame.
+ *
+ * Given:     coordSys  int32          code of the frame, VEC_TAB_FRAME_...
+ * Returned:  name      char[8]        its name, blank-padded; blanks for a code that has none
+ */
+VECTABLE_API void VecHostFrameName(int32_t coordSys, char name[VEC_HOST_FRAME_NAME_LENGTH]);
 
 #ifdef __cplusplus
 }

@@ -24,18 +24,15 @@
  *  2 Times are days since 1950 on the UTC scale (ds50UTC): day 1.0 is 1950-01-01 00:00, and the fraction of a day is
  *    the seconds of the day over 86400. mse is minutes since the first point of a record.
  *  3 Positions are in km, velocities in km/s, in the frame of the record. Nothing is converted: a state leaves as it
- *    came in. Codes of frames:
- *       1  ECI, true equator and mean equinox of date         2  J2K, mean equator and equinox of J2000
- *       3  EFG, Earth-fixed without polar motion              4  ECR, Earth-fixed
- *      15  latitude, longitude, height                       16  south, east, north
- *      17  hcsrl    18  wptrl    19  hcsgc    20  wptgc
+ *    came in. The codes of frames are VEC_TAB_FRAME_..., below.
  *  4 A covariance comes in as the 21 terms of the lower triangle of a symmetric 6 x 6 matrix, row by row: (1,1), (2,1),
  *    (2,2), (3,1), ... (6,6). It goes out as all 36 elements, in the units of its source. A record whose points have
- *    12345.0 as term 2 holds a scalar in term 1 and no covariance: between points the scalar stands in (1,1) alone.
+ *    VEC_TAB_SCALAR_MARK as term 2 holds a scalar in term 1 and no covariance: between points only (1,1) is not zero,
+ *    and holds the scalar.
  *  5 A satKey names a stored record. It is good until the record is removed. 0 and -1 name none.
  *  6 A status is 0 for success and 2 for a failure that the library finds; calls on files also give the error number of
- *    the system (errno.h). A key is -1 on failure. The words of a failure go to the trace log (host.h); where a call can
- *    fail without an entry, it says so.
+ *    the system (errno.h). A key is -1 on failure. The message of a failure goes to the trace log (host.h); where a call
+ *    can fail without an entry, it says so.
  *  7 A failed call leaves the store as it was and all its outputs zero or blank; a failed load keeps the records that
  *    it had finished. A null pointer for an array or a text is a failure. No exception leaves the library.
  *  8 The caller owns every array; the library keeps none of them after a call.
@@ -82,6 +79,50 @@
 extern "C" {
 #endif
 
+/* ----------------------------------------------- Constants ------------------------------------------------------ */
+
+/* What calls give. */
+#define VEC_TAB_SUCCESS 0
+#define VEC_TAB_FAILURE 2
+#define VEC_TAB_NO_KEY (-1)
+
+/* Codes of frames, with the name that VecHostFrameName gives. */
+#define VEC_TAB_FRAME_ECI 1  /* "ECI": true equator and mean equinox of date */
+#define VEC_TAB_FRAME_J2K 2  /* "J2K": mean equator and equinox of J2000 */
+#define VEC_TAB_FRAME_EFG 3  /* "EFG": Earth-fixed, without polar motion */
+#define VEC_TAB_FRAME_ECR 4  /* "ECR": Earth-fixed */
+#define VEC_TAB_FRAME_LLH 15 /* "LLH": latitude, longitude, height */
+#define VEC_TAB_FRAME_SEN 16 /* "SEN": south, east, north */
+#define VEC_TAB_FRAME_HCSRL \
+    17 /* "hcsrl"; this and the next three are carried by name, the library gives them no meaning */
+#define VEC_TAB_FRAME_WPTRL 18 /* "wptrl" */
+#define VEC_TAB_FRAME_HCSGC 19 /* "hcsgc" */
+#define VEC_TAB_FRAME_WPTGC 20 /* "wptgc" */
+
+/* Lengths of texts, in characters. */
+#define VEC_TAB_INFO_LENGTH 128
+#define VEC_TAB_EPOCH_LENGTH 20
+#define VEC_TAB_SAT_NAME_LENGTH 8
+#define VEC_TAB_EPHEM_NAME_LENGTH 128
+#define VEC_TAB_PATH_LENGTH 512
+#define VEC_TAB_FIELD_LENGTH 512
+#define VEC_TAB_LINE_LENGTH 512
+
+/* Lengths of arrays. */
+#define VEC_TAB_COV_TERMS 21    /* lower triangle of a covariance */
+#define VEC_TAB_COV_ELEMENTS 36 /* all of it */
+#define VEC_TAB_EXT_LENGTH 128  /* VecTabXten */
+
+/* Interpolation takes this many points, which lie at most this long apart on the average. */
+#define VEC_TAB_STENCIL_POINTS 4
+#define VEC_TAB_GAP_MINUTES 61.0
+
+/* The satellite number of a file that gives none. */
+#define VEC_TAB_UNKNOWN_SAT_NUM 99999
+
+/* Term 2 of the covariances of a record whose term 1 is a scalar. */
+#define VEC_TAB_SCALAR_MARK 12345.0
+
 /* ------------------------------------------------ Library ------------------------------------------------------- */
 
 /*
@@ -96,7 +137,7 @@ VECTABLE_API int32_t VecTabInit(void);
  *
  * Returned:  infoText      char[128]
  */
-VECTABLE_API void VecTabGetInfo(char infoText[128]);
+VECTABLE_API void VecTabGetInfo(char infoText[VEC_TAB_INFO_LENGTH]);
 
 /*
  * The key that a record of this satellite and epoch has in tree mode. The store is not asked.
@@ -190,9 +231,9 @@ VECTABLE_API int32_t VecTabAddSatEphem(int64_t satKey, double ds50UTC, const dou
  * Result:    0, or 2 when the key is unknown or there is no memory
  */
 VECTABLE_API int32_t VecTabAddSatEphemCovMtx(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3],
-                                             int32_t revNum, const double covTerms[21]);
+                                             int32_t revNum, const double covTerms[VEC_TAB_COV_TERMS]);
 VECTABLE_API int32_t VecTabAddSatEphemExt(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3],
-                                          int32_t revNum, const double covTerms[21]);
+                                          int32_t revNum, const double covTerms[VEC_TAB_COV_TERMS]);
 
 /* ------------------------------------------------ Fields -------------------------------------------------------- */
 
@@ -213,9 +254,10 @@ VECTABLE_API int32_t VecTabAddSatEphemExt(int64_t satKey, double ds50UTC, const 
  *            filePath      char[512]  path of the file that the record came from
  * Result:    0, or 2 when the key is unknown
  */
-VECTABLE_API int32_t VecTabGetAllFields(int64_t satKey, int32_t* satNum, char satName[8], char ephemName[128],
-                                        double* epochDs50UTC, double* ae, double* ke, double pos[3], double vel[3],
-                                        int32_t* coordSys, int32_t* numOfPts, char filePath[512]);
+VECTABLE_API int32_t VecTabGetAllFields(int64_t satKey, int32_t* satNum, char satName[VEC_TAB_SAT_NAME_LENGTH],
+                                        char ephemName[VEC_TAB_EPHEM_NAME_LENGTH], double* epochDs50UTC, double* ae,
+                                        double* ke, double pos[3], double vel[3], int32_t* coordSys, int32_t* numOfPts,
+                                        char filePath[VEC_TAB_PATH_LENGTH]);
 
 /*
  * One field of a record as text, from the first character on.
@@ -233,7 +275,7 @@ VECTABLE_API int32_t VecTabGetAllFields(int64_t satKey, int32_t* satNum, char sa
  * Notes:     A number too wide for its columns (9 for 1, 35 for 3 and 5 to 10, 30 for 4, 1 for 11, 10 for 12) comes out
  *            as that many asterisks.
  */
-VECTABLE_API int32_t VecTabGetField(int64_t satKey, int32_t fieldCode, char fieldText[512]);
+VECTABLE_API int32_t VecTabGetField(int64_t satKey, int32_t fieldCode, char fieldText[VEC_TAB_FIELD_LENGTH]);
 
 /*
  * Changes a field of a record, its key stays.
@@ -267,7 +309,7 @@ VECTABLE_API int32_t VecTabStartEndTime(int64_t satKey, double* startDs50UTC, do
  * (Hermite), each covariance term from the cubic through the four, the revolution number from a near point and the
  * equator crossing between. A request fails, with status 2 and all outputs zero, when the key is unknown, the record
  * has no points, the time lies outside the table, the record has fewer than four points and none at the time, or the
- * four points lie more than 61 minutes apart on the average.
+ * four points lie more than VEC_TAB_GAP_MINUTES apart on the average.
  *
  * The seconds between two times are those of the UTC day count, in which a leap second has no place: between the points
  * next to one a state is off by up to the way of a second. In a low orbit with a point a minute that is 4 km where a
@@ -294,7 +336,7 @@ VECTABLE_API int32_t VecTabGetEphemeris(int64_t satKey, int32_t index, double* d
  * Returned:  covMtx        double[36] 6 x 6, symmetric, in the units of its source; zeros without covariance
  */
 VECTABLE_API int32_t VecTabGetCovMtx(int64_t satKey, int32_t index, double* ds50UTC, double pos[3], double vel[3],
-                                     int32_t* revNum, double covMtx[36]);
+                                     int32_t* revNum, double covMtx[VEC_TAB_COV_ELEMENTS]);
 
 /*
  * The state at a time since the first point.
@@ -317,7 +359,7 @@ VECTABLE_API int32_t VecTabMse(int64_t satKey, double mse, double* ds50UTC, doub
  * Returned:  covMtx        double[36] 6 x 6, symmetric, in the units of its source; zeros without covariance
  */
 VECTABLE_API int32_t VecTabMseCovMtx(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3],
-                                     int32_t* revNum, double covMtx[36]);
+                                     int32_t* revNum, double covMtx[VEC_TAB_COV_ELEMENTS]);
 
 /*
  * The state at a time.
@@ -339,7 +381,7 @@ VECTABLE_API int32_t VecTabDs50UTC(int64_t satKey, double ds50UTC, double* mse, 
  * Returned:  covMtx        double[36] 6 x 6, symmetric, in the units of its source; zeros without covariance
  */
 VECTABLE_API int32_t VecTabDs50UTCCovMtx(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3],
-                                         int32_t* revNum, double covMtx[36]);
+                                         int32_t* revNum, double covMtx[VEC_TAB_COV_ELEMENTS]);
 
 /*
  * A state with everything in one array.
@@ -355,7 +397,7 @@ VECTABLE_API int32_t VecTabDs50UTCCovMtx(int64_t satKey, double ds50UTC, double*
  *                                     30-127 zeros
  * Result:    0, or 2 as told under INTERPOLATION, or when ephType is not 1, 2 or 3
  */
-VECTABLE_API int32_t VecTabXten(int64_t satKey, int32_t ephType, double value, double extArr[128]);
+VECTABLE_API int32_t VecTabXten(int64_t satKey, int32_t ephType, double value, double extArr[VEC_TAB_EXT_LENGTH]);
 
 /* ---------------------------------------------- Persistence ----------------------------------------------------- */
 
@@ -405,7 +447,7 @@ VECTABLE_API int32_t VecTabSaveFile(const char* vecTabFile, int32_t saveMode);
  * Returned:  line          char[512]  "EPHFIL = " and the first 503 characters of the path
  * Result:    0, or 2 when the key is unknown
  */
-VECTABLE_API int32_t VecTabGetLine(int64_t satKey, char line[512]);
+VECTABLE_API int32_t VecTabGetLine(int64_t satKey, char line[VEC_TAB_LINE_LENGTH]);
 
 #ifdef __cplusplus
 }

@@ -16,9 +16,10 @@ namespace VecTableProcessing {
 
 using VecTableTypes::VecTabRecord;
 
-inline constexpr double kSameTime = 1e-12;                                       // days
-inline constexpr double kSpacingLimit = 61.0 / VecTableSupport::kMinutesPerDay;  // days, mean over the stencil
-inline constexpr double kEndTolerance = 0.0005;                                  // s
+inline constexpr double kSameTime = 1e-12;  // days
+inline constexpr double kSpacingLimit =
+    VEC_TAB_GAP_MINUTES / VecTableSupport::kMinutesPerDay;  // days, mean over the stencil
+inline constexpr double kEndTolerance = 0.0005;             // s
 
 // A table under evaluation. Points are counted from 1. Table{} is none; Table as it stands costs a block of them nothing.
 struct Table {

@@ -10,12 +10,8 @@ namespace VecTableProcessing {
 using VecTableTypes::VecTabPoint;
 
 // The points of a stencil.
-inline constexpr std::size_t kStencilPoints = 4;
+inline constexpr std::size_t kStencilPoints = VEC_TAB_STENCIL_POINTS;
 using Stencil = std::span<const VecTabPoint, kStencilPoints>;
-
-// Term 2 of the covariance of a table's points with this value says that term 1 is a scalar of its own and that there
-// is no covariance.
-inline constexpr double kScalarMark = 12345.0;
 
 // The state at time t, in days since 1950, UTC, as the times of the points are, which rise strictly. Position: the
 // polynomial of degree 2n - 1 that takes on position and velocity at the n points (Hermite; e.g. Hildebrand, Introduction
@@ -34,7 +30,7 @@ double EndlessConstant(double timeToNode) noexcept;
 double MarkedScalar(std::span<const VecTabPoint> points, double t) noexcept;
 
 inline bool HasMark(const VecTabPoint& first) noexcept {
-    return first.cov[1] == kScalarMark;
+    return first.cov[1] == VecTableTypes::kScalarMark;
 }
 
 // The polynomial through the points (times[i], values[i]) at t, in Lagrange's form; 0.0 for no points. `times` in days.

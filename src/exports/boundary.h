@@ -1,6 +1,8 @@
 // What every exported call does at the C boundary: no exception passes, no null pointer is followed.
 #pragma once
 
+#include <vectable/vectable.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <new>
@@ -13,8 +15,8 @@
 
 namespace VecTableDllExports {
 
-inline constexpr std::int32_t kSuccess = 0;
-inline constexpr std::int32_t kFailure = 2;
+inline constexpr std::int32_t kSuccess = VEC_TAB_SUCCESS;
+inline constexpr std::int32_t kFailure = VEC_TAB_FAILURE;
 
 inline void LogCall(std::string_view call, std::string_view words) noexcept {
     VecTableSupport::TextBuilder<128> text;
@@ -52,14 +54,15 @@ inline void ClearText(char* array, std::size_t count) noexcept {
     if (array != nullptr) std::fill_n(array, count, ' ');
 }
 
-// A path argument of 512 characters without its leading and trailing blanks.
+// A path argument without its leading and trailing blanks.
 class PathArgument {
   public:
-    explicit PathArgument(const char* array) noexcept : text_(VecTableSupport::CharArrToStr<512>(array)) {}
+    explicit PathArgument(const char* array) noexcept
+        : text_(VecTableSupport::CharArrToStr<VEC_TAB_PATH_LENGTH>(array)) {}
     std::string_view View() const noexcept { return VecTableSupport::WithoutLeadingBlanks(text_.Trimmed()); }
 
   private:
-    VecTableSupport::FixedText<512> text_;
+    VecTableTypes::PathText text_;
 };
 
 }  // namespace VecTableDllExports

@@ -13,9 +13,7 @@ using VecTableTypes::VecTabRecord;
 
 namespace {
 
-constexpr std::size_t kFieldLength = 512;
-constexpr std::size_t kSatNameLength = 8;
-constexpr std::size_t kEphemNameLength = 128;
+constexpr std::size_t kFieldLength = VEC_TAB_FIELD_LENGTH;
 
 enum Field : int32_t {
     kSatNum = 1,
@@ -88,7 +86,7 @@ int32_t FormatStoredField(int64_t satKey, int32_t fieldCode, FieldBuilder& text)
 
 }  // namespace
 
-int32_t VecTabGetField(int64_t satKey, int32_t fieldCode, char fieldText[512]) {
+int32_t VecTabGetField(int64_t satKey, int32_t fieldCode, char fieldText[VEC_TAB_FIELD_LENGTH]) {
     ClearText(fieldText, kFieldLength);
     if (NullArgument("VecTabGetField", fieldText)) return kFailure;
     FieldBuilder text;
@@ -108,10 +106,10 @@ int32_t VecTabSetField(int64_t satKey, int32_t fieldCode, const char* fieldText)
             record->coordSys = VecTableSupport::StrToInt(text.substr(0, 1));
             break;
         case kSatName:
-            record->satName = VecTableSupport::FixedText<kSatNameLength>(text);
+            record->satName = VecTableTypes::SatName(text);
             break;
         case kEphemName:
-            record->ephemName = VecTableSupport::FixedText<kEphemNameLength>(text);
+            record->ephemName = VecTableTypes::EphemName(text);
             break;
         default:
             break;
@@ -119,15 +117,16 @@ int32_t VecTabSetField(int64_t satKey, int32_t fieldCode, const char* fieldText)
     return kSuccess;
 }
 
-int32_t VecTabGetAllFields(int64_t satKey, int32_t* satNum, char satName[8], char ephemName[128], double* epochDs50UTC,
-                           double* ae, double* ke, double pos[3], double vel[3], int32_t* coordSys, int32_t* numOfPts,
-                           char filePath[512]) {
+int32_t VecTabGetAllFields(int64_t satKey, int32_t* satNum, char satName[VEC_TAB_SAT_NAME_LENGTH],
+                           char ephemName[VEC_TAB_EPHEM_NAME_LENGTH], double* epochDs50UTC, double* ae, double* ke,
+                           double pos[3], double vel[3], int32_t* coordSys, int32_t* numOfPts,
+                           char filePath[VEC_TAB_PATH_LENGTH]) {
     for (int32_t* number : {satNum, coordSys, numOfPts}) Clear(number);
     for (double* number : {epochDs50UTC, ae, ke}) Clear(number);
     for (double* vector : {pos, vel}) Clear(vector, 3);
-    ClearText(satName, kSatNameLength);
-    ClearText(ephemName, kEphemNameLength);
-    ClearText(filePath, kFieldLength);
+    ClearText(satName, VEC_TAB_SAT_NAME_LENGTH);
+    ClearText(ephemName, VEC_TAB_EPHEM_NAME_LENGTH);
+    ClearText(filePath, VEC_TAB_PATH_LENGTH);
     if (NullArgument("VecTabGetAllFields", satNum, satName, ephemName, epochDs50UTC, ae, ke, pos, vel, coordSys,
                      numOfPts, filePath)) {
         return kFailure;
@@ -135,14 +134,14 @@ int32_t VecTabGetAllFields(int64_t satKey, int32_t* satNum, char satName[8], cha
     const StoredRecord record(satKey);
     if (!record) return kFailure;
     *satNum = record->satNum;
-    StrToCharArr(record->satName.View(), kSatNameLength, satName);
-    StrToCharArr(record->ephemName.View(), kEphemNameLength, ephemName);
+    StrToCharArr(record->satName.View(), VEC_TAB_SAT_NAME_LENGTH, satName);
+    StrToCharArr(record->ephemName.View(), VEC_TAB_EPHEM_NAME_LENGTH, ephemName);
     *epochDs50UTC = record->epochDs50UTC;
     *ae = record->ae;
     *ke = record->ke;
     *coordSys = record->coordSys;
     *numOfPts = record->numOfPts;
-    StrToCharArr(record->filePath.View(), kFieldLength, filePath);
+    StrToCharArr(record->filePath.View(), VEC_TAB_PATH_LENGTH, filePath);
     if (record->numOfPts >= 1) {
         std::copy_n(record->points[1].pos.begin(), 3, pos);
         std::copy_n(record->points[1].vel.begin(), 3, vel);

@@ -1,6 +1,8 @@
 // What the host program settles.
 #include <vectable/host.h>
 
+#include "exports/boundary.h"
+#include "store/frames.h"
 #include "support/key_modes.h"
 #include "support/trace_log.h"
 
@@ -15,6 +17,12 @@ void VecHostSetTraceSink(VecHostTraceSink sink, void* context) {
 
 int32_t VecHostTraceToFile(const char* path) {
     return VecTableSupport::TraceToFile(path);
+}
+
+void VecHostFrameName(int32_t coordSys, char name[VEC_HOST_FRAME_NAME_LENGTH]) {
+    VecTableDllExports::ClearText(name, VEC_HOST_FRAME_NAME_LENGTH);
+    if (VecTableDllExports::NullArgument("VecHostFrameName", name)) return;
+    VecTableSupport::StrToCharArr(VecTableTypes::FrameName(coordSys), VEC_HOST_FRAME_NAME_LENGTH, name);
 }
 
 void VecHostSetUseAllKeyMode(int32_t onOff) {

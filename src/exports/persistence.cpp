@@ -17,7 +17,7 @@ using VecTableSupport::OutputUnit;
 
 namespace {
 
-constexpr std::size_t kLineLength = 512;
+constexpr std::size_t kLineLength = VEC_TAB_LINE_LENGTH;
 
 }  // namespace
 
@@ -69,7 +69,7 @@ int32_t VecTabSaveFile(const char* vecTabFile, int32_t saveMode) {
     });
 }
 
-int32_t VecTabGetLine(int64_t satKey, char line[512]) {
+int32_t VecTabGetLine(int64_t satKey, char line[kLineLength]) {
     ClearText(line, kLineLength);
     if (NullArgument("VecTabGetLine", line)) return kFailure;
     const VecTableTree::StoredRecord record(satKey);

@@ -13,8 +13,8 @@ using VecTableTypes::VecTabPoint;
 
 namespace {
 
-constexpr std::size_t kMatrixSize = 36;
-constexpr std::size_t kExtendedSize = 128;
+constexpr std::size_t kMatrixSize = VEC_TAB_COV_ELEMENTS;
+constexpr std::size_t kExtendedSize = VEC_TAB_EXT_LENGTH;
 
 // Memory for a point that is not zeroed first: a query writes the whole of it, and zeroing costs a request a tenth.
 class PointRoom {
@@ -87,7 +87,7 @@ int32_t VecTabGetEphemeris(int64_t satKey, int32_t index, double* ds50UTC, doubl
 }
 
 int32_t VecTabGetCovMtx(int64_t satKey, int32_t index, double* ds50UTC, double pos[3], double vel[3], int32_t* revNum,
-                        double covMtx[36]) {
+                        double covMtx[kMatrixSize]) {
     return Retrieve("VecTabGetCovMtx", satKey, index, TimeType::kIndex, {ds50UTC, pos, vel, revNum, true, covMtx});
 }
 
@@ -96,7 +96,7 @@ int32_t VecTabMse(int64_t satKey, double mse, double* ds50UTC, double pos[3], do
 }
 
 int32_t VecTabMseCovMtx(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3], int32_t* revNum,
-                        double covMtx[36]) {
+                        double covMtx[kMatrixSize]) {
     return Retrieve("VecTabMseCovMtx", satKey, mse, TimeType::kMse, {ds50UTC, pos, vel, revNum, true, covMtx});
 }
 
@@ -105,11 +105,11 @@ int32_t VecTabDs50UTC(int64_t satKey, double ds50UTC, double* mse, double pos[3]
 }
 
 int32_t VecTabDs50UTCCovMtx(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3], int32_t* revNum,
-                            double covMtx[36]) {
+                            double covMtx[kMatrixSize]) {
     return Retrieve("VecTabDs50UTCCovMtx", satKey, ds50UTC, TimeType::kDs50UTC, {mse, pos, vel, revNum, true, covMtx});
 }
 
-int32_t VecTabXten(int64_t satKey, int32_t ephType, double value, double extArr[128]) {
+int32_t VecTabXten(int64_t satKey, int32_t ephType, double value, double extArr[kExtendedSize]) {
     constexpr std::string_view kCall = "VecTabXten";
     Clear(extArr, kExtendedSize);
     if (NullArgument(kCall, extArr)) return kFailure;

@@ -21,7 +21,7 @@ using VecTableSupport::TextBuilder;
 using VecTableSupport::TraceLogError;
 using VecTableSupport::TraceLogInfo;
 
-using FilePath = FixedText<512>;
+using FilePath = VecTableTypes::PathText;
 
 // Lists are walked in lines that hold the longest path behind its keyword.
 using ListLine = LineBuffer<1500>;
@@ -155,13 +155,12 @@ void LogSummary(const Summary& summary) noexcept {
         TraceLogInfo("Total ephemeris points = 0");
         return;
     }
-    constexpr std::string_view kLabels = "ECIJ2KEFGECR";
     TextBuilder<128> text;
     text.Add("Total ephemeris points = ").AddInteger(summary.numOfPts);
     text.Add(", Start = ").Add(VecTableSupport::Ds50ToDate15(summary.start).View());
     text.Add(", End = ").Add(VecTableSupport::Ds50ToDate15(summary.end).View()).Add(", Coord = ");
     if (summary.coordSys >= VecTableTypes::kEci && summary.coordSys <= VecTableTypes::kEcr) {
-        text.Add(kLabels.substr(static_cast<std::size_t>(summary.coordSys - 1) * 3, 3));
+        text.Add(VecTableTypes::FrameName(summary.coordSys));
     } else {
         text.AddInteger(summary.coordSys);
     }

@@ -13,10 +13,9 @@
 
 namespace VecTableCardReading {
 
-using VecTableSupport::FixedText;
 using VecTableSupport::InputUnit;
 
-using EphemName = FixedText<128>;
+using VecTableTypes::EphemName;
 
 // Loads an ephemeris file or a list file. 0; 2 when the load failed, with words in the log and the records finished so
 // far stored; or the error number of the system when the file cannot be opened.

@@ -8,6 +8,7 @@
 #include <memory>
 #include <span>
 
+#include "store/frames.h"
 #include "support/fixed_text.h"
 #include "support/module.h"
 
@@ -15,7 +16,15 @@ namespace VecTableTypes {
 
 using VecTableSupport::FixedText;
 
-inline constexpr std::size_t kCovTerms = 21;
+inline constexpr std::size_t kCovTerms = VEC_TAB_COV_TERMS;
+
+// Term 2 of the covariance of a table's points with this value says that term 1 is a scalar of its own and that there is
+// no covariance.
+inline constexpr double kScalarMark = VEC_TAB_SCALAR_MARK;
+
+using PathText = FixedText<VEC_TAB_PATH_LENGTH>;
+using SatName = FixedText<VEC_TAB_SAT_NAME_LENGTH>;
+using EphemName = FixedText<VEC_TAB_EPHEM_NAME_LENGTH>;
 
 // One state vector.
 struct VecTabPoint {
@@ -107,21 +116,6 @@ class VECTABLE_MODULE PointArray {
     std::uint32_t reserved_ = 0;  // points that the memory has room for
 };
 
-// Codes of the frame that the states of a record are in. The library stores the code and converts nothing.
-enum CoordSys : std::int32_t {
-    kEci = 1,   // true equator, mean equinox of date
-    kJ2k = 2,   // mean equator and equinox of J2000
-    kEfg = 3,   // Earth-fixed, without polar motion
-    kEcr = 4,   // Earth-fixed
-    kLlh = 15,  // latitude, longitude, height
-    kSen = 16,  // south, east, north
-    kHcsrl = 17,
-    kWptrl = 18,
-    kHcsgc = 19,
-    kWptgc = 20,
-    kUnknownFrame = 100,
-};
-
 inline constexpr std::size_t kCacheLine = 64;
 
 // One stored ephemeris. Points 1 to numOfPts are valid, strictly increasing in time; when there is one, epochDs50UTC is
@@ -136,9 +130,9 @@ struct alignas(kCacheLine) VecTabRecord {
     double epochDs50UTC = 0.0;        // days since 1950, UTC
     double ae = 6378.135;             // Earth radius, km; carried and reported only
     double ke = 0.07436691613317341;  // gravity constant, (Earth radii)^1.5 a minute; carried and reported only
-    FixedText<8> satName;             // satellite name
-    FixedText<128> ephemName;         // name of the ephemeris
-    FixedText<512> filePath;          // the file that the record came from
+    SatName satName;                  // satellite name
+    EphemName ephemName;              // name of the ephemeris
+    PathText filePath;                // the file that the record came from
 
     const VecTabPoint& LastPoint() const noexcept { return points[static_cast<std::size_t>(numOfPts)]; }
 };

@@ -100,7 +100,7 @@ TEST(Hermite, AMarkedTableInterpolatesItsScalarAlone) {
         Nodes nodes(ticks.size());
         for (std::size_t i = 0; i < ticks.size(); ++i) {
             nodes[i].ds50UTC = TimeAt(ticks[i]);
-            nodes[i].cov = {cubic.At(nodes[i].ds50UTC)[0], kScalarMark, 7.0};
+            nodes[i].cov = {cubic.At(nodes[i].ds50UTC)[0], VecTableTypes::kScalarMark, 7.0};
         }
         VecTabPoint state = HermiteVecTab(nodes, TimeAt(1000));
         EXPECT_NEAR(state.cov[0], cubic.At(TimeAt(1000))[0], 1e-11);

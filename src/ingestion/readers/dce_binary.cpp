@@ -61,7 +61,7 @@ void ReadDCEBinary(std::string_view filePath, VecTabRecord& record, std::int32_t
     InputUnit unit;
     const Reading reading("ReadDCEBinary", unit, record, status);
     record.coordSys = VecTableTypes::kEci;
-    const auto path = VecTableSupport::ReplaceString(VecTableSupport::FixedText<kLineLength>(filePath), '\\', '/');
+    const auto path = VecTableSupport::ReplaceString(VecTableTypes::PathText(filePath), '\\', '/');
     ReadStatus read = ReadStatus::kError;
     if (VecTableSupport::FileOpenMt(path.View(), unit) == 0) read = ReadHeader(unit, record);
     DceRecord bytes;

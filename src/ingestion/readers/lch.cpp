@@ -48,7 +48,7 @@ void ReadLCH(InputUnit& unit, VecTabRecord& record, std::int32_t& status) {
         const double time = VecTableSupport::DateStr2Ds50(line.Columns(1, 17));
         VecTabPoint point = MakePoint(time, std::span(values).subspan<0, 6>());
         point.cov[0] = values[6];
-        point.cov[1] = VecTableProcessing::kScalarMark;
+        point.cov[1] = VecTableTypes::kScalarMark;
         AddOneEpPoint(point, record);
         return true;
     });

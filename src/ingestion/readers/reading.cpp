@@ -77,22 +77,14 @@ std::int32_t SatNumOfFileName(std::string_view filePath) noexcept {
 }
 
 std::int32_t Coord(std::string_view text) noexcept {
-    struct Word {
-        std::string_view text;
-        std::int32_t code;
-    };
-    using namespace VecTableTypes;
-    constexpr Word kShortWords[] = {{"j2k", kJ2k}, {"eci", kEci}, {"efg", kEfg},
-                                    {"ecr", kEcr}, {"llh", kLlh}, {"sen", kSen}};
-    constexpr Word kLongWords[] = {{"hcsrl", kHcsrl}, {"wptrl", kWptrl}, {"hcsgc", kHcsgc}, {"wptgc", kWptgc}};
-    const auto word = VecTableSupport::ToLowerCase(FixedText<5>(text));
-    const auto codeOf = [&](std::span<const Word> words) -> std::int32_t {
-        for (const Word& known : words) {
-            if (word.View().substr(0, known.text.size()) == known.text) return known.code;
-        }
-        return kUnknownFrame;
-    };
-    return text.size() == 3 ? codeOf(kShortWords) : codeOf(kLongWords);
+    using Word = FixedText<5>;
+    const std::string_view word = text.substr(0, Word().View().size());
+    for (const VecTableTypes::Frame& frame : VecTableTypes::kFrames) {
+        const bool sameLetters =
+            VecTableSupport::ToLowerCase(Word(word)) == VecTableSupport::ToLowerCase(Word(frame.name));
+        if (sameLetters && word.size() == frame.name.size()) return frame.code;
+    }
+    return VecTableTypes::kUnknownFrame;
 }
 
 }  // namespace VecTableCardReading

@@ -20,7 +20,7 @@ using VecTableSupport::ReadStatus;
 inline constexpr std::size_t kLineLength = 512;
 
 // The satellite number of a file that gives none.
-inline constexpr std::int32_t kUnknownSatNum = 99999;
+inline constexpr std::int32_t kUnknownSatNum = VEC_TAB_UNKNOWN_SAT_NUM;
 
 // Position and velocity, in the units of the file; or a time in seconds and these.
 using StateValues = std::array<double, 6>;
@@ -94,8 +94,8 @@ VecTabPoint MakePoint(double ds50UTC, std::span<const double, 6> state, double u
 // The satellite number that the first five characters of the file's name are, or kUnknownSatNum.
 std::int32_t SatNumOfFileName(std::string_view filePath) noexcept;
 
-// The code of a coordinate word, in any letter case: a field of three characters is one of the words of three letters,
-// the first five characters of any other field are one of the words of five. kUnknownFrame for any other word.
+// The code of the frame that a field names, in any letter case: a field of three characters by a name of three, any other
+// field by a name of five in its first characters. kUnknownFrame for any other word.
 VECTABLE_MODULE std::int32_t Coord(std::string_view text) noexcept;
 
 }  // namespace VecTableCardReading
