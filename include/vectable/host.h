@@ -1,5 +1,6 @@
 /*
- * What the host program settles for libvectable: where the trace log goes, and how records are stored.
+ * What the host program settles for libvectable: where the trace log goes, and how records are stored; and the
+ * library's frame names and date texts for a program that shows and asks for them.
  *
  * Every setting starts at 0. Until a sink is set, error entries go to standard error, as it is when the library is
  * loaded, and information entries nowhere. A host that closes or redirects its standard error later sets a sink or a file.
@@ -79,6 +80,20 @@ VECTABLE_API void VecHostSetDupKeyMode(int32_t mode);
  * Returned:  name      char[8]        its name, blank-padded; blanks for a code that has none
  */
 VECTABLE_API void VecHostFrameName(int32_t coordSys, char name[VEC_HOST_FRAME_NAME_LENGTH]);
+
+/*
+ * The time of a date text, as the library reads dates.
+ *
+ * "2026-03-01" or "2026/03/01", "2026-060" or "2026/060" or "2026 060" (day of the year), "1 Mar 2026"; then blanks or a
+ * "T" and "12:00" or "12:00:06.25", or nothing for the start of the day; then an optional "Z". Or one of the columns
+ * "26060120006.250" and "2026060120006.250". Blanks around the text do not count. Years are 1950 to 9999. "23:59:60.5"
+ * is a time only where the table of leap seconds has one, and is then half a second into the next day.
+ *
+ * Given:     text      char*          the text, NUL-terminated
+ * Returned:  ds50UTC   double*        days since 1950, UTC, to the nearest double (see vectable.h); 0 for no date
+ * Result:    0, or 2 when the text is no date, without an entry in the log, or an argument is null.
+ */
+VECTABLE_API int32_t VecHostTimeOfText(const char* text, double* ds50UTC);
 
 #ifdef __cplusplus
 }

@@ -3,6 +3,7 @@
 
 #include "exports/boundary.h"
 #include "store/frames.h"
+#include "support/dates.h"
 #include "support/key_modes.h"
 #include "support/trace_log.h"
 
@@ -39,4 +40,12 @@ void VecHostSetElsetKeyMode(int32_t mode) {
 
 void VecHostSetDupKeyMode(int32_t mode) {
     keyModeSettings.dupKeyMode = mode;
+}
+
+int32_t VecHostTimeOfText(const char* text, double* ds50UTC) {
+    using namespace VecTableDllExports;
+    Clear(ds50UTC);
+    if (NullArgument("VecHostTimeOfText", text, ds50UTC)) return kFailure;
+    *ds50UTC = VecTableSupport::TimeOfText(text);
+    return *ds50UTC > 0.0 ? kSuccess : kFailure;
 }

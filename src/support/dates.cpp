@@ -8,6 +8,7 @@
 
 #include "support/number_fields.h"
 #include "support/text.h"
+#include "support/time_scales.h"
 
 namespace VecTableSupport {
 namespace {
@@ -105,6 +106,19 @@ struct CalendarDay {
     std::int32_t dayOfYear = 0;
 };
 
+// What stands in a date text. Without a time of day that fits, the minute is -1: such a text is no date.
+struct DateParts {
+    CalendarDay day;
+    std::int32_t hour = 0;
+    std::int32_t minute = -1;
+    double seconds = 0.0;
+    bool dayOnly = false;
+};
+
+double ToDs50(const DateParts& parts) noexcept {
+    return TComps2UTC(parts.day.dayOfYear, parts.hour, parts.minute, parts.seconds, parts.day.year);
+}
+
 // "YYYY/MM/DD", "YYYY/DDD", either with dashes, or "YYYY DDD".
 CalendarDay TakeYearFirst(DateScanner& scanner) noexcept {
     const std::int32_t year = scanner.TakeYear();
@@ -122,26 +136,32 @@ CalendarDay TakeDayFirst(DateScanner& scanner) noexcept {
     return {year, MmDd2Jul(year, month, day)};
 }
 
-// "HH:MM:SS[.f]" or "HH:MM", to the end of the text.
-double TakeTimeOfDay(DateScanner& scanner, CalendarDay day) noexcept {
-    const std::int32_t hour = scanner.TakeInteger();
-    if (scanner.Take(":") == '\0') return 0.0;
-    const std::int32_t minute = scanner.TakeInteger();
-    const double seconds = scanner.Take(":") == '\0' ? 0.0 : scanner.TakeSeconds();
+// Takes an optional "Z"; whether the text ends there.
+bool TakeEnd(DateScanner& scanner) noexcept {
     scanner.SkipBlanks();
     scanner.Take("Zz");
     scanner.SkipBlanks();
-    if (!scanner.AtEnd()) return 0.0;
-    return TComps2UTC(day.dayOfYear, hour, minute, seconds, day.year);
+    return scanner.AtEnd();
 }
 
-double ScanDateTime(std::string_view text) noexcept {
+// "HH:MM:SS[.f]" or "HH:MM", to the end of the text.
+DateParts TakeTimeOfDay(DateScanner& scanner, CalendarDay day) noexcept {
+    const std::int32_t hour = scanner.TakeInteger();
+    if (scanner.Take(":") == '\0') return {};
+    const std::int32_t minute = scanner.TakeInteger();
+    const double seconds = scanner.Take(":") == '\0' ? 0.0 : scanner.TakeSeconds();
+    if (!TakeEnd(scanner)) return {};
+    return {day, hour, minute, seconds};
+}
+
+DateParts ScanDateTime(std::string_view text) noexcept {
     const bool yearFirst = text.size() >= 4 && std::all_of(text.begin(), text.begin() + 4, IsDigit);
     DateScanner scanner(text);
     const CalendarDay day = yearFirst ? TakeYearFirst(scanner) : TakeDayFirst(scanner);
     const bool blanks = scanner.SkipBlanks();
-    if (scanner.Take("Tt") == '\0' && !blanks) return 0.0;
-    return TakeTimeOfDay(scanner, day);
+    if (scanner.Take("Tt") != '\0' || (blanks && !scanner.AtEnd())) return TakeTimeOfDay(scanner, day);
+    if (!TakeEnd(scanner)) return {};
+    return {.day = day, .minute = 0, .dayOnly = true};
 }
 
 std::string_view WithoutOuterBlanks(std::string_view text) noexcept {
@@ -155,20 +175,32 @@ bool HoldsDigit(std::string_view text) noexcept {
 }
 
 // A compact date, its year in the first `yearWidth` columns, its seconds to the end of the text.
-double ReadCompactDate(std::string_view text, std::size_t yearWidth) noexcept {
+DateParts ReadCompactDate(std::string_view text, std::size_t yearWidth) noexcept {
     const auto field = [&](std::size_t first, std::size_t width) {
         return text.substr(std::min(yearWidth + first, text.size()), width);
     };
     std::int32_t year = 0, day = 0, hour = 0, minute = 0;
     double seconds = 0.0;
-    if (!HoldsDigit(text.substr(0, yearWidth)) || !HoldsDigit(field(0, 3))) return 0.0;
+    if (!HoldsDigit(text.substr(0, yearWidth)) || !HoldsDigit(field(0, 3))) return {};
     const bool read = ReadIntegerField(text.substr(0, yearWidth), year) == ReadStatus::kOk &&
                       ReadIntegerField(field(0, 3), day) == ReadStatus::kOk &&
                       ReadIntegerField(field(3, 2), hour) == ReadStatus::kOk &&
                       ReadIntegerField(field(5, 2), minute) == ReadStatus::kOk &&
                       ReadRealField(field(7, std::string_view::npos), 3, seconds) == ReadStatus::kOk;
-    if (!read || year < 0) return 0.0;
-    return TComps2UTC(day, hour, minute, seconds, yearWidth == 2 ? FullYear(year) : year);
+    if (!read || year < 0) return {};
+    return {{yearWidth == 2 ? FullYear(year) : year, day}, hour, minute, seconds};
+}
+
+DateParts ReadColumns(std::string_view text) noexcept {
+    if (text.size() == 15) return ReadCompactDate(text, 2);
+    if (text.size() == 17) return ReadCompactDate(text, 4);
+    return {};
+}
+
+DateParts ReadDateText(std::string_view text) noexcept {
+    text = WithoutOuterBlanks(text);
+    const bool compact = (text.size() == 15 && text[11] == '.') || (text.size() == 17 && text[13] == '.');
+    return compact ? ReadColumns(text) : ScanDateTime(text);
 }
 
 // "YYDDD.DDDDDDDD...", the fraction counted from the start of the day.
@@ -195,15 +227,18 @@ constinit std::atomic<CalendarDate (*)() noexcept> currentClock{SystemClockDate}
 }  // namespace
 
 double Date_In(std::string_view text) noexcept {
-    if (text.size() == 15) return ReadCompactDate(text, 2);
-    if (text.size() == 17) return ReadCompactDate(text, 4);
-    return 0.0;
+    return ToDs50(ReadColumns(text));
 }
 
 double Dtg2Ds50UTC(std::string_view text) noexcept {
-    text = WithoutOuterBlanks(text);
-    const bool compact = (text.size() == 15 && text[11] == '.') || (text.size() == 17 && text[13] == '.');
-    return compact ? Date_In(text) : ScanDateTime(text);
+    const DateParts parts = ReadDateText(text);
+    return parts.dayOnly ? 0.0 : ToDs50(parts);
+}
+
+double TimeOfText(std::string_view text) noexcept {
+    const DateParts parts = ReadDateText(text);
+    const double ds50UTC = ToDs50(parts);
+    return parts.seconds < 60.0 || IsLeapSecond(ds50UTC) ? ds50UTC : 0.0;
 }
 
 double DateStr2Ds50(std::string_view text) noexcept {
@@ -216,14 +251,14 @@ double EpochTextToDs50(std::string_view text) noexcept {
         case 5:
             return ReadDayAndFraction(text);
         case 11:
-            return ReadCompactDate(text, 2);
+            return ToDs50(ReadCompactDate(text, 2));
         case 13:
-            return ReadCompactDate(text, 4);
+            return ToDs50(ReadCompactDate(text, 4));
         case std::string_view::npos: {
             const FixedText<20> digits(text);
             const TextBuilder<21> withPoint =
                 TextBuilder<21>().Add(digits.View().substr(0, 11)).Add(".").Add(digits.View().substr(11));
-            return ReadCompactDate(withPoint.Written(), 2);
+            return ToDs50(ReadCompactDate(withPoint.Written(), 2));
         }
         default:
             return 0.0;

@@ -1,5 +1,7 @@
 #include "support/time_scales.h"
 
+#include <algorithm>
+#include <cmath>
 #include <iterator>
 
 namespace VecTableSupport {
@@ -32,6 +34,13 @@ double EarlierTai2Utc(double ds50TAI) noexcept {
         if (ds50TAI >= leap.tai) return ds50TAI - leap.offset;
     }
     return ds50TAI - kFirstOffset;
+}
+
+bool IsLeapSecond(double ds50UTC) noexcept {
+    const double day = std::floor(ds50UTC);
+    const auto* const atTheScalesStart = std::end(kLeapSeconds) - 1;
+    return std::any_of(std::begin(kLeapSeconds), atTheScalesStart,
+                       [&](const LeapSecond& leap) { return leap.utc == day; });
 }
 
 }  // namespace VecTableSupport

@@ -42,6 +42,9 @@ double Tai2Utc(double ds50TAI) noexcept {
     return ds50TAI >= kLatestLeapSecond.tai ? ds50TAI - kLatestLeapSecond.offset : EarlierTai2Utc(ds50TAI);
 }
 
+// Whether a time in the first second of a day may stand for the leap second before that day.
+bool IsLeapSecond(double ds50UTC) noexcept;
+
 // A time as its whole day and the fraction of the day, so that the difference of two times keeps its full precision.
 // `Days` is double, or a vector of them.
 template <typename Days>

@@ -36,6 +36,8 @@ TEST_F(Surface, NullArgumentsAreRefusedByName) {
         {"VecTabAddSatFrFile", [&] { return VecTabAddSatFrFile(nullptr); }},
         {"VecTabSaveFile", [&] { return VecTabSaveFile(nullptr, 0); }},
         {"VecTabGetLine", [&] { return VecTabGetLine(key, nullptr); }},
+        {"VecHostTimeOfText", [&] { return VecHostTimeOfText("2026-03-01", nullptr); }},
+        {"VecHostTimeOfText", [&] { return VecHostTimeOfText(nullptr, &x); }},
         {"VecTabGetInfo",
          [&] {
              VecTabGetInfo(nullptr);

@@ -1,5 +1,7 @@
 #include "support/dates.h"
 
+#include <vectable/host.h>
+
 #include <cmath>
 #include <erfa.h>
 #include <random>
@@ -45,6 +47,9 @@ TEST(Dates, TextsAreReadOrRefused) {
         EXPECT_DOUBLE_EQ(DateStr2Ds50(row[0]), Reference(row[1])) << row[0];
         const bool columns = row[0].size() == 15 || (row[0].size() == 17 && row[0][13] == '.');
         EXPECT_DOUBLE_EQ(columns ? Date_In(row[0]) : Reference(row[1]), Reference(row[1])) << row[0];
+        double time = NAN;
+        EXPECT_EQ(VecHostTimeOfText((" " + row[0] + "\t ").c_str(), &time), row.back().empty() ? 2 : 0) << row[0];
+        EXPECT_EQ(time, Reference(row.back())) << row[0];
     }
     for (const Row& row : ReadTable("epochs.txt")) {
         EXPECT_DOUBLE_EQ(EpochTextToDs50(row[0]), Reference(row[1])) << row[0];
