@@ -1,6 +1,7 @@
 #include "times.h"
 
-#include <algorithm>
+#include <vectable/host.h>
+
 #include <array>
 #include <charconv>
 #include <chrono>
@@ -17,72 +18,17 @@ using namespace std::chrono;
 
 constexpr sys_days kDayZero{year{1949} / December / 31};
 
-template <typename Number>
-std::optional<Number> ReadNumber(std::string_view text) noexcept {
-    Number value{};
+std::optional<double> ReadNumber(std::string_view text) noexcept {
+    double value = 0.0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+    if (error != std::errc{} || end != text.data() + text.size() || !std::isfinite(value)) return std::nullopt;
     return value;
 }
 
-// Takes the parts of a date from left to right. What does not fit leaves the scanner failed.
-class DateScanner {
-  public:
-    explicit DateScanner(std::string_view text) noexcept : rest_(text) {}
-
-    // Whether all of the text was taken.
-    bool Done() const noexcept { return !failed_ && rest_.empty(); }
-
-    bool TakeOne(std::string_view anyOf) noexcept {
-        if (rest_.empty() || anyOf.find(rest_.front()) == std::string_view::npos) return false;
-        rest_.remove_prefix(1);
-        return true;
-    }
-
-    void Require(char mark) noexcept { failed_ |= !TakeOne({&mark, 1}); }
-
-    // A number of exactly so many digits.
-    unsigned TakeDigits(std::size_t count) noexcept {
-        const std::string_view digits = rest_.substr(0, count);
-        const std::optional<unsigned> number = ReadNumber<unsigned>(digits);
-        failed_ |= digits.size() < count || !number;
-        rest_.remove_prefix(digits.size());
-        return number.value_or(0);
-    }
-
-    // Two digits, and a point with any number of decimals.
-    double TakeSeconds() noexcept {
-        const std::size_t length = std::min(rest_.find_first_not_of("0123456789."), rest_.size());
-        const std::optional<double> seconds = ReadNumber<double>(rest_.substr(0, length));
-        failed_ |= std::min(rest_.find('.'), length) != 2 || !seconds;
-        rest_.remove_prefix(length);
-        return seconds.value_or(0.0);
-    }
-
-  private:
-    std::string_view rest_;
-    bool failed_ = false;
-};
-
-std::optional<double> ParseDate(std::string_view text) noexcept {
-    DateScanner scanner(text);
-    unsigned hours = 0, minutes = 0;
-    double seconds = 0.0;
-    const year yearNumber{static_cast<int>(scanner.TakeDigits(4))};
-    scanner.Require('-');
-    const month monthNumber{scanner.TakeDigits(2)};
-    scanner.Require('-');
-    const year_month_day date{yearNumber, monthNumber, day{scanner.TakeDigits(2)}};
-    if (scanner.TakeOne("T ")) {
-        hours = scanner.TakeDigits(2);
-        scanner.Require(':');
-        minutes = scanner.TakeDigits(2);
-        if (scanner.TakeOne(":")) seconds = scanner.TakeSeconds();
-    }
-    scanner.TakeOne("Z");
-    if (!scanner.Done() || !date.ok() || hours > 23 || minutes > 59 || seconds >= 60.0) return std::nullopt;
-    const auto days = static_cast<double>((sys_days{date} - kDayZero).count());
-    return days + (hours * 3600.0 + minutes * 60.0 + seconds) / kSecondsPerDay;
+std::optional<double> ReadDate(const std::string& text) noexcept {
+    double ds50UTC = 0.0;
+    if (VecHostTimeOfText(text.c_str(), &ds50UTC) != 0) return std::nullopt;
+    return ds50UTC;
 }
 
 std::int64_t PowerOfTen(int exponent) noexcept {
@@ -102,9 +48,9 @@ std::optional<TimeRequest> ParseTime(std::string_view text) {
     text = WithoutOuterBlanks(text);
     if (text == "start") return TimeRequest{TimeRequest::Kind::kStart, 0.0};
     if (text == "end") return TimeRequest{TimeRequest::Kind::kEnd, 0.0};
-    std::optional<double> ds50UTC = ReadNumber<double>(text);
-    if (!ds50UTC) ds50UTC = ParseDate(text);
-    if (!ds50UTC || !std::isfinite(*ds50UTC)) return std::nullopt;
+    std::optional<double> ds50UTC = ReadNumber(text);
+    if (!ds50UTC) ds50UTC = ReadDate(std::string(text));
+    if (!ds50UTC) return std::nullopt;
     return TimeRequest{TimeRequest::Kind::kDate, *ds50UTC};
 }
 

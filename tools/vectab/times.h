@@ -20,7 +20,7 @@ struct TimeRequest {
     double Within(double start, double end) const noexcept;
 };
 
-// "start", "end", a number of days, or "YYYY-MM-DD[THH:MM[:SS[.f]]][Z]" with a T or a blank.
+// "start", "end", a number of days, or a date as VecHostTimeOfText reads it.
 std::optional<TimeRequest> ParseTime(std::string_view text);
 
 // "2026-03-01 00:00:00.000", the number of days where the calendar does not reach. `separator` stands behind the date.
