@@ -124,7 +124,7 @@ void RunPlain(const Catalogue& catalogue) {
     }
 }
 
-// A kernel that asks for the table, then for its ends, then for its stencil, some requests ahead of their turn.
+// A kernel that asks for the table, then for its ends, then for its stencil, some requests before their turn.
 template <bool kWithCovariance>
 void RunStaged(const Catalogue& catalogue, Arrays& arrays, std::size_t begin, std::size_t end) {
     constexpr std::size_t kStage = 8;

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "helpers/plain_formulas.h"
+
 namespace Floor {
 
 struct Point {
@@ -26,10 +28,6 @@ struct Answer {
 };
 
 using Table = std::vector<Point>;
-
-inline double Seconds(double a, double b) {
-    return (a - b) * 86400.0;
-}
 
 inline const Point* StencilAt(const Table& table, std::size_t low) {
     const std::size_t start = low > 2 ? low - 1 : 1;
@@ -68,49 +66,15 @@ int32_t Revolution(const Table& table, double t, std::size_t low, const State& a
 
 // Bisection, and the formulas one operation at a time.
 inline void EvaluatePlain(const Table& table, double t, Answer& answer) {
-    std::size_t low = 0;
-    std::size_t high = table.size() + 1;
-    std::size_t lastMid = 0;
-    while (low + 1 != high) {
-        const std::size_t mid = (low + high) / 2;
-        (t > table[mid - 1].time ? low : high) = mid;
-        lastMid = mid;
-    }
+    const auto timeOf = [&](std::size_t number) { return table[number - 1].time; };
+    const auto [low, lastMid] = Plain::Bisect(table.size(), timeOf, t);
     const Point* s = StencilAt(table, low);
-    std::array<double, 4> dt;
-    double P = 1.0;
-    for (std::size_t i = 0; i < 4; ++i) {
-        dt[i] = Seconds(t, s[i].time);
-        P *= dt[i];
-    }
-    answer.pos = {};
-    answer.vel = {};
-    std::array<double, 21> cov{};
-    for (std::size_t j = 0; j < 4; ++j) {
-        double D = 1.0, S1 = 0.0, S2 = 0.0;
-        for (std::size_t k = 0; k < 4; ++k) {
-            if (k == j) continue;
-            const double d = Seconds(s[j].time, s[k].time);
-            D *= d;
-            S2 += 1.0 / d;
-            S1 += 1.0 / dt[k];
-        }
-        const double L = P / dt[j];
-        const double c = -(0.5 / S2);
-        const double U = L * L, W = D * D;
-        const double A1 = U * (dt[j] + c), B1 = U * dt[j];
-        const double A2 = U * (1.0 + (S1 + S1) * (dt[j] + c)), B2 = U * (1.0 + (S1 + S1) * dt[j]);
-        for (std::size_t i = 0; i < 3; ++i) {
-            answer.pos[i] += (A1 * s[j].pos[i]) / (W * c);
-            answer.pos[i] += (B1 * s[j].vel[i]) / W;
-            answer.vel[i] += (A2 * s[j].pos[i]) / (W * c);
-            answer.vel[i] += (B2 * s[j].vel[i]) / W;
-        }
-        for (std::size_t m = 0; m < 21; ++m) cov[m] += L / D * s[j].cov[m];
-    }
+    const Plain::State state = Plain::Hermite(s, {s[0].time, s[1].time, s[2].time, s[3].time}, t);
+    answer.pos = state.pos;
+    answer.vel = state.vel;
     answer.time = (t - table.front().time) * 1440.0;
     answer.revNum = RevolutionFrom(table[lastMid - 1], t, answer);
-    Unpack(cov, answer);
+    Unpack(state.cov, answer);
 }
 
 using Pair = double __attribute__((vector_size(16)));

@@ -81,8 +81,8 @@ void Bare(benchmark::State& state, const std::string& path, std::size_t perPoint
                 ++next;
                 continue;
             }
-            const char* behind = std::from_chars(next, end, values[count]).ptr;
-            next = behind == next ? next + 1 : behind;
+            const char* after = std::from_chars(next, end, values[count]).ptr;
+            next = after == next ? next + 1 : after;
             if (++count < perPoint) continue;
             count = 0;
             if (total < kPoints) std::copy(values.begin(), values.end(), points + 29 * total);

@@ -8,7 +8,7 @@
 struct Question {
     std::string text;
     std::string subject;  // name of a benchmark
-    std::string floor;    // name of the benchmark that it is measured against; empty for a figure that stands alone
+    std::string floor;    // name of the benchmark that it is measured against; empty for a figure without a floor
     double goal;          // the highest ratio wanted, or the highest figure; 0 for a question without a goal
 };
 

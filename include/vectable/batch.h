@@ -1,5 +1,5 @@
 /*
- * Many states a call. The library asks ahead for the memory that the requests to come will need, so that a catalogue is
+ * Many states a call. The library asks early for the memory that later requests will need, so that a catalogue is
  * answered at the speed of memory, and finds a record once for all its times.
  *
  * Conventions 2 to 8 of vectable.h hold here too. A state has the bits that VecTabDs50UTC and VecTabDs50UTCCovMtx give.

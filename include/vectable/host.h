@@ -28,7 +28,7 @@ extern "C" {
 
 /*
  * Receives one entry of the trace log: `length` characters at `text`, blank-padded where the library builds its texts
- * in fixed buffers, not NUL-terminated, good during the call alone. Entries of several threads come one after the
+ * in fixed buffers, not NUL-terminated, good only during the call. Entries of several threads come one after the
  * other: a slow sink holds up every call that has something to log. A sink must not call the VecTab functions: it may
  * run while the library holds its store. An entry that a sink causes, and an exception that it throws, are dropped.
  */

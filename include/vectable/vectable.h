@@ -144,7 +144,7 @@ VECTABLE_API void VecTabGetInfo(char infoText[VEC_TAB_INFO_LENGTH]);
  *
  * Given:     satNum        int32      satellite number
  *            epochText     char[20]   "YYDDDHHMMSS.SSS", "YYYYDDDHHMMSS.SSS" or "YYDDD.DDDDDDDD", UTC, leading blanks
- *                                     ignored, blanks behind the second character read as zeros; without a point
+ *                                     ignored, blanks after the second character read as zeros; without a point
  *                                     "YYDDDHHMMSS" and the digits of the fraction. Years 57 to 99 are 1957 to 1999,
  *                                     00 to 56 are 2000 to 2056.
  * Result:    the key; -1, without an entry in the log, when the text is no date
@@ -281,7 +281,7 @@ VECTABLE_API int32_t VecTabGetField(int64_t satKey, int32_t fieldCode, char fiel
  * Changes a field of a record, its key stays.
  *
  * Given:     satKey        int64      key of a stored record
- *            fieldCode     int32      11 code of the frame, the first character of the text alone; no state is
+ *            fieldCode     int32      11 code of the frame, only the first character of the text; no state is
  *                                        converted
  *                                     14 satellite name, 8 characters
  *                                     15 name of the ephemeris, 128 characters
@@ -348,7 +348,7 @@ VECTABLE_API int32_t VecTabGetCovMtx(int64_t satKey, int32_t index, double* ds50
  *            vel           double[3]  km/s, same frame
  *            revNum        int32*     revolution number, 0 to 99999 between points
  * Result:    0, or 2 as told under INTERPOLATION
- * Notes:     The minutes of the last point can fail: mse / 1440 + start may round to just behind it.
+ * Notes:     The minutes of the last point can fail: mse / 1440 + start may round to just after it.
  */
 VECTABLE_API int32_t VecTabMse(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3],
                                int32_t* revNum);
@@ -432,7 +432,7 @@ VECTABLE_API int64_t VecTabAddSatFrFile(const char* filePath);
  * Result:    0; 2 when a write failed; the error number of the system when the file cannot be opened, EBUSY when
  *            another save is under way. After a failure an earlier file is as it was.
  * Notes:     VecTabLoadFile reads it back. A record that came from no file does not come back.
- *            The new list, behind a copy of the old one when it is appended, is written beside the old file, to stable
+ *            The new list, after a copy of the old one when it is appended, is written beside the old file, to stable
  *            storage, and renamed over it: whatever happens meanwhile, the file is the old one or the whole new one. It
  *            has owner and mode of the old file; where the owner cannot be kept, nobody else may read it (0600). What is
  *            no regular file, such as a pipe, and a file beside which none can be made, is written in place; the log

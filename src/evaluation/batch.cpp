@@ -24,7 +24,7 @@ using VecTableTypes::kCovTerms;
 using VecTableTypes::VecTabPoint;
 using VecTableTypes::VecTabRecord;
 
-// Requests for which the gate is held, and how far ahead of their turn the points of a request are asked for.
+// Requests for which the gate is held, and how many requests before its turn the points of a request are asked for.
 constexpr std::size_t kBlock = VecTableTree::kRecordsAtOnce;
 constexpr std::size_t kAhead = 6;
 

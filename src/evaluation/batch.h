@@ -9,7 +9,7 @@ namespace VecTableDllVarsUtils {
 
 enum class BatchOutcome : std::uint8_t { kState = 0, kNoRecord = 1, kOutside = 2, kGap = 3, kTooFew = 4 };
 
-// The requests: record satKeys[i] at ds50UTCs[j], for all i and j, at i * numTimes + j; or, where `pairs`, for i = j alone,
+// The requests: record satKeys[i] at ds50UTCs[j], for all i and j, at i * numTimes + j; or, where `pairs`, only for i = j,
 // numKeys and numTimes being the same. Times in days since 1950, UTC.
 struct BatchRequests {
     std::int64_t numKeys;

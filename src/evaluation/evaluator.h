@@ -127,7 +127,7 @@ inline bool FallsOnPoint(const Table& table, std::size_t low, double t) noexcept
     return IsSameTime(table[std::max<std::size_t>(low, 1)], t) || IsSameTime(table[std::min(low + 1, table.count)], t);
 }
 
-// A table with fewer points than a stencil serves its points alone.
+// A table with fewer points than a stencil serves only its points.
 Refusal TakeStoredPoint(const Table& table, double t, VecTabPoint& point) noexcept;
 
 // The ends of a stencil that is too far apart, days since 1950, UTC.
@@ -136,7 +136,7 @@ struct Gap {
     double end = 0.0;
 };
 
-// The words of a refusal, as an entry in the log.
+// Logs why there is no state.
 void LogRefusal(Refusal refusal, const Gap& gap) noexcept;
 
 inline std::size_t FindLow(const Table& table, double t) noexcept {
@@ -150,8 +150,8 @@ inline std::size_t FindLow(const Table& table, double t) noexcept {
 template <bool kMany>
 class Evaluator {
   public:
-    // The state of the table at t, days since 1950, UTC. Without covariance its terms are left alone, but for a stored
-    // point. A refusal leaves the point alone.
+    // The state of the table at t, days since 1950, UTC. Without covariance its terms are not written, but for a stored
+    // point. A refusal writes nothing.
     template <bool kWithCovariance>
     [[gnu::always_inline]] Refusal Evaluate(const Table& table, double t, VecTabPoint& point) noexcept {
         if (table.count < kStencilPoints) [[unlikely]]

@@ -30,7 +30,7 @@ struct StencilTimes {
     std::array<Pair, 2> c;          // -0.5 / S2, s
     std::array<Pair, 2> squareC;    // W c
 
-    // A difference changes its sign alone when its ends are exchanged, and so do its reciprocal and any product with it:
+    // A difference changes only its sign when its ends are exchanged, and so do its reciprocal and any product with it:
     // six of each serve the twelve ordered pairs of points. Sums and products run over k in ascending order.
     [[gnu::always_inline]] void Measure(Stencil points) noexcept {
         using VecTableSupport::Minus;
@@ -109,7 +109,7 @@ using StatePairs = std::array<Pair, 3>;
 }
 
 // The state at t, written in place; `state` is none of the points, and t is the time of none. Without covariance its terms
-// are left alone.
+// are not written.
 template <bool kWithCovariance>
 [[gnu::always_inline]] inline void HermiteOverStencil(Stencil points, const StencilTimes& times, double t,
                                                       VecTabPoint& state) noexcept {

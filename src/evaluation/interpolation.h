@@ -11,8 +11,9 @@ using VecTableTypes::VecTabPoint;
 using VecTableTypes::VecTabRecord;
 
 // The state of `record` at `timeTai`, days since 1950, TAI: a stored point when the time is within 10^-12 days of one,
-// else the interpolation over the four points round it, which must not lie further apart than 61 minutes on the
+// else the interpolation over the four points round it, which must not lie further apart than kSpacingLimit on the
 // average. Times up to 0.0005 s outside the table are served. 0, or 2 with an entry in the log and `point` all zero.
+// The interface fixes TAI for the time; it is turned back into UTC, the scale of the points.
 // Reads the record and keeps nothing: any number of threads may evaluate one record at a time.
 VECTABLE_MODULE std::int32_t InterpolateEP(const VecTabRecord& record, double timeTai, VecTabPoint& point) noexcept;
 

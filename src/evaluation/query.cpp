@@ -21,7 +21,7 @@ using VecTableSupport::TextBuilder;
 using VecTableSupport::TraceLogError;
 using VecTableSupport::Utc2Tai;
 
-// What became of a request. Its words are logged when the gate is left.
+// What became of a request. It is logged after the gate is left.
 enum class Reply { kState, kNoRecord, kNoPoints, kNoIndex, kNoTime, kRefused };
 
 Reply TakeIndexed(const Table& table, double value, double& outTime, VecTabPoint& point, double* outMse) noexcept {

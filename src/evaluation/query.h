@@ -19,7 +19,7 @@ enum class TimeType : std::int32_t {
     kIndex = 3,    // number of a point, counted from 1, a fraction cut off; back comes the ds50UTC of the point
 };
 
-// The state of a stored record. `outTime` as TimeType tells; `outMse`, for kIndex alone, receives the minutes from the
+// The state of a stored record. `outTime` as TimeType tells; `outMse`, only for kIndex, receives the minutes from the
 // first point to the one asked for. `status`: 0, or 2 with an entry in the log and `point` all zero.
 VECTABLE_MODULE void GetEphem(std::int64_t satKey, double value, TimeType timeType, double& outTime, VecTabPoint& point,
                               std::int32_t& status, double* outMse = nullptr) noexcept;

@@ -18,9 +18,9 @@ namespace VecTableDllExports {
 inline constexpr std::int32_t kSuccess = VEC_TAB_SUCCESS;
 inline constexpr std::int32_t kFailure = VEC_TAB_FAILURE;
 
-inline void LogCall(std::string_view call, std::string_view words) noexcept {
+inline void LogCall(std::string_view call, std::string_view message) noexcept {
     VecTableSupport::TextBuilder<128> text;
-    text.Add(call).Add(": ").Add(words);
+    text.Add(call).Add(": ").Add(message);
     VecTableSupport::TraceLogError(text.Written());
 }
 

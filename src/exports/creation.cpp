@@ -2,6 +2,7 @@
 #include <vectable/vectable.h>
 
 #include "exports/boundary.h"
+#include "ingestion/new_record.h"
 #include "ingestion/point_assembly.h"
 #include "store/record_lookup.h"
 #include "support/keys.h"

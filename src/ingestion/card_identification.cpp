@@ -13,7 +13,7 @@ using VecTableSupport::FixedText;
 using VecTableSupport::IsDigit;
 using VecTableSupport::ToUpperCase;
 
-// Columns are counted from 1; those behind the end of the line are blank.
+// Columns are counted from 1; those after the end of the line are blank.
 char Column(std::string_view line, std::size_t column) noexcept {
     return column <= line.size() ? ToUpperCase(line[column - 1]) : ' ';
 }

@@ -34,14 +34,14 @@ enum class CardType : std::int32_t {
 // order and the first that holds decides.
 VECTABLE_MODULE CardType VecTabCardType(std::string_view line) noexcept;
 
-// VecTabCardType for a walk that looks for list lines alone: kFileLine and kNameLine as there, and any other type, or
+// VecTabCardType for a walk that looks only for list lines: kFileLine and kNameLine as there, and any other type, or
 // kNone, for a line that is neither.
 CardType ListCardType(std::string_view line) noexcept;
 
-// Whether at least six fields stand behind column 16, with a point behind the start of each.
+// Whether at least six fields stand after column 16, with a point after the start of each.
 VECTABLE_MODULE bool IsOwnerOperatorFile(std::string_view line) noexcept;
 
-// Whether the line is one to nine digits from column 1 on, with no digit behind them.
+// Whether the line is one to nine digits from column 1 on, with no digit after them.
 VECTABLE_MODULE bool IsSatNumOnly(std::string_view line) noexcept;
 
 // Whether the extension of the path begins with ".DCE", in any letter case.

@@ -23,7 +23,7 @@ using VecTableSupport::TraceLogInfo;
 
 using FilePath = VecTableTypes::PathText;
 
-// Lists are walked in lines that hold the longest path behind its keyword.
+// Lists are walked in lines that hold the longest path after its keyword.
 using ListLine = LineBuffer<1500>;
 
 void LoadListedFile(const FilePath& path, EphemName& name) {
@@ -78,49 +78,61 @@ bool HasPoints(const VecTabRecord& record) noexcept {
     return false;
 }
 
-// Runs the reader that a card starts. `status`: 0, or 2 with an entry in the log.
-void RunReader(CardType card, const Line& line, Walk& walk, std::int32_t& status) {
-    auto& [unit, filePath, record, satKeyOut, summary] = walk;
+// Runs the reader that a card starts; false when it starts none. `status`: 0, or 2 with an entry in the log.
+bool RunReader(CardType card, const Line& line, Walk& walk, std::int32_t& status) {
+    InputUnit& unit = walk.unit;
+    VecTabRecord& record = walk.record;
+    record.numOfPts = 0;
     switch (card) {
         case CardType::kV31:
-            return ReadV31(unit, line, record, status);
+            ReadV31(unit, line, record, status);
+            return true;
         case CardType::kSimObs:
-            return ReadSimObs(unit, line, record, status);
+            ReadSimObs(unit, line, record, status);
+            return true;
         case CardType::kVecEph:
-            return ReadVecEph(unit, line, record, status);
+            ReadVecEph(unit, line, record, status);
+            return true;
         case CardType::kItc:
-            return ReadITC(unit, line, record, status);
+            ReadITC(unit, line, record, status);
+            return true;
         case CardType::kEcr:
-            return ReadECR(unit, record, status);
+            ReadECR(unit, record, status);
+            return true;
         case CardType::kJ2k:
-            return ReadJ2K(unit, record, status);
+            ReadJ2K(unit, record, status);
+            return true;
         case CardType::kOwner:
-            return ReadOwner(filePath, unit, line, record, status);
+            ReadOwner(walk.filePath, unit, line, record, status);
+            return true;
         case CardType::kDotE:
-            return ReadDotE(filePath, unit, record, status);
+            ReadDotE(walk.filePath, unit, record, status);
+            return true;
         case CardType::kOasys:
-            return ReadOASYS(filePath, unit, record, status);
+            ReadOASYS(walk.filePath, unit, record, status);
+            return true;
         case CardType::kLch:
-            return ReadLCH(unit, record, status);
+            ReadLCH(unit, record, status);
+            return true;
         case CardType::kEelv:
-            return ReadEELV(unit, line, record, status);
+            ReadEELV(unit, line, record, status);
+            return true;
         case CardType::kUniversal:
-            return ReadVTUniversalVecTab(unit, line, record, status);
+            ReadVTUniversalVecTab(unit, line, record, status);
+            return true;
         case CardType::kDceText:
-            return ReadDCEText(unit, line, record, status);
+            ReadDCEText(unit, line, record, status);
+            return true;
         case CardType::kLaunch:
-            return ReadLaunchFormat(unit, record, status);
+            ReadLaunchFormat(unit, record, status);
+            return true;
         case CardType::kFileLine:
         case CardType::kNameLine:
         case CardType::kOem:
         case CardType::kNone:
-            return;
+            return false;
     }
-}
-
-bool StartsReader(CardType card) noexcept {
-    return card != CardType::kNone && card != CardType::kFileLine && card != CardType::kOem &&
-           card != CardType::kNameLine;
+    return false;
 }
 
 // Reads the file by its cards. False when a reader failed, which ends the walk.
@@ -130,10 +142,8 @@ bool ReadByCards(Walk& walk, EphemName& ephemName) {
         if (line.IsCommentOrBlank()) continue;
         const CardType card = VecTabCardType(line.Text());
         if (card == CardType::kNameLine) walk.record.ephemName = EphemName(GetInputFileName(line.Text()));
-        if (!StartsReader(card)) continue;
         std::int32_t status = 0;
-        walk.record.numOfPts = 0;
-        RunReader(card, line, walk, status);
+        if (!RunReader(card, line, walk, status)) continue;
         if (status == 2 || !HasPoints(walk.record)) return false;
         Store(walk);
         ephemName = EphemName();
@@ -141,7 +151,7 @@ bool ReadByCards(Walk& walk, EphemName& ephemName) {
     return true;
 }
 
-// What a binary file gives ahead of a failure is stored all the same.
+// What a binary file gives before a failure is stored all the same.
 std::int32_t ReadBinary(Walk& walk) {
     std::int32_t status = 0;
     ReadDCEBinary(walk.filePath, walk.record, status);

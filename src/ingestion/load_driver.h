@@ -17,7 +17,7 @@ using VecTableSupport::InputUnit;
 
 using VecTableTypes::EphemName;
 
-// Loads an ephemeris file or a list file. 0; 2 when the load failed, with words in the log and the records finished so
+// Loads an ephemeris file or a list file. 0; 2 when the load failed, with entries in the log and the records finished so
 // far stored; or the error number of the system when the file cannot be opened.
 VECTABLE_MODULE std::int32_t ReadVecTabsFrFile(std::string_view filePath);
 
@@ -29,7 +29,7 @@ VECTABLE_MODULE std::int32_t ReadVecTabsFrFileUnit(InputUnit& unit, std::string_
 VECTABLE_MODULE std::int32_t ReadOnlyVecTabs(InputUnit& unit, std::string_view filePath, EphemName& ephemName,
                                              std::int64_t* satKeyOut);
 
-// The second pass alone: the key of the last record stored, -1 on failure or when there was none.
+// Only the second pass: the key of the last record stored, -1 on failure or when there was none.
 VECTABLE_MODULE std::int64_t AddVecTabFile(InputUnit& unit, std::string_view filePath);
 
 }  // namespace VecTableCardReading

@@ -1,11 +1,6 @@
 #include "ingestion/point_assembly.h"
 
 #include <algorithm>
-#include <utility>
-
-#include "store/record_lookup.h"
-#include "support/text.h"
-#include "support/trace_log.h"
 
 namespace VecTableCardReading {
 namespace {
@@ -33,26 +28,8 @@ void AddOneEpPoint(const VecTabPoint& point, VecTabRecord& record, const double*
     if (covTerms != nullptr) std::copy_n(covTerms, added->cov.size(), added->cov.begin());
 }
 
-void SkipBadEphemPoint(std::string_view readerName, std::string_view badText) noexcept {
-    VecTableSupport::TextBuilder<128> text;
-    text.Add("*** ").Add(readerName).Add(" : Bad ephemeris data. ***");
-    VecTableSupport::TraceLogError(text.Written());
-    VecTableSupport::TraceLogError(badText);
-}
-
 void TrimVecTablePts(VecTabRecord& record) noexcept {
     if (record.numOfPts >= 1) record.points.Trim(static_cast<std::size_t>(record.numOfPts));
-}
-
-std::int64_t CreateNewSatEntry(std::int32_t satNum, double epochDs50UTC, double ae, double ke, std::int32_t typeCode) {
-    VecTabRecord record;
-    record.satNum = satNum;
-    record.epochDs50UTC = epochDs50UTC;
-    record.ae = ae;
-    record.ke = ke;
-    record.coordSys = typeCode % 10;
-    record.coordSysTens = typeCode - record.coordSys;
-    return VecTableTree::AddRecToMem(std::move(record));
 }
 
 }  // namespace VecTableCardReading

@@ -1,8 +1,5 @@
-// The way of every point into a record, and what stands beside it.
+// The way of every point into a record.
 #pragma once
-
-#include <cstdint>
-#include <string_view>
 
 #include "store/record_types.h"
 
@@ -19,15 +16,7 @@ VECTABLE_MODULE void AddOneEpPoint(const VecTabPoint& point, VecTabRecord& recor
 // The same for a point that is yet to be written but for its time: its place, or null when it is dropped.
 VecTabPoint* AddPointAt(double ds50UTC, VecTabRecord& record);
 
-// Reports a line that a reader cannot use, in two entries of the log. Nothing stops.
-VECTABLE_MODULE void SkipBadEphemPoint(std::string_view readerName, std::string_view badText) noexcept;
-
 // Cuts the capacity of the array to the number of points.
 VECTABLE_MODULE void TrimVecTablePts(VecTabRecord& record) noexcept;
-
-// Stores a record without points and gives its key, as AddRecToMem does. The last decimal digit of `typeCode` is the
-// frame. `epochDs50UTC` in days since 1950, UTC; `ae` in km; `ke` in (Earth radii)^1.5 a minute.
-VECTABLE_MODULE std::int64_t CreateNewSatEntry(std::int32_t satNum, double epochDs50UTC, double ae, double ke,
-                                               std::int32_t typeCode);
 
 }  // namespace VecTableCardReading

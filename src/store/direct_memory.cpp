@@ -24,7 +24,7 @@ constexpr std::size_t kFirstBlock = 16384;  // slots: a mebibyte
 constexpr std::size_t kSmallestBlock = 64;  // a page
 constexpr std::size_t kMostBlocks = 256;
 
-// Slots lie in blocks that are never handed back, so that a lookup can tell by arithmetic alone whether an address names a
+// Slots lie in blocks that are never handed back, so that a lookup can tell by arithmetic only whether an address names a
 // slot. A block is untouched memory at first; its slots are made one after the other.
 struct Block {
     DmaSlot* first = nullptr;
@@ -32,7 +32,7 @@ struct Block {
     std::atomic<std::size_t> made{0};  // slots; lookups look no further
 };
 
-// Lookups read the blocks without the lock: a block is written ahead of the count that admits it, a slot ahead of the
+// Lookups read the blocks without the lock: a block is written before the count that admits it, a slot before the
 // count of its block.
 struct DmaSlots {
     std::mutex mutex;

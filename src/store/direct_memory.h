@@ -1,4 +1,4 @@
-// The objects behind direct-memory keys.
+// The objects that direct-memory keys name.
 //
 // Threads: any thread may ask for an object at any time, with any 64-bit value as the key. Making and removing objects
 // exclude each other; removing an object that another thread is using is for the caller to avoid.
@@ -29,13 +29,13 @@ inline bool IsObjectOf(const DmaObject& object, std::int64_t key) noexcept {
     return object.selfAddr.load(std::memory_order_acquire) == VecTableSupport::SatKeyToAddr(key);
 }
 
-// What became of the record behind a key.
+// What became of the record of a key.
 enum class DmaRemoval { kRemoved, kNoObject, kWrongObject };
 
-// Releases the record behind the key and, unless a link holds it, the object. Logs nothing.
+// Releases the record of the key and, unless a link holds it, the object. Logs nothing.
 DmaRemoval ReleaseDma(std::int64_t key) noexcept;
 
-// The words of a removal that failed, as an entry in the log.
+// Logs why a removal failed.
 void LogDmaRemoval(DmaRemoval removal) noexcept;
 
 // ReleaseDma: 0, or 2 with an entry in the log.

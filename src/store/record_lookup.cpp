@@ -22,8 +22,8 @@ using VecTableSupport::TraceLogError;
 
 constexpr std::int32_t kNoRecordFound = -123;
 
-void LogWithKey(std::string_view before, std::int64_t key, std::string_view behind) noexcept {
-    TraceLogError(TextBuilder<128>().Add(before).AddInteger(key, 19).Add(behind).Text().View());
+void LogWithKey(std::string_view before, std::int64_t key, std::string_view after) noexcept {
+    TraceLogError(TextBuilder<128>().Add(before).AddInteger(key, 19).Add(after).Text().View());
 }
 
 // Gives an object back that did not get as far as the tree.
@@ -137,8 +137,8 @@ std::int64_t FindAssociatedKey(const VecTabBinTree* root, std::int32_t satNum) n
 
 std::int64_t AddRecToMem(VecTabRecord record, VecTabBinTree** nodeOut) {
     if (nodeOut != nullptr) *nodeOut = nullptr;
-    return KeyMode() == VecTableSupport::kDirectMemoryMode ? AddToDirectMemory(record, nodeOut)
-                                                           : AddToTree(record, nodeOut);
+    return VecTableSupport::KeyMode() == VecTableSupport::kDirectMemoryMode ? AddToDirectMemory(record, nodeOut)
+                                                                            : AddToTree(record, nodeOut);
 }
 
 void FindRecPtr(std::int64_t key, VecTabRecord*& recOut, FixedText<128>* errText, bool gateHeld) noexcept {
@@ -179,22 +179,22 @@ void FindRecords(std::span<const std::int64_t> keys, std::span<const VecTabRecor
 void FindRec(std::int64_t key, VecTabRecord& recOut, FixedText<128>* errText) {
     recOut = VecTabRecord();
     recOut.satNum = kNoRecordFound;
-    std::string_view words;
+    std::string_view message;
     if (IsDma(key)) {
         const DmaObject* object = key > 0 ? FindDmaObject(key) : nullptr;
         const VecTabRecord* record = nullptr;
         if (object != nullptr && VecTableTypes::VecTabElsetType(object->elsetType)) record = object->propData.load();
         if (record != nullptr) recOut = VecTabRecord(*record);
-        if (key <= 0) words = "FindRec: Invalid DMA key (<=0).";
+        if (key <= 0) message = "FindRec: Invalid DMA key (<=0).";
     } else if (TreeIsEmpty()) {
-        words = "FindRec: Search tree is empty.";
+        message = "FindRec: Search tree is empty.";
     } else {
         const ReadSection section;
         const VecTabBinTree* node = FindNode(key);
         if (node != nullptr) recOut = VecTabRecord(*node->rec);
-        if (node == nullptr) words = "FindRec: search key doens't exist.";
+        if (node == nullptr) message = "FindRec: search key doens't exist.";
     }
-    if (errText != nullptr) *errText = FixedText<128>(words);
+    if (errText != nullptr) *errText = FixedText<128>(message);
 }
 
 std::int64_t SatKeyGet(std::int32_t satNum) noexcept {
@@ -208,9 +208,9 @@ StoredRecord::StoredRecord(std::int64_t key) noexcept : gateHeld_(!IsDma(key)) {
     FindRecPtr(key, record_);
     if (record_ != nullptr) [[likely]]
         return;
-    const std::string_view words = WhyNoRecord(key);
+    const std::string_view message = WhyNoRecord(key);
     if (std::exchange(gateHeld_, false)) gate.EndRead();
-    TraceLogError(FixedText<128>(words).View());
+    TraceLogError(FixedText<128>(message).View());
 }
 
 StoredRecord::~StoredRecord() {

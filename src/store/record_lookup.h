@@ -20,7 +20,7 @@ using VecTableTypes::FixedText;
 // stored.
 VECTABLE_MODULE std::int64_t AddRecToMem(VecTabRecord record, VecTabBinTree** nodeOut = nullptr);
 
-// The stored record of a key, or null with the words of the failure in `errText`, blanks otherwise. For a tree key the
+// The stored record of a key, or null with the message of the failure in `errText`, blanks otherwise. For a tree key the
 // gate is entered, unless `gateHeld` says that the caller is inside, and is held on return, whether or not a record was
 // found. A direct-memory key enters no gate.
 VECTABLE_MODULE void FindRecPtr(std::int64_t key, VecTabRecord*& recOut, FixedText<128>* errText = nullptr,
@@ -31,7 +31,8 @@ VECTABLE_MODULE void FindRecPtr(std::int64_t key, VecTabRecord*& recOut, FixedTe
 inline constexpr std::size_t kRecordsAtOnce = 64;  // at most
 void FindRecords(std::span<const std::int64_t> keys, std::span<const VecTabRecord*> records) noexcept;
 
-// A deep copy of the record of a key. satNum of `recOut` is -123 when there is none.
+// A deep copy of the record of a key. satNum of `recOut` is -123 when there is none. No call
+// of the library uses it: it is for module-level callers.
 VECTABLE_MODULE void FindRec(std::int64_t key, VecTabRecord& recOut, FixedText<128>* errText = nullptr);
 
 // The key of the first record of a satellite, in the order node, left subtree, right subtree; -1 when there is none.

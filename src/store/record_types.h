@@ -1,4 +1,4 @@
-// The data that the library stands on: points, records, nodes of the search tree, objects behind direct-memory keys.
+// The data that the library stands on: points, records, nodes of the search tree, objects that direct-memory keys name.
 #pragma once
 
 #include <array>
@@ -151,7 +151,7 @@ struct alignas(kCacheLine) VecTabBinTree {
     std::int32_t balance = 0;           // height of the right subtree less that of the left one: -1, 0 or +1
 };
 
-// The object behind a direct-memory key.
+// The object that a direct-memory key names.
 struct DmaObject {
     std::atomic<std::int64_t> selfAddr{0};         // its own address; 0 when it is not in use
     std::int32_t elsetType = 0;                    // element type, 6 for an object made here

@@ -31,7 +31,7 @@ constexpr std::int32_t kHeightGrew = 1;     // inserted, and the subtree grew in
 constexpr std::int32_t kKeyTaken = 2;       // by a different record
 constexpr std::int32_t kRecordPresent = 3;  // the key is taken by the same record
 
-// Changed by writers alone; atomic because TreeIsEmpty and the lookups look at it from outside the gate.
+// Changed only by writers; atomic because TreeIsEmpty and the lookups look at it from outside the gate.
 constinit std::atomic<VecTabBinTree*> treeRoot{nullptr};
 
 constinit std::atomic<std::uint64_t> treeVersion{1};
@@ -42,10 +42,10 @@ void Publish(VecTabBinTree* root) noexcept {
     treeVersion.store(treeVersion.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
 }
 
-// The nodes linked into the tree; changed by writers alone.
+// The nodes linked into the tree; changed only by writers.
 constinit std::int32_t nodeCount = 0;
 
-// The last sequence number given out; changed by writers alone. It stays at its limit once it gets there.
+// The last sequence number given out; changed only by writers. It stays at its limit once it gets there.
 constinit std::int32_t SEQNUM = 0;
 
 // One of the two mirror images that the rules of balance come in.
@@ -244,12 +244,6 @@ void GetKeysQuick(const VecTabBinTree* root, std::int32_t& count, std::int64_t* 
 
 }  // namespace
 
-std::int32_t KeyMode() noexcept {
-    using namespace VecTableSupport;
-    const std::int32_t mode = UseAllKeyMode() ? AllKeyModeGet() : ElsetKeyModeGet();
-    return mode == kDirectMemoryMode ? kDirectMemoryMode : kTreeMode;
-}
-
 VecTabBinTree* VecTabTreeRoot() noexcept {
     return treeRoot.load(std::memory_order_acquire);
 }
@@ -263,7 +257,7 @@ std::int64_t AddNode(VecTabBinTree& node, std::int32_t& status) noexcept {
     const WriteSection section;
     Subtree root = VecTabTreeRoot();
     AddNodeRecursive(root, node, status);
-    if (KeyMode() == VecTableSupport::kTreeMode) {
+    if (VecTableSupport::KeyMode() == VecTableSupport::kTreeMode) {
         for (int attempts = 1; status == kKeyTaken; ++attempts) {
             node.satKey = VecTableSupport::NextSatKey(node.satKey);
             if (attempts == kMostAttempts) {

@@ -36,10 +36,11 @@ VECTABLE_MODULE bool Equal(const VecTabRecord& a, const VecTabRecord& b) noexcep
 // The node with this key, or null. Takes no gate.
 VECTABLE_MODULE VecTabBinTree* FindNode(std::int64_t key) noexcept;
 
-// Removes and releases a node with its record. `shrunk` must be 0 on entry. `status`: 0, or 2 with an entry in the log.
+// Removes and releases a node with its record. `shrunk` is the recursion's own: the
+// interface wants 0 on entry. `status`: 0, or 2 with an entry in the log.
 VECTABLE_MODULE void RemoveNode(std::int64_t key, std::int32_t& shrunk, std::int32_t& status) noexcept;
 
-// Releases every node and record. `status` must be 0 on entry and is 0 on return.
+// Releases every node and record. The interface wants a `status` of 0 on entry; it is 0 on return.
 VECTABLE_MODULE void EmptyTree(std::int32_t& status) noexcept;
 
 VECTABLE_MODULE bool TreeIsEmpty() noexcept;

@@ -180,11 +180,11 @@ bool AddRegion(std::size_t size) noexcept {
         length /= 2;
         if (length < size + kUnit) return false;
     }
-    const std::size_t ahead = -reinterpret_cast<std::uintptr_t>(place) % kLargePage;
-    if (ahead > 0) ::munmap(place, ahead);
-    if (ahead < kLargePage) ::munmap(place + ahead + length, kLargePage - ahead);
-    if (heap.regions++ * kRegion >= kLargePagesFrom) ::madvise(place + ahead, length, MADV_HUGEPAGE);
-    auto* block = new (place + ahead) FreeBlock(length - kUnit, false, nullptr);
+    const std::size_t before = -reinterpret_cast<std::uintptr_t>(place) % kLargePage;
+    if (before > 0) ::munmap(place, before);
+    if (before < kLargePage) ::munmap(place + before + length, kLargePage - before);
+    if (heap.regions++ * kRegion >= kLargePagesFrom) ::madvise(place + before, length, MADV_HUGEPAGE);
+    auto* block = new (place + before) FreeBlock(length - kUnit, false, nullptr);
     new (block->After()) Block(0, false, block);
     ++heap.emptyRegions;
     heap.freeBlocks.Insert(block);

@@ -3,7 +3,7 @@
 // A process has a limited number of mappings (65,530 on most systems), and a store has any number of tables. So tables
 // share regions of many MiB, on large pages where the system grants them, and only a table of several MiB is a mapping of
 // its own, which grows by moving pages and not bytes. A table that grows takes the free memory after it, where there is
-// some: a table that is read or built alone is not copied as it grows.
+// some: a table that is read or built while no other one is does not move as it grows.
 //
 // Threads: any thread at any time.
 #pragma once

@@ -1,4 +1,4 @@
-// Keeps a thread from being cancelled: half done work would be left behind, and no exception may pass the C boundary.
+// Keeps a thread from being cancelled: work would be left half done, and no exception may pass the C boundary.
 #pragma once
 
 #include <pthread.h>

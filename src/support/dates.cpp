@@ -56,7 +56,7 @@ class DateScanner {
         return taken;
     }
 
-    // A whole number of up to four digits, padded by blanks ahead of it; -1 when there is none.
+    // A whole number of up to four digits, padded by blanks before it; -1 when there is none.
     std::int32_t TakeInteger() noexcept {
         SkipBlanks();
         std::int32_t value = 0;
@@ -86,7 +86,7 @@ class DateScanner {
         return -1;
     }
 
-    // Whole seconds and a fraction, padded by blanks ahead; -1.0 when there are none.
+    // Whole seconds and a fraction, padded by blanks before it; -1.0 when there are none.
     double TakeSeconds() noexcept {
         SkipBlanks();
         const auto end = std::min(rest_.find_first_not_of("0123456789."), rest_.size());

@@ -1,6 +1,6 @@
 // Calendar dates and date texts. A time is a count of days on the UTC scale: day 1.0 is 1950-01-01 00:00, and the
 // fraction of a day is the seconds of the day over 86400. A result of 0.0 says that a text, or its parts, are no date;
-// dates ahead of 1950 are none.
+// dates before 1950 are none.
 #pragma once
 
 #include <cstdint>
@@ -20,6 +20,7 @@ double Date_In(std::string_view text) noexcept;
 // A date-time text, blanks around it ignored: "YYYY/MM/DD", "YYYY-MM-DD", "YYYY/DDD", "YYYY-DDD", "YYYY DDD" or
 // "DD Mon YYYY"; blanks or a "T"; "HH:MM:SS[.f]" or "HH:MM"; optionally a "Z". Or one of the two forms of Date_In.
 // Tabs count as blanks, and blanks may pad a number.
+// The interface has two names for it.
 double Dtg2Ds50UTC(std::string_view text) noexcept;
 double DateStr2Ds50(std::string_view text) noexcept;
 

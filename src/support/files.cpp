@@ -18,7 +18,7 @@ constexpr std::size_t kBufferSize = 131072;
 constexpr std::size_t kLongestLine = 4096;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-// 0 for a regular file, which alone can be read twice and comes to an end.
+// 0 for a regular file: only such a file can be read twice and comes to an end.
 std::int32_t RefuseIrregular(int descriptor) noexcept {
     struct stat properties;
     if (::fstat(descriptor, &properties) != 0) return errno;
@@ -58,7 +58,7 @@ void InputUnit::Rewind() noexcept {
     atStart_ = true;
 }
 
-// Moves what is not yet handed out to `keptFrom` and reads on behind it.
+// Moves what is not yet handed out to `keptFrom` and reads on after it.
 ReadStatus InputUnit::Fill(std::size_t keptFrom) noexcept {
     const std::size_t kept = end_ - begin_;
     std::memmove(buffer_.get() + keptFrom, buffer_.get() + begin_, kept);
@@ -112,7 +112,7 @@ ReadStatus InputUnit::ReadBytes(std::span<char> target) noexcept {
     return ReadStatus::kOk;
 }
 
-// Keeps the head of the line at the start of the buffer and reads past the rest behind it.
+// Keeps the head of the line at the start of the buffer and reads past the rest.
 ReadStatus InputUnit::CutLongLine(std::string_view& line) noexcept {
     std::memmove(buffer_.get(), buffer_.get() + begin_, kLongestLine);
     ReadStatus status = ReadStatus::kOk;

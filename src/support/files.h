@@ -33,7 +33,7 @@ class LineBuffer {
     // The line without its padding.
     std::string_view Used() const noexcept { return {chars_.data(), length_}; }
 
-    // Columns are counted from 1; those behind the end of the line are blank.
+    // Columns are counted from 1; those after the end of the line are blank.
     std::string_view Columns(std::size_t first, std::size_t width) const noexcept {
         return Text().substr(first - 1, width);
     }
@@ -63,12 +63,12 @@ class InputUnit {
     // Back to the first line.
     VECTABLE_MODULE void Rewind() noexcept;
 
-    // The next line without its line end, good until the next reading. A carriage return ahead of a line feed belongs
+    // The next line without its line end, good until the next reading. A carriage return before a line feed belongs
     // to the line end, and a last line needs none. A UTF-8 byte order mark at the start of the file is no part of the
     // first line. Of a longer line at least 4096 characters are kept.
     VECTABLE_MODULE ReadStatus NextLine(std::string_view& line) noexcept;
 
-    // Exactly as many bytes as the target takes; kEndOfData when the file ends ahead of the last one.
+    // Exactly as many bytes as the target takes; kEndOfData when the file ends before the last one.
     VECTABLE_MODULE ReadStatus ReadBytes(std::span<char> target) noexcept;
 
     template <std::size_t N>

@@ -30,6 +30,12 @@ inline std::int32_t ElsetKeyModeGet() noexcept {
     return keyModeSettings.elsetKeyMode;
 }
 
+// The mode of records that are stored from now on: one of the two above.
+inline std::int32_t KeyMode() noexcept {
+    const std::int32_t mode = UseAllKeyMode() ? AllKeyModeGet() : ElsetKeyModeGet();
+    return mode == kDirectMemoryMode ? kDirectMemoryMode : kTreeMode;
+}
+
 // 0: a duplicate is reported and gives key 0; any other value: it is silent and gives the key.
 inline std::int32_t DupKeyModeGet() noexcept {
     return keyModeSettings.dupKeyMode;

@@ -18,7 +18,7 @@ std::int64_t CreateSatKey(std::int32_t satNum, std::int32_t elementType, double 
 // `dateText` in one of the forms of EpochTextToDs50; -1 when it is no date.
 std::int64_t CreateSatKey(std::int32_t satNum, std::int32_t elementType, std::string_view dateText) noexcept;
 
-// The next tree key to try after a collision: 10 further away from zero, and back to the head of the range behind its
+// The next tree key to try after a collision: 10 further away from zero, and back to the head of the range after its
 // end.
 std::int64_t NextSatKey(std::int64_t key) noexcept;
 

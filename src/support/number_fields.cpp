@@ -13,20 +13,20 @@ namespace {
 constexpr std::size_t kLongestNumber = 512;
 
 // std::from_chars reads correctly rounded numbers, whatever the locale, but knows no leading plus sign and no D
-// exponent, and takes `inf` and `nan`. These three are settled here. The result is the place behind the number, or null
+// exponent, and takes `inf` and `nan`. These three are settled here. The result is the place after the number, or null
 // where no number begins.
 const char* ScanNumber(const char* first, const char* last, double& value) noexcept {
     const char* digits = first != last && (*first == '+' || *first == '-') ? first + 1 : first;
     if (digits == last || !(IsDigit(*digits) || *digits == '.')) return nullptr;
     const char* start = *first == '+' ? digits : first;
-    const auto [behind, error] = std::from_chars(start, last, value);
+    const auto [after, error] = std::from_chars(start, last, value);
     if (error != std::errc()) return nullptr;
-    if (behind == last || ToUpperCase(*behind) != 'D') return behind;
+    if (after == last || ToUpperCase(*after) != 'D') return after;
 
     std::array<char, kLongestNumber> copy;
     if (static_cast<std::size_t>(last - start) > copy.size()) last = start + copy.size();
     char* copyEnd = std::copy(start, last, copy.data());
-    copy[static_cast<std::size_t>(behind - start)] = 'E';
+    copy[static_cast<std::size_t>(after - start)] = 'E';
     const auto [copyBehind, copyError] = std::from_chars(copy.data(), copyEnd, value);
     return copyError == std::errc() ? start + (copyBehind - copy.data()) : nullptr;
 }
@@ -36,8 +36,8 @@ const char* ScanNumber(const char* first, const char* last, std::int32_t& value)
         ++first;
         if (first == last || !IsDigit(*first)) return nullptr;
     }
-    const auto [behind, error] = std::from_chars(first, last, value);
-    return error == std::errc() ? behind : nullptr;
+    const auto [after, error] = std::from_chars(first, last, value);
+    return error == std::errc() ? after : nullptr;
 }
 
 template <typename Number>
@@ -66,7 +66,7 @@ class CompactField {
     bool Fits() const noexcept { return fits_; }
     std::string_view View() const noexcept { return {chars_.data(), length_}; }
 
-    // Writes the point that the field leaves to its layout ahead of the last `decimals` digits.
+    // Writes the point that the field leaves to its layout before the last `decimals` digits.
     void PutPoint(std::size_t decimals) noexcept {
         const auto sign = static_cast<std::size_t>(chars_[0] == '+' || chars_[0] == '-');
         auto digitsEnd = std::min(View().find_first_of("EeDd"), length_);
@@ -94,7 +94,7 @@ class CompactField {
     bool fits_ = true;
 };
 
-// A field of a few digits and blanks alone, as nearly all are. False for any other.
+// A field of a few digits and blanks, as nearly all are. False for any other.
 bool ReadPlainDigits(std::string_view field, std::int32_t& value) noexcept {
     constexpr std::size_t kAlwaysFit = 9;
     if (field.size() > kAlwaysFit) return false;
@@ -149,13 +149,13 @@ void FreeFormScanner::SkipBlanks() noexcept {
 // Moves to the next value, or to the comma that ends an empty place.
 ReadStatus FreeFormScanner::FindValue() noexcept {
     SkipBlanks();
-    if (behindValue_ && next_ != end_ && *next_ == ',') {
-        behindValue_ = false;
+    if (afterValue_ && next_ != end_ && *next_ == ',') {
+        afterValue_ = false;
         ++next_;
         SkipBlanks();
     }
     if (next_ == end_) return ReadStatus::kEndOfData;
-    behindValue_ = true;
+    afterValue_ = true;
     return ReadStatus::kOk;
 }
 
@@ -165,10 +165,10 @@ ReadStatus FreeFormScanner::NextNumber(Number& value) noexcept {
     if (found != ReadStatus::kOk || *next_ == ',') return found;
 
     Number read{};
-    const char* behind = ScanNumber(next_, end_, read);
-    if (behind == nullptr) return ReadStatus::kError;
-    if (behind != end_ && !IsBlankOrTab(*behind) && *behind != ',') return ReadStatus::kError;
-    next_ = behind;
+    const char* after = ScanNumber(next_, end_, read);
+    if (after == nullptr) return ReadStatus::kError;
+    if (after != end_ && !IsBlankOrTab(*after) && *after != ',') return ReadStatus::kError;
+    next_ = after;
     value = read;
     return ReadStatus::kOk;
 }

@@ -12,12 +12,12 @@ namespace VecTableSupport {
 
 // How the reading of a line, or of a value, went.
 enum class ReadStatus : std::int32_t {
-    kEndOfData = -1,  // end of file, or the text ran out ahead of the last value
+    kEndOfData = -1,  // end of file, or the text ran out before the last value
     kOk = 0,
     kError = 1,  // a read error, or a value that is not of its type
 };
 
-// Fixed fields: the text is the field, its width exact; columns behind the end of a line are blanks, so a short or
+// Fixed fields: the text is the field, its width exact; columns after the end of a line are blanks, so a short or
 // empty text is a valid field. Blanks in it do not count, and an all-blank field is 0. On an error the value stays.
 ReadStatus ReadIntegerField(std::string_view field, std::int32_t& value) noexcept;
 
@@ -36,7 +36,7 @@ class FreeFormScanner {
     // Passes over a word of any kind.
     ReadStatus SkipWord() noexcept;
 
-    // Goes on in a further text, as behind a line end.
+    // Goes on in a further text, as after a line end.
     void GoOn(std::string_view text) noexcept {
         next_ = text.data();
         end_ = text.data() + text.size();
@@ -53,7 +53,7 @@ class FreeFormScanner {
     bool behindValue_ = false;
 };
 
-// Reads one value after the other until all are in; those ahead of a failure have been replaced.
+// Reads one value after the other until all are in; those before a failure have been replaced.
 ReadStatus ReadFreeForm(std::string_view text, std::span<double> values) noexcept;
 
 }  // namespace VecTableSupport

@@ -20,11 +20,10 @@ namespace VecTableSupport {
 namespace {
 
 constexpr std::size_t kBufferSize = 131072;
-constexpr std::int32_t kUnitNumbers = 100;
 constexpr mode_t kNewFileMode = 0666;  // less what the process masks
 constexpr mode_t kPrivateFileMode = 0600;
 
-constinit std::array<std::atomic<bool>, kUnitNumbers> unitsInUse{};
+constinit std::atomic<bool> isOneOpen{false};
 
 // Keeps the signal of a broken pipe from the process for the length of a write.
 class PipeSignalHold {
@@ -106,10 +105,9 @@ OutputUnit::~OutputUnit() {
     Abandon();
 }
 
-std::int32_t OutputUnit::Open(std::int32_t unit, std::string_view filePath, OutputAction action) {
-    if (unit_ >= 0 || unit < 0 || unit >= kUnitNumbers) return EBADF;
-    if (unitsInUse[static_cast<std::size_t>(unit)].exchange(true)) return EBUSY;
-    unit_ = unit;
+std::int32_t OutputUnit::Open(std::string_view filePath, OutputAction action) {
+    if (isOneOpen.exchange(true)) return EBUSY;
+    isOpen_ = true;
     targetPath_ = WithoutTrailingBlanks(filePath);
     buffer_ = std::make_unique_for_overwrite<char[]>(kBufferSize);
     std::int32_t code = targetPath_.empty() ? ENOENT : 0;
@@ -251,8 +249,8 @@ void OutputUnit::Abandon() noexcept {
 }
 
 void OutputUnit::Release() noexcept {
-    if (unit_ >= 0) unitsInUse[static_cast<std::size_t>(unit_)] = false;
-    unit_ = -1;
+    if (isOpen_) isOneOpen = false;
+    isOpen_ = false;
     descriptor_ = -1;
     besidePath_.clear();
     oldLength_ = -1;
@@ -261,8 +259,8 @@ void OutputUnit::Release() noexcept {
     used_ = 0;
 }
 
-std::int32_t FileOpen(std::int32_t unitNumber, std::string_view filePath, OutputAction action, OutputUnit& unit) {
-    return unit.Open(unitNumber, filePath, action);
+std::int32_t FileOpen(std::int32_t /*unitNumber*/, std::string_view filePath, OutputAction action, OutputUnit& unit) {
+    return unit.Open(filePath, action);
 }
 
 }  // namespace VecTableSupport

@@ -22,9 +22,9 @@ enum class OutputAction : std::int32_t {
     kAppend = 2,
 };
 
-// A text file open for writing, under a unit number that one file at a time can have.
+// A text file open for writing. One at a time can be open.
 //
-// A file is written beside its target, an appended one behind a copy of the old content, and renamed over it at the close.
+// A file is written beside its target, an appended one after a copy of the old content, and renamed over it at the close.
 // So a failure at any point, the end of the process too, leaves the earlier file as it was. Where the target is no regular
 // file, or no file can be made beside it, it is written in place; a regular file that is appended to in place is cut back
 // to its old length when a write failed.
@@ -35,8 +35,8 @@ class OutputUnit {
     OutputUnit& operator=(const OutputUnit&) = delete;
     VECTABLE_MODULE ~OutputUnit();
 
-    // 0, or the error number of the system; EBUSY when the unit number is in use.
-    VECTABLE_MODULE std::int32_t Open(std::int32_t unit, std::string_view filePath, OutputAction action);
+    // 0, or the error number of the system; EBUSY when another file is open.
+    VECTABLE_MODULE std::int32_t Open(std::string_view filePath, OutputAction action);
 
     // Whether a failure may cost a regular file that is there already: no file could be made beside it.
     bool EndangersOldFile() const noexcept { return endangersOldFile_; }
@@ -60,7 +60,7 @@ class OutputUnit {
     void Abandon() noexcept;
     void Release() noexcept;
 
-    std::int32_t unit_ = -1;
+    bool isOpen_ = false;
     int descriptor_ = -1;
     std::string targetPath_;
     std::string besidePath_;       // empty when the target itself is written
@@ -71,7 +71,8 @@ class OutputUnit {
     std::size_t used_ = 0;
 };
 
-// Opens a file for writing text on a unit number: 0, or the error number of the system. Logs nothing.
+// Opens a file for writing text: 0, or the error number of the system. Logs nothing. The interface fixes the unit number;
+// as one file can be open, it says nothing.
 VECTABLE_MODULE std::int32_t FileOpen(std::int32_t unitNumber, std::string_view filePath, OutputAction action,
                                       OutputUnit& unit);
 

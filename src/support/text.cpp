@@ -33,9 +33,9 @@ std::int32_t StrToInt(std::string_view text) noexcept {
         if (text.empty() || !IsDigit(text.front())) return kNoInteger;
     }
     std::int32_t value = 0;
-    const auto [behind, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc()) return kNoInteger;
-    const bool digitsFollow = std::any_of(behind, text.data() + text.size(), IsDigit);
+    const bool digitsFollow = std::any_of(end, text.data() + text.size(), IsDigit);
     return digitsFollow ? kNoInteger : value;
 }
 
@@ -61,7 +61,7 @@ NumberText IntegerText(std::int64_t value, std::size_t width) noexcept {
 NumberText DigitsText(std::int64_t value, std::size_t width) noexcept {
     NumberText text = IntegerText(value, width);
     if (value < 0) {
-        text.chars.fill('*');  // the sign stands ahead of `width` digits and finds no column
+        text.chars.fill('*');  // the sign stands before `width` digits and finds no column
     } else {
         BlankToZeroChar(text.chars.data(), text.length);
     }

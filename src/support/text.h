@@ -57,9 +57,9 @@ FixedText<N> CharArrToStr(const char* array) noexcept {
 // Writes exactly `count` characters, the text cut or blank-padded, and no NUL.
 void StrToCharArr(std::string_view text, std::size_t count, char* array) noexcept;
 
-// The signed number at the head of the text, blanks and tabs ahead of it ignored; what follows it is ignored as long as
+// The signed number at the head of the text, blanks and tabs before it ignored; what follows it is ignored as long as
 // it holds no digit.
-// kNoInteger when there is no number, when digits stand behind it, or when it does not fit.
+// kNoInteger when there is no number, when digits stand after it, or when it does not fit.
 std::int32_t StrToInt(std::string_view text) noexcept;
 
 // A copy of the text with every `from` replaced.
@@ -72,7 +72,7 @@ constexpr FixedText<N> ReplaceString(FixedText<N> text, char from, char to) noex
 // Replaces every blank of the stretch by the character 0.
 void BlankToZeroChar(char* stretch, std::size_t length) noexcept;
 
-// The value behind the first equals sign of a keyword line, without the blanks and tabs around it; empty without one.
+// The value after the first equals sign of a keyword line, without the blanks and tabs around it; empty without one.
 std::string_view GetInputFileName(std::string_view line) noexcept;
 
 // A text of N characters, built from left to right; what does not fit is dropped.

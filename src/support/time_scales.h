@@ -7,8 +7,8 @@
 
 namespace VecTableSupport {
 
-// The same instant on the other scale. Tai2Utc(Utc2Tai(t)) is t to the bit, except in the last seconds ahead of a day
-// count that is a power of two, where it may differ by one last bit. Ahead of 1972 the offset of 1972 is used, behind
+// The same instant on the other scale. Tai2Utc(Utc2Tai(t)) is t to the bit, except in the last seconds before a day
+// count that is a power of two, where it may differ by one last bit. Before 1972 the offset of 1972 is used, after
 // the table its last one. Within an inserted second UTC counts on into the next day.
 inline double Utc2Tai(double ds50UTC) noexcept;
 inline double Tai2Utc(double ds50TAI) noexcept;
@@ -53,6 +53,7 @@ struct SplitTime {
     Days fraction;  // days, 0 to 1
 };
 
+// The interface fixes the name; times of both scales are split by it, those of a table as UTC.
 // Rounds down in operations that every processor of the family has. Beyond 2^51 days `day` may be another whole number
 // next to the time, which leaves the differences as they are.
 template <typename Days>

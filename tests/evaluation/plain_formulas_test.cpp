@@ -1,5 +1,7 @@
 // The search and the kernel take other ways than the formulas are written in. Here the formulas stand as they are
 // written, one operation at a time, and the bits have to be the same.
+#include "helpers/plain_formulas.h"
+
 #include <cmath>
 #include <gtest/gtest.h>
 #include <random>
@@ -11,63 +13,17 @@ using namespace VecTableProcessing;
 
 namespace {
 
-double Minus(double a, double b) {
-    const double dayA = std::floor(a), dayB = std::floor(b);
-    return ((dayA - dayB) + ((a - dayA) - (b - dayB))) * 86400.0;
-}
-
-VecTabPoint PlainHermite(const VecTabPoint* points, double t) {
-    std::array<double, 4> dt;
-    double P = 1.0;
-    for (std::size_t i = 0; i < 4; ++i) {
-        dt[i] = Minus(t, points[i].ds50UTC);
-        if (dt[i] == 0.0) return points[i];
-        P *= dt[i];
-    }
-    VecTabPoint state;
-    state.ds50UTC = t;
-    for (std::size_t j = 0; j < 4; ++j) {
-        const double L = P / dt[j];
-        double D = 1.0, S1 = 0.0, S2 = 0.0;
-        for (std::size_t k = 0; k < 4; ++k) {
-            if (k == j) continue;
-            const double d = Minus(points[j].ds50UTC, points[k].ds50UTC);
-            D = D * d;
-            S2 = S2 + 1.0 / d;
-            S1 = S1 + 1.0 / dt[k];
-        }
-        int exponent = 0;
-        const double fraction = std::fabs(std::frexp(dt[j], &exponent));
-        const double c = S2 != 0.0 ? -(0.5 / S2) : 2.0 * (fraction * 0x1p53);
-        const double U = L * L, W = D * D;
-        const double A1 = U * (dt[j] + c), B1 = U * dt[j];
-        const double A2 = U * (1.0 + (S1 + S1) * (dt[j] + c)), B2 = U * (1.0 + (S1 + S1) * dt[j]);
-        for (std::size_t i = 0; i < 3; ++i) {
-            const double p = points[j].pos[i], v = points[j].vel[i];
-            state.pos[i] = state.pos[i] + (A1 * p) / (W * c);
-            state.pos[i] = state.pos[i] + (B1 * v) / W;
-            state.vel[i] = state.vel[i] + (A2 * p) / (W * c);
-            state.vel[i] = state.vel[i] + (B2 * v) / W;
-        }
-        const double g = (P / dt[j]) / D;
-        for (std::size_t m = 0; m < 21; ++m) state.cov[m] = state.cov[m] + g * points[j].cov[m];
-    }
-    return state;
-}
-
 VecTabPoint PlainInterpolation(const VecTabRecord& record, double t) {
     const auto n = static_cast<std::size_t>(record.numOfPts);
-    std::size_t low = 0, high = n + 1, mid = 0;
-    while (low + 1 != high) {
-        mid = (low + high) / 2;
-        (t > record.points[mid].ds50UTC ? low : high) = mid;
-    }
-    const std::size_t start = std::max<std::size_t>(low, 2) - 1;
-    const std::size_t last = std::min(start + 3, n);
+    const auto timeOf = [&](std::size_t number) { return record.points[number].ds50UTC; };
+    const auto [low, mid] = Plain::Bisect(n, timeOf, t);
+    const std::size_t last = std::min(std::max<std::size_t>(low, 2) + 2, n);
     for (std::size_t i = last - 3; i <= last; ++i) {
-        if (1e-12 > std::fabs(t - record.points[i].ds50UTC)) return record.points[i];
+        if (1e-12 > std::fabs(t - timeOf(i))) return record.points[i];
     }
-    VecTabPoint point = PlainHermite(&record.points[last - 3], t);
+    const std::array<double, 4> times = {timeOf(last - 3), timeOf(last - 2), timeOf(last - 1), timeOf(last)};
+    const Plain::State state = Plain::Hermite(&record.points[last - 3], times, t);
+    VecTabPoint point{t, state.pos, state.vel, 0, state.cov};
     point.revNum = UpdateRev(point, record.points[mid], record.points[mid].revNum);
     return point;
 }

@@ -4,11 +4,11 @@
 //   bytes  24-27   satellite number      int32
 //
 // Every further record is a point:
-//   bytes  16-23   time                  real64, days, 7305 days behind the count since 1950
+//   bytes  16-23   time                  real64, days, counted from a day 7305 days later than the count since 1950
 //          24-47   position, km          3 x real64
 //          48-71   velocity, km/s        3 x real64
 //
-// ECI. Told by the file's name alone, and opened here. Ends at the end of the file; a record cut short is dropped.
+// ECI. Told only by the file's name. The walk has opened the file too, and closes it unread: the interface opens it here. Ends at the end of the file; a record cut short is dropped.
 #include <bit>
 #include <cstring>
 

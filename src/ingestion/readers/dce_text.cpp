@@ -1,8 +1,8 @@
-// DCE text: the satellite number alone on the card line, then a point a line, free form:
+// DCE text: only the satellite number on the card line, then a point a line, free form:
 //
 //   1, 2   not used             integers
 //   3      not used
-//   4      time                 days, 7305 days behind the count since 1950
+//   4      time                 days, counted from a day 7305 days later than the count since 1950
 //   5-7    position             km
 //   8-10   velocity             km/s
 //   11-14  not used

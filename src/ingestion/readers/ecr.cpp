@@ -1,6 +1,6 @@
-// ECR: Earth-fixed states behind a header of fixed length.
+// ECR: Earth-fixed states after a header of fixed length.
 //
-// Lines behind the card:
+// Lines after the card:
 //   1     columns 1-5  satellite number    integer
 //   2-7                not looked at
 //   8     columns 1-56 the title of the columns, which tells position only from position and velocity
@@ -11,7 +11,7 @@
 //              17-512  position, km        3 free-form reals
 //   2: columns 17-512  velocity, km/s      3 free-form reals
 //
-// Ends at the end of the file, and behind a line with too few numbers.
+// Ends at the end of the file, and after a line with too few numbers.
 #include "ingestion/readers/reading.h"
 
 namespace VecTableCardReading {
@@ -35,20 +35,22 @@ void ReadECR(InputUnit& unit, VecTabRecord& record, std::int32_t& status) {
     record.satNum = IntegerOr(lines[0].Columns(1, 5), kUnknownSatNum);
     record.coordSys = VecTableTypes::kEcr;
     SkipLines(unit, 6);
-    ReadStatus lastParse = unit.ReadLine(lines[0]);
+    unit.ReadLine(lines[0]);
     const bool positionOnly = lines[0].Columns(1, kPositionTitle.size()) == kPositionTitle;
     SkipLines(unit, positionOnly ? 1 : 2);
 
     StateValues state{};
     const std::span values(state);
+    bool tooFew = false;  // numbers in a line: the pass after it is the last, and its lines are lost
     ForEachGroup(reading, {lines.data(), positionOnly ? 1U : 2U}, [&] {
-        if (lastParse == ReadStatus::kEndOfData) return false;
+        if (tooFew) return false;
         const std::string_view date = lines[0].Columns(1, 15);
         double time = 0.0;
         if (!ReadTime(date, reading.name, date, time)) return true;
-        lastParse = ReadVector(reading, lines[0], values.first(3));
-        if (lastParse == ReadStatus::kOk && !positionOnly) lastParse = ReadVector(reading, lines[1], values.last(3));
-        if (lastParse == ReadStatus::kOk) AddOneEpPoint(MakePoint(time, state), record);
+        ReadStatus read = ReadVector(reading, lines[0], values.first(3));
+        if (read == ReadStatus::kOk && !positionOnly) read = ReadVector(reading, lines[1], values.last(3));
+        if (read == ReadStatus::kOk) AddOneEpPoint(MakePoint(time, state), record);
+        tooFew = read == ReadStatus::kEndOfData;
         return true;
     });
 }

@@ -1,6 +1,6 @@
 // Launch: a trajectory in metres and seconds, counted from the start of the day on the computer's clock.
 //
-// 16 lines behind the card are not looked at. Then records in free form, each from the start of a line on, over as many
+// 16 lines after the card are not looked at. Then records in free form, each from the start of a line on, over as many
 // lines as it takes:
 //   1      time                 s
 //   2-4    not used

@@ -1,6 +1,6 @@
 // LCH: dated states, each with a number more.
 //
-// Lines behind the card:
+// Lines after the card:
 //   1-4                not looked at
 //   5     columns 44-48  satellite number    integer
 //   6-9                not looked at
@@ -17,7 +17,7 @@
 namespace VecTableCardReading {
 namespace {
 
-constexpr int kLinesAround = 4;  // ahead of the satellite line, and behind it
+constexpr int kLinesAround = 4;  // before the satellite line, and after it
 constexpr std::size_t kLoggedColumns = 128;
 
 // An unreadable satellite number leaves the record's own. False when the file ends within the header.

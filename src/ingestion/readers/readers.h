@@ -1,8 +1,9 @@
-// The readers, one for each format. A reader goes on from the line behind the card that started it, fills the record
+// The readers, one for each format. A reader goes on from the line after the card that started it, fills the record
 // point by point, and reports: `status` is 0, or 2 with an entry in the log. A bad line is reported and passed over.
 // `line` is the card as it stands in the file.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -14,7 +15,10 @@ namespace VecTableCardReading {
 using VecTableSupport::InputUnit;
 using VecTableTypes::VecTabRecord;
 
-using Line = VecTableSupport::LineBuffer<512>;
+// Characters of a line, as in the widest format.
+inline constexpr std::size_t kLineLength = 512;
+
+using Line = VecTableSupport::LineBuffer<kLineLength>;
 
 VECTABLE_MODULE void ReadDCEBinary(std::string_view filePath, VecTabRecord& record, std::int32_t& status);
 VECTABLE_MODULE void ReadDCEText(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);

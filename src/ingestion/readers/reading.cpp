@@ -8,16 +8,23 @@ namespace VecTableCardReading {
 
 using VecTableSupport::FixedText;
 
-void Fail(const Reading& reading, std::string_view words) noexcept {
+void Fail(const Reading& reading, std::string_view message) noexcept {
     VecTableSupport::TextBuilder<128> text;
-    text.Add("*** ").Add(reading.name).Add(": ").Add(words).Add(" ***");
+    text.Add("*** ").Add(reading.name).Add(": ").Add(message).Add(" ***");
     VecTableSupport::TraceLogError(text.Written());
     reading.status = 2;
 }
 
-void FailOnLine(const Reading& reading, const Line& line, std::string_view words) noexcept {
+void FailOnLine(const Reading& reading, const Line& line, std::string_view message) noexcept {
     VecTableSupport::TraceLogError(line.Text());
-    Fail(reading, words);
+    Fail(reading, message);
+}
+
+void SkipBadEphemPoint(std::string_view readerName, std::string_view badText) noexcept {
+    VecTableSupport::TextBuilder<128> text;
+    text.Add("*** ").Add(readerName).Add(" : Bad ephemeris data. ***");
+    VecTableSupport::TraceLogError(text.Written());
+    VecTableSupport::TraceLogError(badText);
 }
 
 bool SkipLines(InputUnit& unit, int count) noexcept {

@@ -1,5 +1,5 @@
 // What the readers share: the loop over the lines of a file, fixed and free fields of a line, times, points, and the
-// words of failures.
+// messages of failures.
 #pragma once
 
 #include <array>
@@ -16,8 +16,6 @@
 namespace VecTableCardReading {
 
 using VecTableSupport::ReadStatus;
-
-inline constexpr std::size_t kLineLength = 512;
 
 // The satellite number of a file that gives none.
 inline constexpr std::int32_t kUnknownSatNum = VEC_TAB_UNKNOWN_SAT_NUM;
@@ -36,17 +34,20 @@ struct Reading {
 
     bool Failed() const noexcept { return status != 0; }
 
-    std::string_view name;  // in the words of the log
+    std::string_view name;  // in the messages of the log
     InputUnit& unit;
     VecTabRecord& record;
     std::int32_t& status;
 };
 
-// Ends a reader with "*** `name`: `words` ***" in the log.
-void Fail(const Reading& reading, std::string_view words) noexcept;
+// Ends a reader with "*** `name`: `message` ***" in the log.
+void Fail(const Reading& reading, std::string_view message) noexcept;
 
-// The same, ahead of it the line that is to blame.
-void FailOnLine(const Reading& reading, const Line& line, std::string_view words) noexcept;
+// The same, after an entry with the line that is to blame.
+void FailOnLine(const Reading& reading, const Line& line, std::string_view message) noexcept;
+
+// Reports a line that a reader cannot use, in two entries of the log. Nothing stops.
+VECTABLE_MODULE void SkipBadEphemPoint(std::string_view readerName, std::string_view badText) noexcept;
 
 // Reads past lines; false when the file ends, or fails, within them.
 bool SkipLines(InputUnit& unit, int count) noexcept;

@@ -23,7 +23,7 @@ namespace {
 constexpr std::size_t kDateWidth = 26;
 constexpr RealField kState[] = {{28, 19, 0}, {48, 19, 0}, {68, 19, 0}, {88, 19, 0}, {108, 19, 0}, {128, 19, 0}};
 
-// A date is tested ahead of the numbers, so that a line that is bad in both ways shows its date.
+// A date is tested before the numbers, so that a line that is bad in both ways shows its date.
 void AddLine(const Reading& reading, const Line& line, std::string_view date, bool numbersRead,
              const StateValues& state) {
     const double time = VecTableSupport::Dtg2Ds50UTC(date);

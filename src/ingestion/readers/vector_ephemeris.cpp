@@ -1,4 +1,4 @@
-// Vector ephemeris (ReadVecEph) and simulated observations (ReadSimObs): card images behind one kind of header.
+// Vector ephemeris (ReadVecEph) and simulated observations (ReadSimObs): card images after one kind of header.
 //
 // Header line:
 //   columns  1-22  ke                      real, 15 decimals
