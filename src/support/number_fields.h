@@ -50,7 +50,7 @@ class FreeFormScanner {
 
     const char* next_;
     const char* end_;
-    bool behindValue_ = false;
+    bool afterValue_ = false;
 };
 
 // Reads one value after the other until all are in; those before a failure have been replaced.
