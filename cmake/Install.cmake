@@ -1,8 +1,12 @@
-# What an installation lays out: at run time the library, the tool and the Python module; for development the headers,
+# What an installation lays out: at run time the library, the tool and the Python package; for development the headers,
 # the packages for CMake and pkg-config, the documents and the samples.
 include(CMakePackageConfigHelpers)
 
-set(VECTABLE_INSTALL_PYTHONDIR lib/python3/dist-packages CACHE STRING "Where the Python module goes, below the prefix")
+set(VECTABLE_INSTALL_PYTHONDIR lib/python3/dist-packages CACHE STRING "Where the Python package goes, below the prefix")
+file(STRINGS python/vectable/_version.py python_version REGEX "^__version__ = \"${PROJECT_VERSION}\"$")
+if(NOT python_version)
+    message(FATAL_ERROR "python/vectable/_version.py is not of version ${PROJECT_VERSION}")
+endif()
 set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VecTable)
 file(RELATIVE_PATH VECTABLE_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 
@@ -13,7 +17,8 @@ configure_file(cmake/vectable.pc.in vectable.pc @ONLY)
 install(TARGETS vectable EXPORT VecTableTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(FILES python/vectable.py DESTINATION ${VECTABLE_INSTALL_PYTHONDIR} COMPONENT runtime)
+install(DIRECTORY python/vectable DESTINATION ${VECTABLE_INSTALL_PYTHONDIR} COMPONENT runtime
+    FILES_MATCHING PATTERN "*.py" PATTERN "py.typed" PATTERN "__pycache__" EXCLUDE)
 if(VECTABLE_BUILD_TOOLS)
     install(TARGETS vectab RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
     install(FILES tools/vectab/vectab.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)

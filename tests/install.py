@@ -1,7 +1,8 @@
 """Installs the build into a scratch folder, and builds and runs clients against the installed tree alone.
 
 The clients are one source as C11 and as C++20, and the example in the head of vectable.h. They find the library through
-the package for CMake and through pkg-config.
+the package for CMake and through pkg-config. The Python package finds it beside itself in the installed tree; where pip
+installs it, without a network, in the checkout.
 """
 
 import os
@@ -50,3 +51,24 @@ run(cmake, "--build", scratch / "cmake", stdout=subprocess.DEVNULL)
 for client in ("story_c", "story_cpp", "cmake/story_c", "cmake/story_cpp"):
     run(scratch / client, scratch, env=environment)
 run(scratch / "example", pathlib.Path(root) / "examples/samples/10001_leo.e", env=environment)
+
+
+def ask_python(folder, wanted):
+    """Imports the Python package of a folder, with no variable that names a library, and looks which one it takes."""
+    asks = "import vectable as vt; print(vt.__version__, vt.__file__, vt._library.library._name, vt.VecTabGetInfo())"
+    variables = {**os.environ, "PYTHONPATH": str(folder), "VECTABLE_LIBRARY": ""}
+    ran = subprocess.run([sys.executable, "-c", asks], cwd=scratch, env=variables, capture_output=True, text=True)
+    print(ran.stdout, ran.stderr)
+    version, package, found, _, version_of_library = ran.stdout.split()[:5]
+    if (f"{version},", package, found) != (version_of_library, f"{folder}/vectable/__init__.py", str(wanted)):
+        sys.exit("that is not the package or the library that is wanted")
+
+
+# The runtime of a sanitizer has to be in the process first.
+if "-fsanitize" not in flags:
+    ask_python(scratch / "lib/python3/dist-packages", library / "libvectable.so.1")
+    if pathlib.Path(build) == pathlib.Path(root) / "build/release":
+        folder = scratch / "by/pip/apart/from/all"
+        pip = [sys.executable, "-m", "pip", "--disable-pip-version-check", "install", "--quiet", "--no-index"]
+        run(*pip, "--target", folder, pathlib.Path(root) / "python")
+        ask_python(folder, pathlib.Path(build) / "lib/libvectable.so.1")

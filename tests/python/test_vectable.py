@@ -45,7 +45,7 @@ def build(satNum=25544, points=6):
 
 
 def run_python(code, **environment):
-    folder = os.path.dirname(vt.__file__)
+    folder = os.path.dirname(os.path.dirname(vt.__file__))
     return subprocess.run(
         [sys.executable, "-W", "error", "-c", code],
         env={**os.environ, "PYTHONPATH": os.pathsep.join([folder, os.environ.get("PYTHONPATH", "")]), **environment},
@@ -91,7 +91,7 @@ class Sample(StoreTest):
 
     def test_example_in_the_module(self):
         ran = run_python("import doctest, vectable; print(doctest.testmod(vectable))")
-        self.assertEqual(ran.stdout, "TestResults(failed=0, attempted=5)\n")
+        self.assertEqual(ran.stdout, "TestResults(failed=0, attempted=9)\n")
 
 
 class Table(StoreTest):
@@ -160,7 +160,7 @@ class Records(StoreTest):
             adder.join(0.2)  # an addition that is let through is done by then
             return 2  # as many as there would be if another thread had not removed one
 
-        with mock.patch.dict(vt._functions, VecTabGetCount=count):
+        with mock.patch.object(vt._calls, "_count", count):
             self.assertEqual(list(vt.VecTabGetLoaded()), [key])
         adder.join()
         self.assertEqual(vt.VecTabGetCount(), 2)
@@ -277,11 +277,12 @@ class Log(StoreTest):
         path.write_text("\n".join(lines))
         with self.assertLogs("vectable", "INFO") as logged:
             vt.VecTabLoadFile(path)
-        return [(record.levelname, record.getMessage()) for record in logged.records]
+        return [(record.levelname, record.getMessage(), os.fspath(record.file)) for record in logged.records]
 
     def test_what_a_load_passes_over_goes_to_the_logger(self):
         logged = self.load_with_a_bad_line()
-        self.assertIn(("WARNING", "60 7 bad"), logged)
+        path = str(self.folder / "1.e")
+        self.assertIn(("WARNING", f"{path}: 60 7 bad", path), logged)
         self.assertEqual(logged[0][0], "INFO")
         self.assertIn("Reading VECTABs from file", logged[0][1])
 
@@ -355,23 +356,35 @@ class Import(unittest.TestCase):
 
     def test_library_that_is_not_there(self):
         ran = run_python("import vectable", VECTABLE_LIBRARY="/nowhere/libvectable.so")
-        self.assertRegex(ran.stderr, r"ImportError: .*tried\n  /nowhere/libvectable\.so: .*No such file")
+        self.assertRegex(ran.stderr, r"ImportError: .* wants .*Tried\n  /nowhere/libvectable\.so: .*No such file")
+
+    def test_library_of_another_version(self):
+        with tempfile.TemporaryDirectory() as folder:
+            library = f"{folder}/libvectable.so.1"
+            content = pathlib.Path(vt._library.library._name).read_bytes()
+            for other in ("2.0.0", "0.9.9", "a.b.c"):
+                with self.subTest(other=other):
+                    pathlib.Path(library).write_bytes(content.replace(vt.__version__.encode() + b", C++", other.encode() + b", C++"))
+                    ran = run_python("import vectable", VECTABLE_LIBRARY=library)
+                    found = other.replace("a.b.c", "unknown")
+                    self.assertRegex(ran.stderr, f"version {vt.__version__} or a later .*\n  {library}: version {found}")
 
     def test_library_of_the_prefix(self):
         for module, library in (
             ("lib/python3/dist-packages", "lib"),
-            ("lib/python3/dist-packages", "lib/x86_64-linux-gnu"),
+            ("lib/python3.11/site-packages", "lib/x86_64-linux-gnu"),
             ("share/vectable", "lib64"),
             ("here", "here"),
+            ("here", "here/vectable"),
+            ("checkout/python", "checkout/build/release/lib"),
         ):
             with self.subTest(module=module, library=library), tempfile.TemporaryDirectory() as prefix:
-                for folder in (module, library):
-                    os.makedirs(os.path.join(prefix, folder), exist_ok=True)
-                installed = os.path.realpath(shutil.copy(vt._library._name, f"{prefix}/{library}/libvectable.so.1"))
-                shutil.copy(vt.__file__, f"{prefix}/{module}/vectable.py")
+                shutil.copytree(os.path.dirname(vt.__file__), f"{prefix}/{module}/vectable")
+                os.makedirs(f"{prefix}/{library}", exist_ok=True)
+                wanted = os.path.realpath(shutil.copy(vt._library.library._name, f"{prefix}/{library}/libvectable.so.1"))
                 path = f"import sys; sys.path.insert(0, '{prefix}/{module}');"
-                ran = run_python(path + "import vectable; print(vectable._library._name)", VECTABLE_LIBRARY="")
-                self.assertEqual((ran.stderr, ran.stdout), ("", installed + "\n"))
+                ran = run_python(path + "import vectable; print(vectable._library.library._name)", VECTABLE_LIBRARY="")
+                self.assertEqual((ran.stderr, ran.stdout), ("", wanted + "\n"))
 
 
 if __name__ == "__main__":

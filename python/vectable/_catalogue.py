@@ -1,0 +1,203 @@
+"""The records of files, as one object."""
+from __future__ import annotations
+
+import ctypes
+import os
+
+from . import _calls
+from ._binding import additions, numpy
+from ._library import library
+from ._states import Outcome, key_array, states
+from .errors import VecTabError
+
+_FRAMES = {1: "ECI", 2: "J2K", 3: "EFG", 4: "ECR", 15: "LLH", 16: "SEZ", 17: "hcsrl", 18: "wptrl", 19: "hcsgc", 20: "wptgc"}
+_BY_ENTRY = 2
+_FEWEST_POINTS = 4  # for an interpolation
+_HOLE = 61.0 / 1440.0  # days; over a longer step nothing is interpolated
+
+
+class _Points:
+    """The stored points of a record, by number from 1. Times and velocities only."""
+
+    def __init__(self, key):
+        self._key = key
+        self._state = (ctypes.c_double * 8)()  # time, position, velocity; the revolution number
+        self._outputs = tuple(ctypes.addressof(self._state) + 8 * place for place in (0, 1, 4, 7))
+
+    def _read(self, number):
+        if library.VecTabGetEphemeris(self._key, number, *self._outputs) != 0:
+            _calls.VecTabGetEphemeris(self._key, number)  # raises
+
+    def time(self, number):
+        self._read(number)
+        return self._state[0]
+
+    def moves(self, number):
+        self._read(number)
+        return any(self._state[4:7])
+
+
+def _holes(points, first, last, start, end):
+    """The number of steps that are too long between two points. A span that is short enough holds none."""
+    if end - start <= _HOLE:
+        return 0
+    if last - first == 1:
+        return 1
+    middle = (first + last) // 2
+    time = points.time(middle)
+    return _holes(points, first, middle, start, time) + _holes(points, middle, last, time, end)
+
+
+def _notes(key, count):
+    """What a user of a record should know before relying on it, "; " between."""
+    points, notes = _Points(key), []
+    if count > 0 and not any(points.moves(number) for number in range(1, count + 1)):
+        notes.append("no velocities")
+    holes = _holes(points, 1, count, points.time(1), points.time(count)) if count > 1 else 0
+    if holes:
+        notes.append(f"{holes} hole{'s' if holes > 1 else ''}")
+    if count < _FEWEST_POINTS:
+        notes.append("few points")
+    return "; ".join(notes)
+
+
+def _raise_for_file(error, path):
+    """Raises what Python people expect of a call on a file. Status 2 is a failure inside the file, or ENOENT."""
+    if error.status != 2 or not os.path.exists(path):
+        raise OSError(error.status, os.strerror(error.status), os.fspath(path)) from error
+    raise ValueError(f"{os.fspath(path)}: {error}") from error
+
+
+class Catalogue:
+    """The records of files. The store belongs to the process; a catalogue has those records of it that it loaded, and
+    removes them when it is closed, also at the end of a with block.
+
+    paths  files for load
+    """
+
+    def __init__(self, *paths):
+        self._keys = {}
+        try:
+            self.load(*paths)
+        except BaseException:
+            self.close()
+            raise
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exception):
+        self.close()
+
+    def __len__(self):
+        return len(self._keys)
+
+    def __contains__(self, key):
+        return key in self._keys
+
+    def __repr__(self):
+        return f"<vectable.Catalogue of {len(self)} records>"
+
+    @property
+    def keys(self):
+        """The keys of the records, in the order in which they were loaded: an array of int64, or without NumPy a tuple."""
+        return tuple(self._keys) if numpy is None else numpy.array(list(self._keys), numpy.int64)
+
+    def load(self, *paths):
+        """Loads ephemeris files, or the files that list files name.
+
+        The format is found out. Raises FileNotFoundError and its kin, with path and errno, for a file that cannot be
+        opened, and ValueError for one that holds no ephemeris, that cannot be read to its end, or whose records are all
+        stored already; what was loaded before stays. What a load passes over goes to the logger "vectable".
+        """
+        with additions:
+            known = set(_calls.VecTabGetLoaded(_BY_ENTRY)) if paths else set()
+            try:
+                for path in paths:
+                    self._load_file(path)
+            finally:
+                if paths:
+                    new = (int(key) for key in _calls.VecTabGetLoaded(_BY_ENTRY) if key not in known)
+                    self._keys.update(dict.fromkeys(new))
+
+    def _load_file(self, path):
+        before = _calls.VecTabGetCount()
+        try:
+            _calls.VecTabLoadFile(path)
+        except VecTabError as error:
+            _raise_for_file(error, path)
+        if _calls.VecTabGetCount() == before:
+            raise ValueError(f"{os.fspath(path)}: no ephemeris in it, or only such that are stored already")
+
+    def to_dict(self):
+        """A table of what is stored, as columns: pandas.DataFrame(catalogue.to_dict()).
+
+        key, satNum, satName, ephemName   of the record
+        frame                             its name, such as ECI
+        numOfPts                          number of points
+        startDs50UTC, endDs50UTC          first and last time, days since 1950 UTC; NaN without points
+        filePath                          the file that it came from
+        notes                             "no velocities", "2 holes" (steps over 61 minutes), "few points" (under four)
+
+        Raises KeyError for a record that was removed.
+        """
+        rows = [self._row(key) for key in self._keys]
+        names = "key satNum satName ephemName frame numOfPts startDs50UTC endDs50UTC filePath notes".split()
+        return {name: [row[i] for row in rows] for i, name in enumerate(names)}
+
+    def _row(self, key):
+        try:
+            fields = _calls.VecTabGetAllFields(key)
+            span = _calls.VecTabStartEndTime(key) if fields.numOfPts else (float("nan"),) * 2
+            notes = _notes(key, fields.numOfPts)
+        except VecTabError as error:
+            raise KeyError(f"record {key} is no longer stored: {error}") from error
+        frame = _FRAMES.get(fields.coordSys, str(fields.coordSys))
+        return (key, fields.satNum, fields.satName, fields.ephemName, frame, fields.numOfPts, *span, fields.filePath, notes)
+
+    def states(self, times, keys=None, covariance=False, out=None):
+        """The states of the records at times, as the function `states` gives them.
+
+        keys  one key or a sequence of them; None: all, in the order of `keys`
+
+        Raises KeyError for a key that is not of this catalogue, or whose record was removed.
+        """
+        keys = self.keys if keys is None else keys
+        asked, _ = key_array(keys)
+        for key in asked:
+            if key not in self._keys:
+                raise KeyError(f"{key} is no key of this catalogue")
+        found = states(keys, times, covariance, out)
+        if Outcome.NO_RECORD in bytes(memoryview(found.outcome)):
+            for key in asked:
+                self._check_stored(int(key))
+        return found
+
+    def _check_stored(self, key):
+        try:
+            _calls.VecTabGetLine(key)
+        except VecTabError as error:
+            raise KeyError(f"record {key} is no longer stored: {error}") from error
+
+    def save(self, path):
+        """Writes a list file that names the files of the records, which `load` reads back. It holds no states.
+
+        The list is of the whole store: raises ValueError when that holds records that are not of this catalogue, and
+        OSError, with path and errno, when the file cannot be written.
+        """
+        others = sum(1 for key in _calls.VecTabGetLoaded(_BY_ENTRY) if key not in self._keys)
+        if others:
+            raise ValueError(f"the store holds {others} records that are not of this catalogue; VecTabSaveFile saves all")
+        try:
+            _calls.VecTabSaveFile(path)
+        except VecTabError as error:
+            _raise_for_file(error, path)
+
+    def close(self):
+        """Removes the records from the store."""
+        while self._keys:
+            key, _ = self._keys.popitem()
+            try:
+                _calls.VecTabRemoveSat(key)
+            except VecTabError:
+                pass  # removed by another

@@ -1,0 +1,93 @@
+"""Times as Python people write them, in days since 1950 UTC."""
+from __future__ import annotations
+
+import datetime
+import numbers
+from array import array
+
+from ._binding import numpy
+
+# Day 0.0: day 1.0 is 1950-01-01 00:00.
+_DAY_0 = datetime.datetime(1949, 12, 31, tzinfo=datetime.timezone.utc)
+_WANTED = "a datetime64, a datetime with a zone, a text of ISO 8601 or a number of days since 1950 is wanted"
+
+
+def _day_of_datetime(time):
+    if time.utcoffset() is None:
+        raise ValueError(f"times: a datetime with a zone is wanted, not the naive {time.isoformat()}")
+    since = time - _DAY_0
+    # Seconds of the day over 86400, as the library has it: a request for the time of a point has to hit it to the bit.
+    return since.days + (since.seconds * 1_000_000 + since.microseconds) / 1e6 / 86400.0
+
+
+def _day_of_text(text):
+    try:
+        time = datetime.datetime.fromisoformat(text.strip())
+    except ValueError:
+        raise ValueError(f"times: {_WANTED}, not {text!r}") from None
+    return _day_of_datetime(time if time.tzinfo else time.replace(tzinfo=datetime.timezone.utc))
+
+
+def _days_of_datetime64(times):
+    """An array of datetime64, taken as UTC; NaT gives NaN."""
+    days = times.astype("M8[D]")
+    seconds = (times - days) / numpy.timedelta64(1, "s")
+    whole = (days - numpy.datetime64("1949-12-31")) / numpy.timedelta64(1, "D")
+    return whole + seconds / 86400.0
+
+
+def _day(time):
+    if isinstance(time, str):
+        return _day_of_text(time)
+    if isinstance(time, datetime.datetime):
+        return _day_of_datetime(time)
+    if isinstance(time, numbers.Real) and not isinstance(time, bool):
+        return float(time)
+    if numpy is not None and isinstance(time, numpy.datetime64):
+        return float(_days_of_datetime64(time))
+    raise TypeError(f"times: {_WANTED}, not {time!r}")
+
+
+def _of_array(times):
+    if times.ndim > 1:
+        raise ValueError(f"times: one time or a sequence of times is wanted, not an array of shape {times.shape}")
+    if times.dtype.kind == "M":
+        return numpy.ascontiguousarray(_days_of_datetime64(times)), times.shape
+    if times.dtype.kind in "fiu":
+        return numpy.ascontiguousarray(times, float), times.shape
+    if times.dtype.kind == "O":
+        return numpy.fromiter(map(_day, times.ravel()), float, times.size), times.shape
+    raise TypeError(f"times: {_WANTED}, not an array of {times.dtype}")
+
+
+def days_of(times):
+    """Times as contiguous doubles, and their shape: () for one time, (n,) for a sequence."""
+    if isinstance(times, (str, datetime.datetime, int, float)):
+        return array("d", [_day(times)]), ()
+    if numpy is not None:
+        taken = numpy.asarray(times)
+        # Where one is a text, NumPy makes texts of numbers too.
+        return _of_array(taken if taken.dtype.kind != "U" else numpy.asarray(times, object))
+    try:
+        view = memoryview(times)
+    except TypeError:
+        days = array("d", map(_day, times))
+        return days, (len(days),)
+    if view.ndim != 1 or view.format != "d":
+        raise ValueError(f"times: a buffer of doubles in one dimension is wanted, not {view.ndim} of {view.format!r}")
+    # Of what is read-only ctypes gives no address.
+    days = view if view.contiguous and not view.readonly else array("d", view)
+    return days, (len(days),)
+
+
+def days_utc(times):
+    """Times as days since 1950 UTC, day 1.0 being 1950-01-01 00:00: the unit of all calls.
+
+    times  one time or a sequence of them: datetime64 (taken as UTC), datetime with a zone, text of ISO 8601 (UTC where it
+           names no zone), or a number of days, which stays as it is
+
+    A float for one time; for a sequence an array, NumPy's where it can be imported. Raises ValueError for a text that is
+    no time and for a datetime without a zone, TypeError for anything else.
+    """
+    days, shape = days_of(times)
+    return days if shape else float(days[0])
