@@ -3,17 +3,25 @@ from __future__ import annotations
 
 import ctypes
 import os
+from ctypes import c_int32, c_void_p
 
 from . import _calls
 from ._binding import additions, numpy
-from ._library import library
+from ._library import function, library
 from ._states import Outcome, key_array, states
 from .errors import VecTabError
 
-_FRAMES = {1: "ECI", 2: "J2K", 3: "EFG", 4: "ECR", 15: "LLH", 16: "SEZ", 17: "hcsrl", 18: "wptrl", 19: "hcsgc", 20: "wptgc"}
+_name_frame = function("VecHostFrameName", None, c_int32, c_void_p)
 _BY_ENTRY = 2
 _FEWEST_POINTS = 4  # for an interpolation
 _HOLE = 61.0 / 1440.0  # days; over a longer step nothing is interpolated
+
+
+def _frame(code):
+    """The name of a frame, or its code where it has none."""
+    name = ctypes.create_string_buffer(8)
+    _name_frame(code, name)
+    return name.raw.decode().strip() or str(code)
 
 
 class _Points:
@@ -152,7 +160,7 @@ class Catalogue:
             notes = _notes(key, fields.numOfPts)
         except VecTabError as error:
             raise KeyError(f"record {key} is no longer stored: {error}") from error
-        frame = _FRAMES.get(fields.coordSys, str(fields.coordSys))
+        frame = _frame(fields.coordSys)
         return (key, fields.satNum, fields.satName, fields.ephemName, frame, fields.numOfPts, *span, fields.filePath, notes)
 
     def states(self, times, keys=None, covariance=False, out=None):

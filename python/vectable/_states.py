@@ -157,8 +157,8 @@ def states(keys, times, covariance=False, out=None, *, pairs=False):
     """The states of one key or many at one time or many, by one call of the library; threads run beside it.
 
     keys        a satKey, or K of them in a sequence
-    times       one time, or T of them: datetime64 (taken as UTC), datetime with a zone, text of ISO 8601 (UTC where it names
-                no zone), or days since 1950 UTC as numbers. A contiguous buffer of doubles is read where it is; one with
+    times       one time, or T of them: datetime64 (taken as UTC), datetime with a zone, text in UTC such as
+                "2026-03-01T12:00:06.25", or days since 1950 UTC as numbers. A contiguous buffer of doubles is read where it is; one with
                 strides is gathered first. Times that rise are fastest.
     covariance  whether covariances are wanted, which takes time
     out         writable buffer of doubles that receives the states: shape (..., 6), or one dimension of as many numbers.

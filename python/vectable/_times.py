@@ -4,12 +4,15 @@ from __future__ import annotations
 import datetime
 import numbers
 from array import array
+from ctypes import POINTER, byref, c_char_p, c_double, c_int32
 
 from ._binding import numpy
+from ._library import function
 
 # Day 0.0: day 1.0 is 1950-01-01 00:00.
 _DAY_0 = datetime.datetime(1949, 12, 31, tzinfo=datetime.timezone.utc)
-_WANTED = "a datetime64, a datetime with a zone, a text of ISO 8601 or a number of days since 1950 is wanted"
+_time_of_text = function("VecHostTimeOfText", c_int32, c_char_p, POINTER(c_double))
+_WANTED = "a datetime64, a datetime with a zone, a text of a date or a number of days since 1950 is wanted"
 
 
 def _day_of_datetime(time):
@@ -21,11 +24,11 @@ def _day_of_datetime(time):
 
 
 def _day_of_text(text):
-    try:
-        time = datetime.datetime.fromisoformat(text.strip())
-    except ValueError:
-        raise ValueError(f"times: {_WANTED}, not {text!r}") from None
-    return _day_of_datetime(time if time.tzinfo else time.replace(tzinfo=datetime.timezone.utc))
+    day = c_double()
+    # What isoformat() writes of a datetime in UTC ends so; the library's grammar has a Z for it.
+    if _time_of_text(text.removesuffix("+00:00").encode(), byref(day)) != 0:
+        raise ValueError(f"times: {_WANTED}, not {text!r}")
+    return day.value
 
 
 def _days_of_datetime64(times):
@@ -83,8 +86,8 @@ def days_of(times):
 def days_utc(times):
     """Times as days since 1950 UTC, day 1.0 being 1950-01-01 00:00: the unit of all calls.
 
-    times  one time or a sequence of them: datetime64 (taken as UTC), datetime with a zone, text of ISO 8601 (UTC where it
-           names no zone), or a number of days, which stays as it is
+    times  one time or a sequence of them: datetime64 (taken as UTC), datetime with a zone, text in UTC as
+           the library reads dates (host.h), such as "2026-03-01T12:00:06.25", or a number of days, which stays as it is
 
     A float for one time; for a sequence an array, NumPy's where it can be imported. Raises ValueError for a text that is
     no time and for a datetime without a zone, TypeError for anything else.
