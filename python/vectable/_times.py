@@ -26,7 +26,7 @@ def _day_of_datetime(time):
 def _day_of_text(text):
     day = c_double()
     # What isoformat() writes of a datetime in UTC ends so; the library's grammar has a Z for it.
-    if _time_of_text(text.removesuffix("+00:00").encode(), byref(day)) != 0:
+    if "\0" in text or _time_of_text(text.removesuffix("+00:00").encode(), byref(day)) != 0:
         raise ValueError(f"times: {_WANTED}, not {text!r}")
     return day.value
 

@@ -56,6 +56,7 @@ class Times(unittest.TestCase):
             (ValueError, "naive", [NAIVE]),
             (ValueError, "naive", pd.Timestamp(NAIVE)),
             (ValueError, "'noon'", "noon"),
+            (ValueError, "junk", "2025-01-01\0junk"),
             (ValueError, "+02:00", "2025-01-01T02:00+02:00"),
             (ValueError, "'noon'", ["2025-01-01", "noon"]),
             (ValueError, "shape (2, 1)", [[1.0], [2.0]]),
