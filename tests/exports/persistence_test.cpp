@@ -69,28 +69,6 @@ TEST_F(Persistence, AListFileNamesEveryRecordFromTheRootOn) {
     EXPECT_EQ(line, std::string(512, ' ') + '#');
 }
 
-TEST_F(Persistence, WhatWasSavedComesBackWithItsNames) {
-    for (const int mode : {0, 1}) {
-        Reset();
-        VecHostSetElsetKeyMode(mode);
-        VecTabSetField(VecTabAddSatFrFile(Ephemeris("10001.e").c_str()), 15, "first");
-        VecTabAddSatFrFile(Ephemeris("10002.e", 3).c_str());
-        Add(5, 5.0);
-        const std::string list = (folder / "list.txt").string();
-        ASSERT_EQ(VecTabSaveFile(list.c_str(), 0), 0);
-        VecTabRemoveAllSats();
-        log.entries.clear();
-        ASSERT_EQ(VecTabLoadFile(list.c_str()), 0);
-        // Three lines name the file of three ephemerides: in tree mode its records are duplicates twice over.
-        EXPECT_EQ(VecTabGetCount(), mode == 0 ? 4 : 10);
-        EXPECT_EQ(log.Take().size(), mode == 0 ? 6U : 0U);
-        std::string name(512, '#');
-        VecTabGetField(VecTabGetSatKey(10001), 15, name.data());
-        EXPECT_EQ(name, Padded("first", 512));
-        EXPECT_EQ(VecTabGetSatKey(5), -1);
-    }
-}
-
 TEST_F(Persistence, AFailedSaveLeavesTheStoreAndTheEarlierList) {
     const std::string list = Write("list.txt", "earlier\n");
     const std::string pipe = folder / "pipe";

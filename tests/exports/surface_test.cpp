@@ -8,58 +8,6 @@
 
 class Surface : public StoreTest {};
 
-TEST_F(Surface, NullArgumentsAreRefusedByName) {
-    const int64_t key = Add(1, 1.0);
-    double x = 0.0;
-    Vector v{};
-    int32_t i = 0;
-    char text[512];
-    std::array<double, 128> array{};
-    const std::pair<const char*, std::function<int64_t()>> cases[] = {
-        {"VecTabFieldsToSatKey", [&] { return VecTabFieldsToSatKey(1, nullptr); }},
-        {"VecTabAddSatEphem", [&] { return VecTabAddSatEphem(key, 2.0, nullptr, v.data(), 0); }},
-        {"VecTabAddSatEphemCovMtx", [&] { return VecTabAddSatEphemCovMtx(key, 2.0, v.data(), v.data(), 0, nullptr); }},
-        {"VecTabAddSatEphemExt", [&] { return VecTabAddSatEphemExt(key, 2.0, v.data(), nullptr, 0, array.data()); }},
-        {"VecTabGetAllFields",
-         [&] { return VecTabGetAllFields(key, &i, text, text, &x, &x, &x, v.data(), v.data(), &i, nullptr, text); }},
-        {"VecTabGetField", [&] { return VecTabGetField(key, 1, nullptr); }},
-        {"VecTabSetField", [&] { return VecTabSetField(key, 15, nullptr); }},
-        {"VecTabStartEndTime", [&] { return VecTabStartEndTime(key, &x, nullptr); }},
-        {"VecTabGetEphemeris", [&] { return VecTabGetEphemeris(key, 1, nullptr, v.data(), v.data(), &i); }},
-        {"VecTabGetCovMtx", [&] { return VecTabGetCovMtx(key, 1, &x, v.data(), v.data(), &i, nullptr); }},
-        {"VecTabMse", [&] { return VecTabMse(key, 0.0, &x, nullptr, v.data(), &i); }},
-        {"VecTabMseCovMtx", [&] { return VecTabMseCovMtx(key, 0.0, &x, v.data(), v.data(), &i, nullptr); }},
-        {"VecTabDs50UTC", [&] { return VecTabDs50UTC(key, 1.0, &x, v.data(), v.data(), nullptr); }},
-        {"VecTabDs50UTCCovMtx", [&] { return VecTabDs50UTCCovMtx(key, 1.0, &x, v.data(), v.data(), &i, nullptr); }},
-        {"VecTabXten", [&] { return VecTabXten(key, 1, 0.0, nullptr); }},
-        {"VecTabLoadFile", [&] { return VecTabLoadFile(nullptr); }},
-        {"VecTabAddSatFrFile", [&] { return VecTabAddSatFrFile(nullptr); }},
-        {"VecTabSaveFile", [&] { return VecTabSaveFile(nullptr, 0); }},
-        {"VecTabGetLine", [&] { return VecTabGetLine(key, nullptr); }},
-        {"VecHostTimeOfText", [&] { return VecHostTimeOfText("2026-03-01", nullptr); }},
-        {"VecHostTimeOfText", [&] { return VecHostTimeOfText(nullptr, &x); }},
-        {"VecTabGetInfo",
-         [&] {
-             VecTabGetInfo(nullptr);
-             return 2;
-         }},
-        {"VecTabGetLoaded",
-         [&] {
-             VecTabGetLoaded(0, nullptr);
-             return 2;
-         }},
-    };
-    for (const auto& [name, call] : cases) {
-        const int64_t result = call();
-        EXPECT_TRUE(result == 2 || result == -1) << name;
-        EXPECT_EQ(log.Take(), Strings{std::string(name) + ": Null argument."});
-    }
-    x = 5.0;
-    EXPECT_EQ(VecTabMse(key, 0.0, &x, nullptr, v.data(), &i), 2);
-    EXPECT_EQ(x, 0.0);
-    EXPECT_EQ(VecTabGetCount(), 1);
-}
-
 // A thread that is cancelled ahead of a call does the whole of it, and ends at the first chance after it.
 TEST_F(Surface, ACancelledThreadFinishesItsCall) {
     const std::string file =
@@ -120,13 +68,4 @@ TEST_F(Surface, NothingIsHeldWhileAFailureIsLogged) {
     object->elsetType = 6;
     EXPECT_EQ(VecTableTree::RemoveDMA(key), 0);
     EXPECT_EQ(VecTabGetCount(), 1);
-}
-
-TEST_F(Surface, TheLibraryNamesItself) {
-    EXPECT_EQ(VecTabInit(), 0);
-    std::string info(130, '#');
-    VecTabGetInfo(info.data());
-    EXPECT_EQ(info.substr(0, 9), "VecTable ");
-    EXPECT_EQ(info.substr(128), "##");
-    EXPECT_EQ(info.find('\0'), std::string::npos);
 }

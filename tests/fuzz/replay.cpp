@@ -19,7 +19,7 @@ int main(int argc, char** argv) {
             std::ifstream file(entry.path(), std::ios::binary);
             std::string bytes{std::istreambuf_iterator<char>(file), {}};
             if (seeds) bytes.insert(bytes.begin(), '\0');
-            for (char pick = 0; pick < (seeds ? 6 : 1); ++pick, ++runs) {
+            for (char pick = 0; pick < (seeds ? 7 : 1); ++pick, ++runs) {
                 if (seeds) bytes[0] = pick;
                 LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
             }

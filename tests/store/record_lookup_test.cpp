@@ -14,50 +14,6 @@ using VecTableSupport::IsDma;
 
 class RecordLookup : public StoreTest {};
 
-TEST_F(RecordLookup, DuplicatesAndCollisionsAreToldApart) {
-    const int64_t key = Add(5, 100.0);
-    EXPECT_EQ(Add(5, 100.0), 0);
-    EXPECT_EQ(log.Take(), Strings{"AddRecToMem: Duplicated record/key         56400005046 found."});
-    const double nextBit = std::nextafter(100.0, 101.0);
-    EXPECT_EQ(Add(5, nextBit), VecTableSupport::NextSatKey(key));
-    EXPECT_EQ(Add(5, NAN), -1);
-    VecHostSetDupKeyMode(1);
-    EXPECT_EQ(Add(5, 100.0), key);
-    EXPECT_EQ(Add(5, nextBit), key);  // a duplicate found behind a step has the key as first made
-    EXPECT_EQ(VecTabGetCount(), 2);
-    EXPECT_TRUE(log.Take().empty());
-}
-
-TEST_F(RecordLookup, FieldsGiveTheKeyOfAStoredRecord) {
-    const int64_t key = Add(25544, 27819.5);
-    for (const char* text : {"26060120000.000", "   2606012", "26060.5", "2026060120000.000"}) {
-        EXPECT_EQ(VecTabFieldsToSatKey(25544, text), key) << text;
-    }
-    for (const char* text : {"", "26400120000.000", "words"}) EXPECT_EQ(VecTabFieldsToSatKey(25544, text), -1) << text;
-}
-
-TEST_F(RecordLookup, TheKeyModeCountsAtTheMomentOfStoring) {
-    VecHostSetElsetKeyMode(1);
-    std::set<int64_t> keys;
-    for (int i = 0; i < 1000; ++i) keys.insert(Add(5, 100.0));
-    EXPECT_EQ(keys.size(), 1000U);
-    EXPECT_EQ(keys.count(VecTabGetSatKey(5)), 1U);
-    VecHostSetElsetKeyMode(0);  // both kinds stand in one tree
-    const int64_t treeKey = Add(6, 100.0);
-    EXPECT_EQ(VecTabGetSatKey(6), treeKey);
-    EXPECT_EQ(VecTabRemoveSat(*keys.begin()), 0);
-    EXPECT_EQ(VecTabRemoveSat(*keys.begin()), 2);
-    EXPECT_EQ(log.Take(), Strings{"RemoveDMA: /DMA doesn't exist or was already deallocated"});
-    VecTabRemoveAllSats();
-
-    VecHostSetAllKeyMode(1);
-    EXPECT_FALSE(IsDma(Add(1, 1.0)));
-    VecHostSetUseAllKeyMode(1);
-    EXPECT_TRUE(IsDma(Add(1, 1.0)));
-    VecHostSetAllKeyMode(7);  // any value but 1 is tree mode
-    EXPECT_FALSE(IsDma(Add(2, 1.0)));
-}
-
 TEST_F(RecordLookup, FailedLookupsHaveTheirWords) {
     const auto ask = [&](int64_t key) {
         VecTabRecord* found = nullptr;
