@@ -4,52 +4,45 @@
  *
  *     ephemeris_report FILE...
  *
- * Words of a failure come from the library's own log, on standard error.
+ * The message of a failure comes from the library's own log, on standard error.
  */
+#include <vectable/host.h>
 #include <vectable/vectable.h>
 
 #include <stdio.h>
 #include <stdlib.h>
 
-static const char* frame_name(int32_t coordSys) {
-    switch (coordSys) {
-        case 1:
-            return "ECI";
-        case 2:
-            return "J2K";
-        case 3:
-            return "EFG";
-        case 4:
-            return "ECR";
-        default:
-            return "other";
-    }
+static int length_of(const char* text, int length) {
+    while (length > 0 && text[length - 1] == ' ') --length;
+    return length;
 }
 
 static int print_record(int64_t key, int32_t* numOfPts) {
     int32_t satNum, coordSys;
     double epoch, ae, ke, pos[3], vel[3], start, end;
-    char satName[8], ephemName[128], filePath[512];
+    char satName[VEC_TAB_SAT_NAME_LENGTH], ephemName[VEC_TAB_EPHEM_NAME_LENGTH], filePath[VEC_TAB_PATH_LENGTH];
+    char frame[VEC_HOST_FRAME_NAME_LENGTH];
 
     if (VecTabGetAllFields(key, &satNum, satName, ephemName, &epoch, &ae, &ke, pos, vel, &coordSys, numOfPts,
                            filePath) != 0 ||
         VecTabStartEndTime(key, &start, &end) != 0) {
         return 1;
     }
-    printf("key %lld  satellite %d  frame %s  points %d  from %.8f to %.8f\n", (long long)key, (int)satNum,
-           frame_name(coordSys), (int)*numOfPts, start, end);
+    VecHostFrameName(coordSys, frame);
+    printf("key %lld  satellite %d  frame %.*s  points %d  from %.8f to %.8f\n", (long long)key, (int)satNum,
+           length_of(frame, VEC_HOST_FRAME_NAME_LENGTH), frame, (int)*numOfPts, start, end);
     return 0;
 }
 
-static int has_covariance(const double covMtx[36]) {
-    for (int i = 0; i < 36; ++i) {
+static int has_covariance(const double covMtx[VEC_TAB_COV_ELEMENTS]) {
+    for (int i = 0; i < VEC_TAB_COV_ELEMENTS; ++i) {
         if (covMtx[i] != 0.0) return 1;
     }
     return 0;
 }
 
 static int print_state(int64_t key, const char* label, double ds50UTC) {
-    double mse, pos[3], vel[3], covMtx[36];
+    double mse, pos[3], vel[3], covMtx[VEC_TAB_COV_ELEMENTS];
     int32_t revNum;
 
     if (VecTabDs50UTCCovMtx(key, ds50UTC, &mse, pos, vel, &revNum, covMtx) != 0) return 1;

@@ -53,7 +53,7 @@ Satellite Describe(int64_t key) {
     Satellite s{key, 0, 0.0, 0.0};
     int32_t frame, numOfPts;
     double epoch, ae, ke, pos[3], vel[3];
-    char satName[8], ephemName[128], filePath[512];
+    char satName[VEC_TAB_SAT_NAME_LENGTH], ephemName[VEC_TAB_EPHEM_NAME_LENGTH], filePath[VEC_TAB_PATH_LENGTH];
     if (VecTabGetAllFields(key, &s.number, satName, ephemName, &epoch, &ae, &ke, pos, vel, &frame, &numOfPts,
                            filePath) != 0 ||
         VecTabStartEndTime(key, &s.start, &s.end) != 0) {

@@ -12,9 +12,7 @@
 
 #include <stdint.h>
 
-#ifndef VECTABLE_API
-#define VECTABLE_API __attribute__((visibility("default")))
-#endif
+#include "api.h"
 
 #ifdef __cplusplus
 extern "C" {
