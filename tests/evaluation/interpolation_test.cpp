@@ -71,25 +71,3 @@ TEST_F(Interpolation, ShortTablesServeTheirPointsAlone) {
                                    "InterpolateEP: Buffer not initialized.",
                                    "InterpolateEP: Request time out of ephemeris range."}));
 }
-
-TEST_F(Interpolation, AnAscendingCrossingBetweenTwoPointsMovesTheRevolution) {
-    struct {
-        double z, refZ, vz, seconds;  // of the reference point behind the point
-        int32_t refRev, expected;
-    } const cases[] = {{+1, -1, +1, -10, 5, 6},
-                       {-1, +1, +1, +10, 5, 4},
-                       {+1, -1, -1, -10, 5, 5},
-                       {0, -1, +1, -10, 5, 5},
-                       {+1, +1, +1, -10, 5, 5},
-                       {+1, -1, +1, -10, 99999, 0},
-                       {-1, +1, +1, +10, 0, 99999},
-                       {+1, +1, +1, -10, 123456, 23456},
-                       {+1, +1, +1, -10, -1, 99999},
-                       {-1, +1, +1, +10, INT32_MIN, 16351},
-                       {+1, -1, +1, -10, INT32_MAX, 83648}};
-    for (const auto& c : cases) {
-        const VecTabPoint point{0.0, {0, 0, c.z}, {0, 0, c.vz}, 0, {}};
-        const VecTabPoint reference{c.seconds / 86400.0, {0, 0, c.refZ}, {}, 0, {}};
-        EXPECT_EQ(UpdateRev(point, reference, c.refRev), c.expected) << c.refRev;
-    }
-}
