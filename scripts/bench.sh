@@ -17,6 +17,7 @@ for question in catalogue evaluation store load format; do
     sed "${title:+1d}" "$log.table"
     title=printed
 done
+PYTHONPATH=python /usr/bin/python3 bench/python_bench.py 2>>"$log"
 
 # Instructions within a call, of a run of the subject.
 count_instructions() {
