@@ -225,9 +225,9 @@ class Workshop:
         return "ctest"
 
 
-def run_all(faults, jobs):
+def run_all(faults, jobs, folder):
     """Yields each fault and what caught it. Faults of one file follow each other in one workshop, which saves builds."""
-    base = ROOT / "build/mutate"
+    base = ROOT / folder
     shops = [Workshop(base / str(number)) for number in range(jobs)]
     shares = [faults[number::jobs] for number in range(jobs)] if jobs > 1 else [faults]
     results = []
@@ -274,6 +274,7 @@ def main():
     parser.add_argument("--count", type=int, default=50, help="number of faults, those that do not compile included")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--jobs", type=int, default=1, choices=(1, 2))
+    parser.add_argument("--folder", default="build/mutate", help="where the copies are built")
     parser.add_argument("--list", action="store_true", help="only lists the faults")
     arguments = parser.parse_args()
     os.nice(5)
@@ -283,7 +284,7 @@ def main():
     if arguments.list:
         print("\n".join(map(str, sorted(faults))))
         return
-    report(run_all(faults, arguments.jobs))
+    report(run_all(faults, arguments.jobs, arguments.folder))
 
 
 if __name__ == "__main__":

@@ -100,27 +100,6 @@ TEST_F(Persistence, AFailedSaveLeavesTheStoreAndTheEarlierList) {
     EXPECT_NE(VecTabSaveFile("/proc/list.txt", 0), 0);  // a folder in which nobody makes files
 }
 
-// A limit on the size of files fails the write midway, as a full disk does.
-TEST_F(Persistence, AFullDiskNeverCostsTheEarlierList) {
-    const std::string list = Write("list.txt", "earlier\n");
-    for (int i = 0; i < 400; ++i) Add(i, 1.0);
-    rlimit old;
-    ::getrlimit(RLIMIT_FSIZE, &old);
-    const auto before = std::signal(SIGXFSZ, SIG_IGN);
-    for (const rlim_t limit : {50UL, 5000UL, 150000UL}) {
-        const rlimit low{limit, old.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &low);
-        const int32_t replaced = VecTabSaveFile(list.c_str(), 0);
-        const int32_t appended = VecTabSaveFile(list.c_str(), 2);
-        ::setrlimit(RLIMIT_FSIZE, &old);
-        EXPECT_EQ(replaced, 2);
-        EXPECT_EQ(appended, 2);
-        EXPECT_EQ(ReadAll(list), "earlier\n");
-        EXPECT_EQ(Files(), Strings{"list.txt"});
-    }
-    std::signal(SIGXFSZ, before);
-}
-
 TEST_F(Persistence, ASavedFileKeepsItsModeAndItsLinks) {
     const std::string list = Write("list.txt", "earlier\n");
     ::chmod(list.c_str(), 0640);

@@ -41,7 +41,7 @@ std::atomic<long> livePieces{0};
 void* Allocate(std::size_t size) {
     if (VecTableTree::gate.Readers() > 0) ++allocationsInsideGate;
     void* piece = allocation.Due() ? nullptr : std::malloc(size == 0 ? 1 : size);
-    if (piece != nullptr) ++livePieces;
+    livePieces += piece != nullptr;
     return piece;
 }
 
@@ -58,12 +58,19 @@ void Free(void* piece) {
 
 // Slots of direct-memory records are aligned beyond the common measure.
 void* AllocateAligned(std::size_t size, std::align_val_t alignment) {
-    constexpr std::size_t kBlock = 65536;
-    const bool fails = allocation.Due() || (size >= kBlock && blockOfObjects.Due());
+    constexpr std::size_t kSmallestBlock = 4096, kBlock = 65536;
+    const bool noBlock = blockOfObjects.failing != 0 && blockOfObjects.error != 0 && size >= kSmallestBlock;
+    const bool fails = allocation.Due() || noBlock || (size >= kBlock && blockOfObjects.Due());
     void* piece = fails ? nullptr : std::aligned_alloc(static_cast<std::size_t>(alignment), size);
     if (piece == nullptr) return nullptr;
     ++livePieces;
     return std::memset(piece, kFreshByte, size);
+}
+
+void* AlignedOrThrow(std::size_t size, std::align_val_t alignment) {
+    void* piece = AllocateAligned(size, alignment);
+    if (piece == nullptr) throw std::bad_alloc();
+    return piece;
 }
 
 // Memory of a table, with a mark after it that shows at its end whether anything was written beside it.
@@ -105,52 +112,31 @@ long LivePieces() {
 
 }  // namespace Injection
 
-void* operator new(std::size_t size) {
-    return Injection::AllocateOrThrow(size);
-}
-void* operator new[](std::size_t size) {
-    return Injection::AllocateOrThrow(size);
-}
+// All forms that the compiler asks for: a sanitizer has its own for those that are not here.
+#define NEW(form, call, ...)    \
+    void* form(__VA_ARGS__) {   \
+        return Injection::call; \
+    }
+#define DELETE(form, ...)             \
+    void form(__VA_ARGS__) noexcept { \
+        Injection::Free(piece);       \
+    }
+NEW(operator new, AllocateOrThrow(size), std::size_t size)
+NEW(operator new[], AllocateOrThrow(size), std::size_t size)
+NEW(operator new, AlignedOrThrow(size, alignment), std::size_t size, std::align_val_t alignment)
+DELETE(operator delete, void* piece)
+DELETE(operator delete[], void* piece)
+DELETE(operator delete, void* piece, std::size_t)
+DELETE(operator delete[], void* piece, std::size_t)
+DELETE(operator delete, void* piece, std::align_val_t)
+DELETE(operator delete, void* piece, std::size_t, std::align_val_t)
+DELETE(operator delete, void* piece, const std::nothrow_t&)
+DELETE(operator delete, void* piece, std::align_val_t, const std::nothrow_t&)
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return Injection::Allocate(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
     return Injection::Allocate(size);
 }
 void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
     return Injection::AllocateAligned(size, alignment);
-}
-void* operator new(std::size_t size, std::align_val_t alignment) {
-    void* piece = Injection::AllocateAligned(size, alignment);
-    if (piece == nullptr) throw std::bad_alloc();
-    return piece;
-}
-void operator delete(void* piece, std::align_val_t) noexcept {
-    Injection::Free(piece);
-}
-void operator delete(void* piece, std::size_t, std::align_val_t) noexcept {
-    Injection::Free(piece);
-}
-void operator delete(void* piece, std::align_val_t, const std::nothrow_t&) noexcept {
-    Injection::Free(piece);
-}
-void operator delete(void* piece) noexcept {
-    Injection::Free(piece);
-}
-void operator delete[](void* piece) noexcept {
-    Injection::Free(piece);
-}
-void operator delete(void* piece, std::size_t) noexcept {
-    Injection::Free(piece);
-}
-void operator delete[](void* piece, std::size_t) noexcept {
-    Injection::Free(piece);
-}
-void operator delete(void* piece, const std::nothrow_t&) noexcept {
-    Injection::Free(piece);
-}
-void operator delete[](void* piece, const std::nothrow_t&) noexcept {
-    Injection::Free(piece);
 }
 
 extern "C" {

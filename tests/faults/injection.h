@@ -24,7 +24,7 @@ extern Fault writeFile;
 extern Fault syncFile;
 extern Fault renameFile;
 extern Fault ownFile;
-extern Fault blockOfObjects;
+extern Fault blockOfObjects;  // with an error number, each of them
 
 // A write that is due with this error ends the process instead.
 inline constexpr int kKilled = -1;

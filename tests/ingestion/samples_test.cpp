@@ -64,24 +64,6 @@ TEST_F(Samples, AreOneOrbitInEachOfTheirFrames) {
     }
 }
 
-TEST_F(Samples, LoadByAListWithTheirNames) {
-    std::string list;
-    std::set<std::string> expected, names;
-    for (const SampleMaking::Sample& sample : SampleMaking::kSamples) {
-        list += "#VECTABLE = " + sample.file + "\nEPHFIL = " SAMPLES "/" + sample.file + "\n";
-        expected.insert(sample.file);
-    }
-    ASSERT_EQ(VecTabLoadFile(Write("list.txt", list).c_str()), 0);
-    std::vector<int64_t> keys(static_cast<std::size_t>(VecTabGetCount()));
-    VecTabGetLoaded(2, keys.data());
-    for (const int64_t key : keys) {
-        std::string name(512, '#');
-        VecTabGetField(key, 15, name.data());
-        names.insert(name.substr(0, name.find(' ')));
-    }
-    EXPECT_EQ(names, expected);
-}
-
 INSTANTIATE_TEST_SUITE_P(Formats, Samples, testing::Range<std::size_t>(0, SampleMaking::kSamples.size()),
                          [](const auto& instance) {
                              std::string name = SampleMaking::kSamples[instance.param].file;

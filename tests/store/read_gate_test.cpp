@@ -12,43 +12,6 @@
 
 using namespace VecTableTree;
 
-// Writers move two numbers together; a reader that sees them apart was inside beside a writer.
-TEST(ReadGate, NoReaderIsInsideBesideAWriter) {
-    int first = 0;
-    int second = 0;
-    std::atomic<bool> stop{false};
-    std::atomic<int> torn{0};
-    std::atomic<int> reads{0};
-    std::vector<std::thread> threads;
-    for (int r = 0; r < 3; ++r) {
-        threads.emplace_back([&] {
-            while (!stop) {
-                const ReadSection section;
-                if (first != second) ++torn;
-                ++reads;
-            }
-        });
-    }
-    std::vector<std::thread> writers;
-    for (int w = 0; w < 2; ++w) {
-        writers.emplace_back([&] {
-            for (int i = 0; i < 2000; ++i) {
-                const WriteSection section;
-                ++first;
-                ++second;
-            }
-        });
-    }
-    for (auto& writer : writers) writer.join();
-    stop = true;
-    for (auto& reader : threads) reader.join();
-    EXPECT_EQ(first, 4000);
-    EXPECT_EQ(torn, 0);
-    EXPECT_GT(reads, 0);
-    EXPECT_EQ(VecTableTree::gate.Readers(), 0);
-    EXPECT_EQ(gate.WaitingReads(), 0);
-}
-
 TEST_F(StoreTest, AWaitingWriterKeepsNewReadersOutUntilItIsThrough) {
     Add(1, 1.0);
     BeginRead();
@@ -68,37 +31,6 @@ TEST_F(StoreTest, AWaitingWriterKeepsNewReadersOutUntilItIsThrough) {
     reader.join();
     EXPECT_EQ(removedAt, 1);
     EXPECT_EQ(counted, 0);
-}
-
-// Neither side waits for more than a bounded number of the other's calls.
-TEST_F(StoreTest, NeitherReadersNorWritersStarve) {
-    const int64_t key = Add(1, 100.0);
-    Append(key, 100.0);
-    for (const bool readersFlood : {true, false}) {
-        std::atomic<bool> stop{false};
-        std::atomic<int64_t> flood{0};
-        std::vector<std::thread> threads;
-        for (int t = 0; t < 2; ++t) {
-            threads.emplace_back([&, t] {
-                State state;
-                for (; !stop; ++flood) {
-                    if (readersFlood) AskByIndex(key, 1, state);
-                    if (!readersFlood) VecTabRemoveSat(Add(10 + t, 1.0));
-                }
-            });
-        }
-        int64_t longest = 0;
-        State state;
-        for (int i = 0; i < 200; ++i) {
-            const int64_t before = flood;
-            if (readersFlood) VecTabRemoveSat(Add(2, 1.0));
-            if (!readersFlood) AskByIndex(key, 1, state);
-            longest = std::max<int64_t>(longest, flood - before);
-        }
-        stop = true;
-        for (auto& thread : threads) thread.join();
-        EXPECT_LT(longest, 2'000'000);
-    }
 }
 
 // A batch leaves the gate between its blocks: a removal gets through while one is under way.
