@@ -23,12 +23,14 @@ extern "C" {
 #define VEC_HOST_TRACE_INFO 2
 
 #define VEC_HOST_FRAME_NAME_LENGTH 8
+#define VEC_HOST_FORMAT_LENGTH 32
 
 /*
  * Receives one entry of the trace log: `length` characters at `text`, blank-padded where the library builds its texts
  * in fixed buffers, not NUL-terminated, good only during the call. Entries of several threads come one after the
- * other: a slow sink holds up every call that has something to log. A sink must not call the VecTab functions: it may
- * run while the library holds its store. An entry that a sink causes, and an exception that it throws, are dropped.
+ * other: a slow sink holds up every call that has something to log. Of the library's calls a sink may make only
+ * VecHostReadingLine: it may run while the library holds its store. An entry that a sink causes, and an exception that
+ * it throws, are dropped.
  */
 typedef void (*VecHostTraceSink)(int32_t level, const char* text, int32_t length, void* context);
 
@@ -48,6 +50,26 @@ VECTABLE_API void VecHostSetTraceSink(VecHostTraceSink sink, void* context);
  * Result:    0, or the error number of the system (errno.h) when the file cannot be opened; the log is then as before.
  */
 VECTABLE_API int32_t VecHostTraceToFile(const char* path);
+
+/*
+ * Which line the calling thread is reading: for a sink, the line of which the entry tells.
+ *
+ * Returned:  path        char[512]    path of the file, blank-padded
+ *            lineNumber  int64*       number of the line read last, from 1; 0 before the first and in a binary file
+ * Result:    0, or 2, with blanks and 0, when the thread is not inside a load of VecTabLoadFile or VecTabAddSatFrFile or an
+ *            argument is null; without an entry in the log
+ */
+VECTABLE_API int32_t VecHostReadingLine(char path[512], int64_t* lineNumber);
+
+/*
+ * The format that a record was read as.
+ *
+ * Given:     satKey    int64          key of a stored record
+ * Returned:  format    char[32]       the name that docs/formats.md has for it, such as "Dot-E" or "vector ephemeris",
+ *                                     blank-padded; blanks for a record that was made by calls
+ * Result:    0, or 2 when the key is unknown or an argument is null
+ */
+VECTABLE_API int32_t VecHostGetFormat(int64_t satKey, char format[VEC_HOST_FORMAT_LENGTH]);
 
 /*
  * Which of two settings is the key mode: 0 that of VecHostSetElsetKeyMode, any other value that of

@@ -1,16 +1,22 @@
 // What the host program settles.
 #include <vectable/host.h>
+#include <vectable/vectable.h>
 
 #include "exports/boundary.h"
+#include "ingestion/load_driver.h"
 #include "store/frames.h"
+#include "store/record_lookup.h"
 #include "support/dates.h"
 #include "support/key_modes.h"
+#include "support/text.h"
 #include "support/trace_log.h"
 
 static_assert(VEC_HOST_TRACE_ERROR == VecTableSupport::kTraceError);
 static_assert(VEC_HOST_TRACE_INFO == VecTableSupport::kTraceInfo);
 
+using namespace VecTableDllExports;
 using VecTableSupport::keyModeSettings;
+using VecTableSupport::StrToCharArr;
 
 void VecHostSetTraceSink(VecHostTraceSink sink, void* context) {
     VecTableSupport::SetTraceSink(sink, context);
@@ -21,9 +27,29 @@ int32_t VecHostTraceToFile(const char* path) {
 }
 
 void VecHostFrameName(int32_t coordSys, char name[VEC_HOST_FRAME_NAME_LENGTH]) {
-    VecTableDllExports::ClearText(name, VEC_HOST_FRAME_NAME_LENGTH);
-    if (VecTableDllExports::NullArgument("VecHostFrameName", name)) return;
-    VecTableSupport::StrToCharArr(VecTableTypes::FrameName(coordSys), VEC_HOST_FRAME_NAME_LENGTH, name);
+    ClearText(name, VEC_HOST_FRAME_NAME_LENGTH);
+    if (NullArgument("VecHostFrameName", name)) return;
+    StrToCharArr(VecTableTypes::FrameName(coordSys), VEC_HOST_FRAME_NAME_LENGTH, name);
+}
+
+int32_t VecHostReadingLine(char path[VEC_TAB_PATH_LENGTH], int64_t* lineNumber) {
+    ClearText(path, VEC_TAB_PATH_LENGTH);
+    Clear(lineNumber);
+    VecTableCardReading::PathText read;
+    int64_t number = 0;
+    if (path == nullptr || lineNumber == nullptr || !VecTableCardReading::PlaceOfWalk(read, number)) return kFailure;
+    StrToCharArr(read.View(), VEC_TAB_PATH_LENGTH, path);
+    *lineNumber = number;
+    return kSuccess;
+}
+
+int32_t VecHostGetFormat(int64_t satKey, char format[VEC_HOST_FORMAT_LENGTH]) {
+    ClearText(format, VEC_HOST_FORMAT_LENGTH);
+    if (NullArgument("VecHostGetFormat", format)) return kFailure;
+    const VecTableTree::StoredRecord record(satKey);
+    if (!record) return kFailure;
+    StrToCharArr(record->format, VEC_HOST_FORMAT_LENGTH, format);
+    return kSuccess;
 }
 
 void VecHostSetUseAllKeyMode(int32_t onOff) {
@@ -43,7 +69,6 @@ void VecHostSetDupKeyMode(int32_t mode) {
 }
 
 int32_t VecHostTimeOfText(const char* text, double* ds50UTC) {
-    using namespace VecTableDllExports;
     Clear(ds50UTC);
     if (NullArgument("VecHostTimeOfText", text, ds50UTC)) return kFailure;
     *ds50UTC = VecTableSupport::TimeOfText(text);

@@ -80,6 +80,45 @@ CardType VecTabCardType(std::string_view line) noexcept {
     return CardType::kNone;
 }
 
+std::string_view FormatName(CardType card) noexcept {
+    switch (card) {
+        case CardType::kV31:
+            return "V31";
+        case CardType::kSimObs:
+            return "simulated observations";
+        case CardType::kVecEph:
+            return "vector ephemeris";
+        case CardType::kItc:
+            return "ITC";
+        case CardType::kEcr:
+            return "ECR";
+        case CardType::kJ2k:
+            return "J2K";
+        case CardType::kOwner:
+            return "owner-operator";
+        case CardType::kDotE:
+            return "Dot-E";
+        case CardType::kOasys:
+            return "OASYS";
+        case CardType::kLch:
+            return "LCH";
+        case CardType::kEelv:
+            return "EELV";
+        case CardType::kUniversal:
+            return "universal";
+        case CardType::kDceText:
+            return "DCE text";
+        case CardType::kLaunch:
+            return "launch";
+        case CardType::kFileLine:
+        case CardType::kNameLine:
+        case CardType::kOem:
+        case CardType::kNone:
+            break;
+    }
+    return {};
+}
+
 // An earlier test may still claim a line that looks like a list line.
 CardType ListCardType(std::string_view line) noexcept {
     return IsFileLine(line) || IsNameLine(line) ? VecTabCardType(line) : CardType::kNone;

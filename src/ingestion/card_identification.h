@@ -34,6 +34,9 @@ enum class CardType : std::int32_t {
 // order and the first that holds decides.
 VECTABLE_MODULE CardType VecTabCardType(std::string_view line) noexcept;
 
+// The name of the format whose reader a card starts; empty for a card that starts none.
+std::string_view FormatName(CardType card) noexcept;
+
 // VecTabCardType for a walk that looks only for list lines: kFileLine and kNameLine as there, and any other type, or
 // kNone, for a line that is neither.
 CardType ListCardType(std::string_view line) noexcept;

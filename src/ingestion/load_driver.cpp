@@ -21,12 +21,10 @@ using VecTableSupport::TextBuilder;
 using VecTableSupport::TraceLogError;
 using VecTableSupport::TraceLogInfo;
 
-using FilePath = VecTableTypes::PathText;
-
 // Lists are walked in lines that hold the longest path after its keyword.
 using ListLine = LineBuffer<1500>;
 
-void LoadListedFile(const FilePath& path, EphemName& name) {
+void LoadListedFile(const PathText& path, EphemName& name) {
     InputUnit unit;
     if (VecTableSupport::FileOpenMt(path.View(), unit) != 0) return;
     ReadOnlyVecTabs(unit, path.View(), name, nullptr);
@@ -39,7 +37,7 @@ void FollowListLines(InputUnit& unit, EphemName& name) {
         if (line.IsCommentOrBlank()) continue;
         const CardType card = ListCardType(line.Text());
         if (card == CardType::kNameLine) name = EphemName(GetInputFileName(line.Text()));
-        if (card == CardType::kFileLine) LoadListedFile(FilePath(GetInputFileName(line.Text())), name);
+        if (card == CardType::kFileLine) LoadListedFile(PathText(GetInputFileName(line.Text())), name);
     }
 }
 
@@ -58,6 +56,17 @@ struct Walk {
     VecTabRecord record;
     std::int64_t* satKeyOut;
     Summary summary;
+};
+
+thread_local const Walk* currentWalk = nullptr;  // of this thread
+
+// Lets the log's sink ask where a walk is.
+class WalkScope {
+  public:
+    explicit WalkScope(const Walk& walk) noexcept { currentWalk = &walk; }
+    ~WalkScope() { currentWalk = nullptr; }
+    WalkScope(const WalkScope&) = delete;
+    WalkScope& operator=(const WalkScope&) = delete;
 };
 
 // Stores the record with its points; its texts and numbers stay for the next reader, which makes points of its own.
@@ -142,6 +151,7 @@ bool ReadByCards(Walk& walk, EphemName& ephemName) {
         if (line.IsCommentOrBlank()) continue;
         const CardType card = VecTabCardType(line.Text());
         if (card == CardType::kNameLine) walk.record.ephemName = EphemName(GetInputFileName(line.Text()));
+        walk.record.format = FormatName(card);
         std::int32_t status = 0;
         if (!RunReader(card, line, walk, status)) continue;
         if (status == 2 || !HasPoints(walk.record)) return false;
@@ -154,6 +164,7 @@ bool ReadByCards(Walk& walk, EphemName& ephemName) {
 // What a binary file gives before a failure is stored all the same.
 std::int32_t ReadBinary(Walk& walk) {
     std::int32_t status = 0;
+    walk.record.format = "DCE binary";
     ReadDCEBinary(walk.filePath, walk.record, status);
     if (!HasPoints(walk.record)) return 2;
     Store(walk);
@@ -199,12 +210,20 @@ std::int32_t ReadVecTabsFrFileUnit(InputUnit& unit, std::string_view filePath) {
 std::int32_t ReadOnlyVecTabs(InputUnit& unit, std::string_view filePath, EphemName& ephemName,
                              std::int64_t* satKeyOut) {
     Walk walk{unit, filePath, {}, satKeyOut, {}};
-    walk.record.filePath = FilePath(filePath);
+    walk.record.filePath = PathText(filePath);
     walk.record.ephemName = ephemName;
+    const WalkScope scope(walk);
     if (FileIsDotDCE(filePath)) return ReadBinary(walk);
     if (!ReadByCards(walk, ephemName)) return 2;
     LogSummary(walk.summary);
     return 0;
+}
+
+bool PlaceOfWalk(PathText& path, std::int64_t& lineNumber) noexcept {
+    if (currentWalk == nullptr) return false;
+    path = currentWalk->record.filePath;
+    lineNumber = currentWalk->unit.LineNumber();
+    return true;
 }
 
 std::int64_t AddVecTabFile(InputUnit& unit, std::string_view filePath) {

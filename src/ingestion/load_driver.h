@@ -16,6 +16,7 @@ namespace VecTableCardReading {
 using VecTableSupport::InputUnit;
 
 using VecTableTypes::EphemName;
+using VecTableTypes::PathText;
 
 // Loads an ephemeris file or a list file. 0; 2 when the load failed, with entries in the log and the records finished so
 // far stored; or the error number of the system when the file cannot be opened.
@@ -28,6 +29,9 @@ VECTABLE_MODULE std::int32_t ReadVecTabsFrFileUnit(InputUnit& unit, std::string_
 // `satKeyOut`, when given, receives what AddRecToMem gave for the last record.
 VECTABLE_MODULE std::int32_t ReadOnlyVecTabs(InputUnit& unit, std::string_view filePath, EphemName& ephemName,
                                              std::int64_t* satKeyOut);
+
+// The file that this thread is reading, and the number of the line that it read last, from 1. False when it reads none.
+bool PlaceOfWalk(PathText& path, std::int64_t& lineNumber) noexcept;
 
 // Only the second pass: the key of the last record stored, -1 on failure or when there was none.
 VECTABLE_MODULE std::int64_t AddVecTabFile(InputUnit& unit, std::string_view filePath);

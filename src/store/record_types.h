@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string_view>
 
 #include "store/frames.h"
 #include "support/fixed_text.h"
@@ -133,6 +134,7 @@ struct alignas(kCacheLine) VecTabRecord {
     SatName satName;                  // satellite name
     EphemName ephemName;              // name of the ephemeris
     PathText filePath;                // the file that the record came from
+    std::string_view format;          // that it was read as, a constant; empty when it came from no file
 
     const VecTabPoint& LastPoint() const noexcept { return points[static_cast<std::size_t>(numOfPts)]; }
 };

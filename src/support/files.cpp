@@ -50,12 +50,14 @@ void InputUnit::Close() noexcept {
     descriptor_ = -1;
     begin_ = end_ = 0;
     atStart_ = true;
+    lineNumber_ = 0;
 }
 
 void InputUnit::Rewind() noexcept {
     ::lseek(descriptor_, 0, SEEK_SET);
     begin_ = end_ = 0;
     atStart_ = true;
+    lineNumber_ = 0;
 }
 
 // Moves what is not yet handed out to `keptFrom` and reads on after it.
@@ -75,6 +77,7 @@ ReadStatus InputUnit::Fill(std::size_t keptFrom) noexcept {
 
 ReadStatus InputUnit::NextLine(std::string_view& line) noexcept {
     const ReadStatus status = FindLine(line);
+    lineNumber_ += status == ReadStatus::kOk;
     if (std::exchange(atStart_, false) && line.starts_with(kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
     return status;
 }

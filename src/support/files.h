@@ -68,6 +68,9 @@ class InputUnit {
     // first line. Of a longer line at least 4096 characters are kept.
     VECTABLE_MODULE ReadStatus NextLine(std::string_view& line) noexcept;
 
+    // How many lines were handed out since the file's start.
+    std::int64_t LineNumber() const noexcept { return lineNumber_; }
+
     // Exactly as many bytes as the target takes; kEndOfData when the file ends before the last one.
     VECTABLE_MODULE ReadStatus ReadBytes(std::span<char> target) noexcept;
 
@@ -86,6 +89,7 @@ class InputUnit {
 
     int descriptor_ = -1;
     bool atStart_ = true;
+    std::int64_t lineNumber_ = 0;
     std::unique_ptr<char[]> buffer_;
     std::size_t begin_ = 0;  // the characters read and not yet handed out lie from here
     std::size_t end_ = 0;    // to here
