@@ -10,6 +10,7 @@ namespace Vectab {
 void AddInfo(CLI::App& program, int& exitStatus);
 void AddStates(CLI::App& program, int& exitStatus);
 void AddCheck(CLI::App& program, int& exitStatus);
+void AddConvert(CLI::App& program, int& exitStatus);
 void AddPlot(CLI::App& program, int& exitStatus);
 
 }  // namespace Vectab

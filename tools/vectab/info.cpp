@@ -7,36 +7,36 @@
 #include <vector>
 
 #include "commands.h"
+#include "options.h"
 #include "output.h"
-#include "records.h"
+#include "tables.h"
 #include "text.h"
 #include "times.h"
 
 namespace Vectab {
 namespace {
 
-struct InfoOptions {
-    std::vector<std::string> files;
-    bool verbose = false;
-};
-
-constexpr std::size_t kColumns = 9;
+constexpr std::size_t kColumns = 11;
 using Row = std::array<std::string, kColumns>;
 
-const Row kTitles = {"record", "satellite", "frame", "points", "start", "end", "mean step, s", "name", "file"};
-constexpr std::array<bool, kColumns> kIsNumber = {true, true, false, true, false, false, true, false, false};
+const Row kTitles = {"record", "satellite",    "format", "frame", "points", "start",
+                     "end",    "mean step, s", "notes",  "name",  "file"};
+constexpr std::array<bool, kColumns> kIsNumber = {true,  true, false, false, true, false,
+                                                  false, true, false, false, false};
 
-Row Describe(const Record& record, std::size_t number) {
-    const std::string step = record.points < 2 ? "-" : Fixed(record.SpanSeconds() / (record.points - 1), 3);
-    return {std::to_string(number),
+Row Describe(const Table& table) {
+    const Record& record = table.record;
+    return {std::to_string(record.number),
             std::to_string(record.satNum),
+            record.format,
             FrameName(record.frame),
             std::to_string(record.points),
             FormatUtc(record.start, ' ', 3),
             FormatUtc(record.end, ' ', 3),
-            step,
+            record.points < 2 ? "-" : Fixed(record.SpanSeconds() / (record.points - 1), 3),
+            Listed(table.notes),
             record.name.empty() ? "-" : record.name,
-            record.file};
+            Printable(record.file)};
 }
 
 std::string Line(const Row& row, const std::array<std::size_t, kColumns>& widths) {
@@ -62,11 +62,9 @@ void Print(const std::vector<Row>& rows) {
     output.Finish();
 }
 
-int RunInfo(const InfoOptions& options) {
+int RunInfo(const Inputs& inputs) {
     std::vector<Row> rows{kTitles};
-    const int exitStatus = ForEachFile(options.files, options.verbose, [&](const LoadedFile& file) {
-        for (std::size_t i = 0; i < file.Records().size(); ++i) rows.push_back(Describe(file.Records()[i], i + 1));
-    });
+    const int exitStatus = ForEachTable(inputs, [&](const Table& table) { rows.push_back(Describe(table)); });
     if (rows.size() > 1) Print(rows);
     return exitStatus;
 }
@@ -74,15 +72,18 @@ int RunInfo(const InfoOptions& options) {
 }  // namespace
 
 void AddInfo(CLI::App& program, int& exitStatus) {
-    auto options = std::make_shared<InfoOptions>();
+    auto inputs = std::make_shared<Inputs>();
     CLI::App* command = program.add_subcommand("info", "Print a table of the records that files hold");
-    command->add_option("FILE", options->files, "Ephemeris files, or lists of such files")->required()->type_name("");
-    command->add_flag("-v,--verbose", options->verbose, "Print all that the library logs, not only its first errors");
+    AddFiles(*command, *inputs);
+    command->add_flag("-v,--verbose", inputs->verbose, "Print all that the library logs, not only its first errors");
     command->footer(
         "Prints a line for each record: its number in its file, satellite number (99999 when the file gives none),\n"
-        "frame, number of points, times of the first and last point (UTC), mean step between points, name, and the\n"
-        "file it came from. What could not be read is told on standard error, and makes the exit status 1.");
-    command->callback([options, &exitStatus] { exitStatus = RunInfo(*options); });
+        "format, frame, number of points, times of the first and last point (UTC), mean step between points, notes,\n"
+        "name, and the file it came from.\n\n"
+        "Notes: no velocities; N zero velocities; N holes (steps of more than 61 minutes); N long steps (more than\n"
+        "four times the steps around); N spikes (breaks of the orbit, such as manoeuvres); few points (fewer than\n"
+        "four); N bad lines (in the file). What they mean for states is told on standard error.");
+    command->callback([inputs, &exitStatus] { exitStatus = RunInfo(*inputs); });
 }
 
 }  // namespace Vectab

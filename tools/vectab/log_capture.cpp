@@ -1,8 +1,8 @@
 #include "log_capture.h"
 
 #include <vectable/host.h>
+#include <vectable/vectable.h>
 
-#include <string_view>
 #include <utility>
 
 #include "text.h"
@@ -11,6 +11,8 @@ namespace Vectab {
 namespace {
 
 constexpr std::size_t kMostEntries = 10000;
+constexpr std::string_view kEndMark = "END Ephemeris";  // which real files have, and the format in another letter case
+constexpr std::string_view kBadLine = "Bad ephemeris data";  // the next entry is the line
 
 }  // namespace
 
@@ -24,10 +26,25 @@ LogCapture::LogCapture() {
 }
 
 void LogCapture::Receive(std::int32_t level, const char* text, std::int32_t length, void* context) {
-    auto& entries = static_cast<LogCapture*>(context)->entries_;
-    if (entries.size() >= kMostEntries) return;
     const std::string_view words(text, static_cast<std::size_t>(length));
-    entries.push_back({level == VEC_HOST_TRACE_ERROR, std::string(WithoutOuterBlanks(words))});
+    static_cast<LogCapture*>(context)->Add(level == VEC_HOST_TRACE_ERROR, WithoutOuterBlanks(words));
+}
+
+void LogCapture::Add(bool error, std::string_view text) {
+    char path[VEC_TAB_PATH_LENGTH];
+    std::int64_t line = 0;
+    VecHostReadingLine(path, &line);
+    Entry entry{error, std::string(text), std::string(WithoutOuterBlanks({path, sizeof path})), line};
+    if (std::exchange(badLineFollows_, false)) {
+        const bool harmless = text == kEndMark;
+        badLines_[entry.path] += !harmless;
+        entry.error = !harmless;
+        entry.text.insert(0, "bad line: ");
+    } else if (text.find(kBadLine) != std::string_view::npos) {
+        badLineFollows_ = true;
+        return;
+    }
+    if (entries_.size() < kMostEntries) entries_.push_back(std::move(entry));
 }
 
 std::vector<LogCapture::Entry> LogCapture::Take() {
@@ -40,6 +57,11 @@ std::string LogCapture::TakeError() {
         if (entry.error) words = std::move(entry.text);
     }
     return words;
+}
+
+std::size_t LogCapture::BadLines(const std::string& path) const {
+    const auto found = badLines_.find(path);
+    return found == badLines_.end() ? 0 : found->second;
 }
 
 }  // namespace Vectab

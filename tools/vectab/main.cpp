@@ -1,4 +1,4 @@
-// vectab: looks into ephemeris files, prints states from them, and tells and draws what they are good for.
+// vectab: looks into ephemeris files, prints states from them, converts them, and tells and draws what they are good for.
 #include <vectable/host.h>
 #include <vectable/vectable.h>
 
@@ -40,8 +40,8 @@ void Answer(const CLI::App& program, const CLI::ParseError& error) {
 
 int Run(int argc, char** argv) {
     CLI::App program(
-        "Looks into ephemeris files: tables of satellite states over time, of fifteen formats that are "
-        "found out from the content.",
+        "Looks into ephemeris files (tables of satellite states over time), tells what they are good for, and converts "
+        "them. Reads CCSDS OEM and fifteen other formats, which it finds out from the content.",
         "vectab");
     int exitStatus = 0;
     program.set_version_flag("--version", LibraryInfo, "Print the version of the library and exit");
@@ -51,6 +51,7 @@ int Run(int argc, char** argv) {
     AddInfo(program, exitStatus);
     AddStates(program, exitStatus);
     AddCheck(program, exitStatus);
+    AddConvert(program, exitStatus);
     AddPlot(program, exitStatus);
     try {
         program.parse(argc, argv);

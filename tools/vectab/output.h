@@ -6,11 +6,19 @@
 
 namespace Vectab {
 
+// Writes all of the text. A failure names `name`; it has no words when the reader of a pipe went away.
+void WriteAll(int descriptor, std::string_view text, const std::string& name);
+
+// A failure when the output is the input file.
+void RefuseInput(const std::string& output, const std::string& input);
+
 class Output {
   public:
     // Standard output.
     Output();
-    // Creates the file, or replaces what it holds.
+    // A file, "-" for standard output. It is written beside its place and takes it at the end: until then an earlier file
+    // stays as it is, and nothing is left of an output that is not finished. What is no regular file, such as a device, is
+    // written in place.
     explicit Output(const std::string& path);
     ~Output();
     Output(const Output&) = delete;
@@ -22,11 +30,14 @@ class Output {
     void Finish();
 
   private:
+    void CreateBeside(unsigned mode);
     void Flush();
     [[noreturn]] void Fail() const;
 
-    int descriptor_;
+    int descriptor_ = -1;
     std::string name_;
+    std::string target_;  // with links followed
+    std::string beside_;  // the file under way; empty when there is none
     std::string pending_;
 };
 

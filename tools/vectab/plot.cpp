@@ -1,18 +1,20 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "accuracy.h"
 #include "commands.h"
 #include "failure.h"
 #include "gnuplot.h"
-#include "left_out.h"
 #include "options.h"
 #include "output.h"
-#include "records.h"
+#include "tables.h"
 #include "text.h"
 #include "times.h"
 
@@ -23,6 +25,7 @@ struct PlotOptions {
     std::string file;
     std::string output;
     Choice choice;
+    bool strict = false;
 };
 
 constexpr double kEarthRadius = 6378.0;  // km
@@ -35,25 +38,31 @@ set format y '%.6g'
 unset key
 set linetype 1 lc rgb '#1f5fa8' lw 1.8
 set linetype 2 lc rgb '#c2502a' lw 1.8
+set linetype 3 lc rgb '#b9b9b9' lw 1.2
+set linetype 4 lc rgb '#a9c1de' lw 1.8
 )";
 
-constexpr std::string_view kRadiusPanel = R"(set bmargin at screen 0.635; set tmargin at screen 0.865
+constexpr std::string_view kRadiusPanel = R"(set bmargin at screen 0.635; set tmargin at screen 0.855
 set lmargin at screen 0.075; set rmargin at screen 0.49
 set title 'Radius' offset 0,-0.4
 set xlabel 'time since start (h)' offset 0,0.4
 set ylabel 'radius (km)'
 set xrange [0:lastHour]
 plot $orbit using 1:(sqrt($2**2+$3**2+$4**2)) with @style lt 1
+unset label 9
 )";
 
 constexpr std::string_view kErrorPanel = R"(set lmargin at screen 0.57; set rmargin at screen 0.975
-set title 'Interpolation error at left-out points (upper bound)'
-set ylabel 'position error (m)'
+set title 'Error in position'
+set ylabel 'error (m)'
 )";
 
-constexpr std::string_view kErrorCurve = R"(set logscale y
+constexpr std::string_view kErrorCurves = R"(set logscale y
 set format y '10^{%T}'
-plot $errors using 1:2 with @style lt 2
+set key at graph 0.99,0.98 right top vertical samplen 1.5 width -2 font ',9' textcolor rgb '#303030' opaque noautotitle
+plot $leftout using 1:2 with @style lt 3 title 'at points left out', \
+     $errors using 1:2 with @style lt 2 title 'between points, estimated'
+unset key
 unset logscale y
 set format y '%.6g'
 )";
@@ -66,23 +75,32 @@ unset label 1
 set format y '%.6g'
 )";
 
-constexpr std::string_view kOrbitPanels = R"(dot = "with points pt 7 ps 1 lc rgb '#c2502a'"
+// The far half of the orbit, then the Earth, then the near half: what is behind the Earth is hidden. `near` is true for
+// a coordinate towards the one who looks, and on the edge of the picture's plane.
+constexpr std::string_view kOrbitPanels = R"(unset object; unset arrow
+near(depth) = depth > -60
+dot = "with points pt 7 ps 1 lc rgb '#c2502a'"
 name = "with labels left offset 0.8,0.6 textcolor rgb '#c2502a' font ',9'"
+earth = "with circles fillcolor rgb '#d5e4ee' fillstyle solid border lc rgb '#8fb0c4'"
 set bmargin at screen 0.075; set tmargin at screen 0.525
-set xrange [-reach:reach]; set yrange [-reach:reach]
+set xrange [left:right]
 set xtics ticStep; set ytics ticStep
-set size ratio -1
-set object 1 circle at 0,0 size earthRadius back fillcolor rgb '#d5e4ee' fillstyle solid border lc rgb '#8fb0c4'
-set label 2 'Earth' at 0,0.5*earthRadius center textcolor rgb '#6f93a8' font ',9'
+set label 2 'Earth' at 0,0.5*earthRadius center textcolor rgb '#6f93a8' font ',9' front
 set lmargin at screen 0.075; set rmargin at screen 0.49
-set title 'Orbit in the x-y plane'
+set title 'Orbit in the x-y plane, from +z'
 set xlabel 'x (km)'
 set ylabel 'y (km)'
-plot $orbit using 2:3 with @style lt 1, $start using 2:3 @dot, '' using 2:3:('start') @name
-set lmargin at screen 0.57; set rmargin at screen 0.975
-set title 'Orbit in the x-z plane'
+set yrange [bottomY:topY]
+plot $orbit using 2:3 with @style lt 4, '+' using (0):(0):(earthRadius) every ::0::0 @earth, \
+     $orbit using (near($4) ? $2 : NaN):3 with @style lt 1, \
+     $start using 2:3 @dot, '' using 2:3:('start') @name
+set lmargin at screen 0.57; set rmargin at screen 0.985
+set title 'Orbit in the x-z plane, from -y'
 set ylabel 'z (km)'
-plot $orbit using 2:4 with @style lt 1, $start using 2:4 @dot, '' using 2:4:('start') @name
+set yrange [bottomZ:topZ]
+plot $orbit using 2:4 with @style lt 4, '+' using (0):(0):(earthRadius) every ::0::0 @earth, \
+     $orbit using (near(-$3) ? $2 : NaN):4 with @style lt 1, \
+     $start using 2:4 @dot, '' using 2:4:('start') @name
 )";
 
 // The terminal of gnuplot that makes files with the ending of the path.
@@ -92,7 +110,8 @@ std::string Terminal(const std::string& path) {
                    [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
     if (ending == ".svg") return "svg size 1200,900 font 'Helvetica,Arial,sans-serif,14' background rgb 'white'";
     if (ending == ".png") return "pngcairo size 1200,900 font 'Sans,11' background rgb 'white'";
-    throw Failure("--output: must end in .svg or .png: " + path, kExitUsage);
+    if (ending == ".pdf") return "pdfcairo size 12,9 font 'Sans,13' background rgb 'white'";
+    throw Failure("--output: must end in .svg, .png or .pdf: " + path, kExitUsage);
 }
 
 constexpr std::int32_t kMostDrawn = 20000;  // points of a curve
@@ -124,41 +143,104 @@ class Curve {
     std::string text_;
 };
 
-struct Orbit {
-    std::string blocks;
-    double reach = kEarthRadius;  // the largest coordinate, km
+// What the orbit takes up along an axis, the Earth with it.
+struct Extent {
+    double low = -kEarthRadius;  // km
+    double high = kEarthRadius;
+
+    void Add(double value) noexcept {
+        low = std::min(low, value);
+        high = std::max(high, value);
+    }
+    double Length() const noexcept { return high - low; }
 };
 
+struct Orbit {
+    std::string blocks;
+    std::array<Extent, 3> extents;
+};
+
+void AddPosition(Curve& curve, const State& point) {
+    curve.Add(point.ds50UTC, point.pos[0], point.pos[1], point.pos[2]);
+}
+
 // Every point of a short table, and some 20,000 of a long one.
-Orbit OrbitOf(const Record& record) {
-    Curve curve(record);
+Orbit OrbitOf(const Table& table) {
+    Curve curve(table.record);
     Orbit orbit;
-    const std::int64_t drawn = std::min(record.points, kMostDrawn);
-    for (std::int64_t i = 0; i < drawn; ++i) {
-        const State point = PointOf(record, static_cast<std::int32_t>(1 + i * record.points / drawn));
-        curve.Add(point.ds50UTC, point.pos[0], point.pos[1], point.pos[2]);
-        for (const double component : point.pos) orbit.reach = std::max(orbit.reach, std::fabs(component));
+    const std::vector<State>& points = table.survey.points;
+    const std::size_t drawn = std::min(points.size(), static_cast<std::size_t>(kMostDrawn));
+    for (std::size_t i = 0; i < drawn; ++i) {
+        const State& point = points[i * points.size() / drawn];
+        AddPosition(curve, point);
+        for (std::size_t axis = 0; axis < 3; ++axis) orbit.extents[axis].Add(point.pos[axis]);
     }
-    Curve start(record);
-    const State first = PointOf(record, 1);
-    start.Add(first.ds50UTC, first.pos[0], first.pos[1], first.pos[2]);
+    Curve start(table.record);
+    AddPosition(start, points.front());
     orbit.blocks = curve.Block("orbit") + start.Block("start");
     return orbit;
 }
 
-std::string ErrorBlock(const Record& record, const LeftOutErrors& errors) {
-    Curve curve(record);
-    for (const LeftOutError& error : errors.measured) curve.Add(error.ds50UTC, error.position);
-    return curve.Block("errors");
+// The blocks of both error curves; empty when none has anything to draw on a logarithmic axis.
+std::string ErrorBlocks(const Table& table) {
+    const ErrorEstimate estimate = EstimateErrors(table.record, table.survey);
+    std::vector<ErrorBetween> between = estimate.inner;
+    between.insert(between.end(), estimate.ends.begin(), estimate.ends.end());
+    std::sort(between.begin(), between.end(),
+              [](const ErrorBetween& a, const ErrorBetween& b) { return a.ds50UTC < b.ds50UTC; });
+    if (!(estimate.LargestPosition() > 0.0)) return {};
+    Curve errors(table.record), leftOut(table.record);
+    for (const ErrorBetween& error : between) errors.Add(error.ds50UTC, error.position);
+    const std::vector<LeftOut>& points = table.survey.leftOut;
+    const std::size_t drawn = std::min(points.size(), static_cast<std::size_t>(kMostDrawn));
+    for (std::size_t i = 0; i < drawn; ++i) {
+        const LeftOut& point = points[i * points.size() / drawn];
+        leftOut.Add(point.ds50UTC, point.position);
+    }
+    return errors.Block("errors") + leftOut.Block("leftout");
+}
+
+// Bands over the holes and long steps, and a line at each spike, in the panels over time.
+std::string Marks(const Table& table) {
+    constexpr std::size_t kMostMarks = 200;
+    const auto hours = [&](double ds50UTC) { return Shortest((ds50UTC - table.record.start) * kHoursPerDay); };
+    std::vector<Gap> gaps = table.survey.holes;
+    gaps.insert(gaps.end(), table.survey.longSteps.begin(), table.survey.longSteps.end());
+    gaps.resize(std::min(gaps.size(), kMostMarks));
+    std::string script;
+    for (const Gap& gap : gaps) {
+        script += "set object rectangle from " + hours(gap.from) + ", graph 0 to " + hours(gap.to) +
+                  ", graph 1 behind fillcolor rgb '#f7dfd6' fillstyle solid noborder\n";
+    }
+    for (std::size_t i = 0; i < std::min(table.survey.spikes.size(), kMostMarks); ++i) {
+        const std::string hour = hours(table.survey.spikes[i].ds50UTC);
+        script += "set arrow from " + hour + ", graph 0 to " + hour + ", graph 1 nohead dashtype 2 lc rgb '#c2502a'\n";
+    }
+    return script;
 }
 
 // A round number, of which two to six make up the width of an orbit panel.
-double TicStep(double reach) {
-    const double decade = std::pow(10.0, std::floor(std::log10(reach)));
-    const double leading = reach / decade;
+double TicStep(double width) {
+    const double decade = std::pow(10.0, std::floor(std::log10(width / 2.0)));
+    const double leading = width / 2.0 / decade;
     if (leading < 1.5) return decade * 0.5;
     if (leading < 3.0) return decade;
     return leading < 6.0 ? decade * 2.0 : decade * 5.0;
+}
+
+// Two axes of the same scale, in which the orbit fills the panels.
+std::string Ranges(const std::array<Extent, 3>& extents) {
+    constexpr double kWidth = 498.0, kHeight = 405.0;  // of a panel, in a picture of 1200 by 900
+    constexpr double kMargin = 1.08;
+    const auto& [x, y, z] = extents;
+    const double scale = kMargin * std::max({x.Length() / kWidth, y.Length() / kHeight, z.Length() / kHeight});
+    const auto range = [&](const char* low, const char* high, const Extent& extent, double size) {
+        const double middle = (extent.low + extent.high) / 2.0;
+        return low + std::string(" = ") + Shortest(middle - scale * size / 2.0) + '\n' + high + " = " +
+               Shortest(middle + scale * size / 2.0) + '\n';
+    };
+    return range("left", "right", x, kWidth) + range("bottomY", "topY", y, kHeight) +
+           range("bottomZ", "topZ", z, kHeight) + "ticStep = " + Shortest(TicStep(scale * kWidth)) + '\n';
 }
 
 std::string Title(const Record& record) {
@@ -167,22 +249,24 @@ std::string Title(const Record& record) {
            Counted(static_cast<std::size_t>(record.points), "point");
 }
 
-std::string Script(const Record& record, const std::string& terminal) {
+std::string Script(const Table& table, const std::string& terminal) {
     constexpr std::int32_t kFewPoints = 60;
-    const Orbit orbit = OrbitOf(record);
-    const LeftOutErrors errors = MeasureLeftOut(record);
-    const bool anyError = std::any_of(errors.measured.begin(), errors.measured.end(),
-                                      [](const LeftOutError& error) { return error.position > 0.0; });
-    std::string script = "set terminal " + terminal + '\n' + std::string(kSettings) + orbit.blocks;
-    if (anyError) script += ErrorBlock(record, errors);
+    const Record& record = table.record;
+    const Orbit orbit = OrbitOf(table);
+    const std::string errors = ErrorBlocks(table);
+    std::string script = "set terminal " + terminal + '\n' + std::string(kSettings) + orbit.blocks + errors;
     script += record.points <= kFewPoints ? "style = 'linespoints pt 7 ps 0.45'\n" : "style = 'lines'\n";
     script += "lastHour = " + Shortest(record.points > 1 ? record.SpanSeconds() / 3600.0 : 1.0) + '\n';
-    script += "reach = " + Shortest(orbit.reach * 1.08) + "\nticStep = " + Shortest(TicStep(orbit.reach)) +
-              "\nearthRadius = " + Shortest(kEarthRadius) + '\n';
+    script += Ranges(orbit.extents) + "earthRadius = " + Shortest(kEarthRadius) + '\n';
     script += "set multiplot title \"" + Title(record) + "\" noenhanced font ',15' offset 0,-0.6\n";
+    if (!table.notes.empty()) {
+        script += "set label 9 \"" + Listed(table.notes) +
+                  "\" at screen 0.5,0.912 center noenhanced textcolor rgb '#c2502a'\n";
+    }
+    script += Marks(table);
     script += kRadiusPanel;
     script += kErrorPanel;
-    script += anyError ? kErrorCurve : kNoErrorCurve;
+    script += errors.empty() ? kNoErrorCurve : kErrorCurves;
     script += kOrbitPanels;
     return script + "unset multiplot\n";
 }
@@ -190,29 +274,35 @@ std::string Script(const Record& record, const std::string& terminal) {
 void RunPlot(const PlotOptions& options, int& exitStatus) {
     const std::string terminal = Terminal(options.output);
     const LoadedFile file(options.file);
+    RefuseInput(options.output, options.file);
     const Record& record = Choose(file, options.choice);
     if (!IsCartesian(record.frame)) throw Failure(options.file + ": a record in latitude and longitude has no orbit");
-    const std::string picture = RunGnuplot(Script(record, terminal));
+    const Table table(file, record);
+    table.Warn();
+    const std::string picture = RunGnuplot(Script(table, terminal));
     Output output(options.output);
     output.Write(picture);
     output.Finish();
-    if (!file.Complete()) exitStatus = kExitFailure;
+    if (!file.Complete() || (options.strict && !table.notes.empty())) exitStatus = kExitFailure;
 }
 
 }  // namespace
 
 void AddPlot(CLI::App& program, int& exitStatus) {
     auto options = std::make_shared<PlotOptions>();
-    CLI::App* command = program.add_subcommand("plot", "Draw a record as SVG or PNG, with gnuplot");
-    command->add_option("FILE", options->file, "Ephemeris file")->required()->type_name("");
-    command->add_option("-o,--output", options->output, "The file to write, which ends in .svg or .png")
+    CLI::App* command = program.add_subcommand("plot", "Draw a record as SVG, PNG or PDF, with gnuplot");
+    command->add_option("FILE", options->file, "Ephemeris file; - is standard input")->required()->type_name("");
+    command->add_option("-o,--output", options->output, "The file to write, which ends in .svg, .png or .pdf")
         ->required()
         ->type_name("OUT");
+    command->add_flag("--strict", options->strict, "Exit status 1 when there is a warning on the table");
     AddChoice(*command, options->choice);
     command->footer(
-        "Draws four panels: radius over time, the orbit in the x-y and the x-z plane of the record's frame with the\n"
-        "Earth as a circle of 6378 km and a dot at the start, and the error of interpolation at left-out points over\n"
-        "time (\"vectab check --help\" tells what that is). Needs gnuplot.\n\n"
+        "Draws four panels: radius over time, the errors that check prints over time, and the orbit in the x-y and\n"
+        "the x-z plane of the record's frame, with the Earth as a disc of 6378 km that hides what is behind it and a\n"
+        "dot at the start. The far half of the orbit is pale. Holes and long steps are shaded, a dashed line marks\n"
+        "each spike (\"vectab info --help\" tells what they are), and the notes stand below the title. Needs "
+        "gnuplot.\n\n"
         "Example: vectab plot orbit.e -o orbit.svg");
     command->callback([options, &exitStatus] { RunPlot(*options, exitStatus); });
 }

@@ -1,12 +1,14 @@
 #include "records.h"
 
+#include <vectable/host.h>
 #include <vectable/vectable.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <string_view>
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include "failure.h"
 #include "log_capture.h"
@@ -17,67 +19,47 @@
 namespace Vectab {
 namespace {
 
-constexpr std::size_t kLongestPath = 512;
-constexpr std::int32_t kLatLonHeight = 15;
-constexpr std::int32_t kSouthEastNorth = 16;
-
 template <std::size_t N>
 std::string TextOf(const char (&array)[N]) {
-    return Printable(WithoutOuterBlanks({array, N}));
+    return std::string(WithoutOuterBlanks({array, N}));
 }
 
-// The path as the library must be given it to open the file of exactly this name.
-std::string LibraryPath(const std::string& path) {
-    if (::access(path.c_str(), R_OK) != 0) throw Failure(path + ": " + std::strerror(errno));
-    std::string given = path.starts_with(' ') ? "./" + path : path;
-    if (given.ends_with(' ')) throw Failure(path + ": a path must not end in a blank");
-    if (given.size() > kLongestPath) throw Failure(path + ": a path must not be longer than 512 characters");
-    return given;
-}
-
-void PassOnLog(const std::string& path, bool verbose) {
-    constexpr std::size_t kMostShown = 10;
-    std::size_t errors = 0;
-    for (const LogCapture::Entry& entry : LogCapture::Instance().Take()) {
-        if (entry.error) ++errors;
-        if (verbose || (entry.error && errors <= kMostShown)) Complain(path + ": " + entry.text);
-    }
-    if (!verbose && errors > kMostShown) Complain(path + ": further entries in the log, see info --verbose");
+// The number that a text is, or none.
+std::optional<std::int32_t> NumberOf(std::string_view text) noexcept {
+    std::int32_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+    return number;
 }
 
 Record Describe(std::int64_t key) {
     Record record{};
-    char satName[8], ephemName[128], filePath[512];
+    char satName[VEC_TAB_SAT_NAME_LENGTH], ephemName[VEC_TAB_EPHEM_NAME_LENGTH], filePath[VEC_TAB_PATH_LENGTH];
+    char format[VEC_HOST_FORMAT_LENGTH];
     double epoch, ae, ke, pos[3], vel[3];
     record.key = key;
     if (VecTabGetAllFields(key, &record.satNum, satName, ephemName, &epoch, &ae, &ke, pos, vel, &record.frame,
                            &record.points, filePath) != 0 ||
-        VecTabStartEndTime(key, &record.start, &record.end) != 0) {
+        VecTabStartEndTime(key, &record.start, &record.end) != 0 || VecHostGetFormat(key, format) != 0) {
         throw Failure(LogCapture::Instance().TakeError());
     }
-    record.name = TextOf(ephemName).empty() ? TextOf(satName) : TextOf(ephemName);
+    record.satName = Printable(TextOf(satName));
+    record.name = TextOf(ephemName).empty() ? record.satName : Printable(TextOf(ephemName));
     record.file = TextOf(filePath);
+    record.format = TextOf(format);
+    // An OEM has no satellite number, but may have written one as OBJECT_ID.
+    if (record.format == kOemFormat) record.satNum = NumberOf(record.satName).value_or(record.satNum);
+    record.badLines = LogCapture::Instance().BadLines(record.file);
     return record;
 }
 
-std::vector<Record> DescribeAll() {
-    std::vector<std::int64_t> keys(static_cast<std::size_t>(VecTabGetCount()));
-    if (keys.empty()) return {};
-    constexpr std::int32_t kByEntry = 2;
-    VecTabGetLoaded(kByEntry, keys.data());
-    std::vector<Record> records;
-    records.reserve(keys.size());
-    std::transform(keys.begin(), keys.end(), std::back_inserter(records), Describe);
-    return records;
-}
-
-std::string WhatThereIs(const std::vector<Record>& records) {
-    constexpr std::size_t kMostShown = 20;
-    std::string words;
-    for (std::size_t i = 0; i < std::min(records.size(), kMostShown); ++i) {
-        words += (i == 0 ? "" : ", ") + std::to_string(records[i].satNum);
-    }
-    return words + (records.size() > kMostShown ? ", ..." : "");
+// Why a listed file gave no record; empty when the library can open it.
+std::string WhyNotOpened(const std::string& path) {
+    struct stat properties;
+    if (path.empty()) return "no file is named";
+    if (::stat(path.c_str(), &properties) != 0) return path + ": " + std::strerror(errno);
+    if (S_ISDIR(properties.st_mode)) return path + ": " + std::strerror(EISDIR);
+    return S_ISREG(properties.st_mode) ? "" : path + ": not a regular file";
 }
 
 }  // namespace
@@ -86,36 +68,94 @@ double Record::SpanSeconds() const noexcept {
     return (end - start) * kSecondsPerDay;
 }
 
-LoadedFile::LoadedFile(const std::string& path, bool verbose) : path_(path) {
-    const std::string given = LibraryPath(path);
-    std::int32_t status = 0;
+LoadedFile::LoadedFile(const std::string& name, bool verbose) : source_(name) {
     {
-        const Progress progress(path);
-        status = VecTabLoadFile(given.c_str());
+        const Progress progress(name);
+        Load();
     }
-    PassOnLog(path, verbose);
-    constexpr std::int32_t kReadFailure = 2;  // other numbers are those of the system
-    if (status == ESPIPE) throw Failure(path + ": not a regular file");
-    if (status != 0 && status != kReadFailure) throw Failure(path + ": " + std::strerror(status));
-    records_ = DescribeAll();
-    complete_ = status == 0;
+    const std::vector<ListedFile> listed = ListedFiles(source_.Path());
+    LoadListed(listed);
+    PassOnLog(verbose);
+    DescribeAll();
+    TellMissing(listed);
     if (records_.empty()) {
-        throw Failure(path + (complete_ ? ": no ephemeris found" : ": an ephemeris could not be read"));
+        throw Failure(name + (complete_ ? ": no ephemeris found" : ": an ephemeris could not be read"));
     }
-    if (!complete_) Complain(path + ": not all of it could be read");
+    if (!complete_) Complain(name + ": not all of it could be read");
 }
 
 LoadedFile::~LoadedFile() {
     VecTabRemoveAllSats();
 }
 
-int ForEachFile(const std::vector<std::string>& paths, bool verbose,
+void LoadedFile::Load() {
+    const std::int32_t status = VecTabLoadFile(source_.Path().c_str());
+    if (status == ESPIPE) throw Failure(Name() + ": not a regular file");
+    if (status != 0 && status != VEC_TAB_FAILURE) throw Failure(Name() + ": " + std::strerror(status));
+    complete_ = status == 0;
+}
+
+void LoadedFile::LoadListed(const std::vector<ListedFile>&) {}
+
+void LoadedFile::DescribeAll() {
+    std::vector<std::int64_t> keys(static_cast<std::size_t>(VecTabGetCount()));
+    if (keys.empty()) return;
+    constexpr std::int32_t kByEntry = 2;
+    VecTabGetLoaded(kByEntry, keys.data());
+    for (const std::int64_t key : keys) {
+        records_.push_back(Describe(key));
+        records_.back().number = records_.size();
+        records_.back().file = source_.Shown(records_.back().file);
+    }
+}
+
+void LoadedFile::TellMissing(const std::vector<ListedFile>& listed) {
+    for (const ListedFile& file : listed) {
+        if (std::any_of(records_.begin(), records_.end(),
+                        [&](const Record& record) { return record.file == file.path; })) {
+            continue;
+        }
+        const std::string why = WhyNotOpened(file.path);
+        Complain(Name() + ":" + std::to_string(file.line) + ": " +
+                 (why.empty() ? file.path + ": no ephemeris found" : why));
+        complete_ = false;
+    }
+}
+
+void LoadedFile::PassOnLog(bool verbose) const {
+    constexpr std::size_t kMostShown = 10;
+    std::size_t errors = 0;
+    for (const LogCapture::Entry& entry : LogCapture::Instance().Take()) {
+        if (entry.error) ++errors;
+        if (!verbose && (!entry.error || errors > kMostShown)) continue;
+        std::string place = entry.path.empty() ? Name() : source_.Shown(entry.path);
+        if (entry.error && entry.line > 0) place += ":" + std::to_string(entry.line);
+        Complain(place + ": " + entry.text);
+    }
+    if (!verbose && errors > kMostShown) Complain(Name() + ": further entries in the log, see info --verbose");
+}
+
+std::string LoadedFile::Label(const Record& record) const {
+    return records_.size() == 1 ? Name() : Name() + " record " + std::to_string(record.number);
+}
+
+std::string LoadedFile::WhatThereIs() const {
+    constexpr std::size_t kMostShown = 20;
+    std::string words = Name() + " holds " + Counted(records_.size(), "record") + ", of the satellite" +
+                        (records_.size() == 1 ? " " : "s ");
+    for (std::size_t i = 0; i < std::min(records_.size(), kMostShown); ++i) {
+        words += (i == 0 ? "" : ", ") + std::to_string(records_[i].satNum);
+    }
+    return words + (records_.size() > kMostShown ? ", ..." : "");
+}
+
+int ForEachFile(const std::vector<std::string>& names, bool verbose,
                 const std::function<void(const LoadedFile&)>& work) {
     int exitStatus = 0;
-    for (const std::string& path : paths) {
+    for (const std::string& name : names) {
         std::optional<LoadedFile> file;
         try {
-            file.emplace(path, verbose);
+            file.emplace(name, verbose);
         } catch (const Failure& failure) {
             Complain(failure.what());
             exitStatus = kExitFailure;
@@ -127,58 +167,30 @@ int ForEachFile(const std::vector<std::string>& paths, bool verbose,
     return exitStatus;
 }
 
-const Record& Choose(const LoadedFile& file, const Choice& choice) {
-    const std::vector<Record>& records = file.Records();
-    std::vector<const Record*> fitting;
-    for (std::size_t i = 0; i < records.size(); ++i) {
-        const bool satellite = !choice.satNum || *choice.satNum == records[i].satNum;
-        if (satellite && choice.number.value_or(i + 1) == i + 1) fitting.push_back(&records[i]);
-    }
-    if (fitting.size() == 1) return *fitting.front();
-    const std::string held = file.Path() + " holds " + Counted(records.size(), "record") + ", of the satellite" +
-                             (records.size() == 1 ? " " : "s ") + WhatThereIs(records);
-    if (fitting.empty()) throw Failure(held + ": none is the one asked for", kExitUsage);
-    throw Failure(held + (choice.satNum ? ": choose one with --record" : ": choose one with --sat or --record"),
-                  kExitUsage);
+bool Choice::Fits(const Record& record) const noexcept {
+    return satNum.value_or(record.satNum) == record.satNum && number.value_or(record.number) == record.number;
 }
 
-State PointOf(const Record& record, std::int32_t number) {
-    State state;
-    if (VecTabGetEphemeris(record.key, number, &state.ds50UTC, state.pos, state.vel, &state.revNum) != 0) {
-        throw Failure(LogCapture::Instance().TakeError());
-    }
-    return state;
+const Record& Choose(const LoadedFile& file, const Choice& choice) {
+    const auto fits = [&](const Record& record) { return choice.Fits(record); };
+    const std::vector<Record>& records = file.Records();
+    const auto first = std::find_if(records.begin(), records.end(), fits);
+    if (first == records.end()) throw Failure(file.WhatThereIs() + ": none is the one asked for", kExitUsage);
+    if (std::none_of(first + 1, records.end(), fits)) return *first;
+    throw Failure(
+        file.WhatThereIs() + (choice.satNum ? ": choose one with --record" : ": choose one with --sat or --record"),
+        kExitUsage);
 }
 
 std::string FrameName(std::int32_t frame) {
-    switch (frame) {
-        case 1:
-            return "ECI";
-        case 2:
-            return "J2K";
-        case 3:
-            return "EFG";
-        case 4:
-            return "ECR";
-        case kLatLonHeight:
-            return "LLH";
-        case kSouthEastNorth:
-            return "SEN";
-        case 17:
-            return "hcsrl";
-        case 18:
-            return "wptrl";
-        case 19:
-            return "hcsgc";
-        case 20:
-            return "wptgc";
-        default:
-            return "code " + std::to_string(frame);
-    }
+    char name[VEC_HOST_FRAME_NAME_LENGTH];
+    VecHostFrameName(frame, name);
+    const std::string words = TextOf(name);
+    return words.empty() ? "code " + std::to_string(frame) : words;
 }
 
 bool IsCartesian(std::int32_t frame) noexcept {
-    return frame != kLatLonHeight;
+    return frame != VEC_TAB_FRAME_LLH;
 }
 
 }  // namespace Vectab

@@ -6,19 +6,29 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "source.h"
 
 namespace Vectab {
 
+// The name of the format of orbit ephemeris messages.
+inline constexpr std::string_view kOemFormat = "OEM";
+
 struct Record {
     std::int64_t key;
+    std::size_t number;  // in its file, from 1
     std::int32_t satNum;
     std::int32_t frame;
     std::int32_t points;
     double start;  // days since 1950, UTC
     double end;
     std::string name;
+    std::string satName;
     std::string file;
+    std::string format;
+    std::size_t badLines;  // of the file
 
     double SpanSeconds() const noexcept;
 };
@@ -35,39 +45,51 @@ struct State {
 class LoadedFile {
   public:
     // A failure when the file gives no record.
-    explicit LoadedFile(const std::string& path, bool verbose = false);
+    explicit LoadedFile(const std::string& name, bool verbose = false);
     ~LoadedFile();
     LoadedFile(const LoadedFile&) = delete;
     LoadedFile& operator=(const LoadedFile&) = delete;
 
-    const std::string& Path() const noexcept { return path_; }
+    // As given on the command line.
+    const std::string& Name() const noexcept { return source_.Name(); }
     const std::vector<Record>& Records() const noexcept { return records_; }
 
-    // Whether the file was read to its end; an exit status tells of it when it was not.
+    // Whether all was read, of the files that a list names too; an exit status tells of it when it was not.
     bool Complete() const noexcept { return complete_; }
 
+    // How a record is called in messages.
+    std::string Label(const Record& record) const;
+
+    // How many records there are, of which satellites.
+    std::string WhatThereIs() const;
+
   private:
-    std::string path_;
+    void Load();
+    void LoadListed(const std::vector<ListedFile>& listed);
+    void DescribeAll();
+    void TellMissing(const std::vector<ListedFile>& listed);
+    void PassOnLog(bool verbose) const;
+
+    Source source_;
     std::vector<Record> records_;
     bool complete_ = true;
 };
 
 // Loads one file after the other and hands it to the work. What cannot be loaded is told on standard error. The result
 // is the exit status.
-int ForEachFile(const std::vector<std::string>& paths, bool verbose,
+int ForEachFile(const std::vector<std::string>& names, bool verbose,
                 const std::function<void(const LoadedFile&)>& work);
 
-// Which record of a file is meant, where it holds several.
+// Which records of a file are meant, where it holds several.
 struct Choice {
     std::optional<std::int32_t> satNum;
     std::optional<std::size_t> number;  // as the table of `info` counts, from 1
+
+    bool Fits(const Record& record) const noexcept;
 };
 
-// The record that is meant. A failure, which lists what there is, when that is none or not clear.
+// The one record that is meant. A failure, which lists what there is, when that is none or not clear.
 const Record& Choose(const LoadedFile& file, const Choice& choice);
-
-// A stored point, counted from 1.
-State PointOf(const Record& record, std::int32_t number);
 
 std::string FrameName(std::int32_t frame);
 

@@ -1,6 +1,8 @@
 // Times as people write and read them. A time is a number of days since 1950, UTC.
 #pragma once
 
+#include <vectable/vectable.h>
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,7 +11,7 @@ namespace Vectab {
 
 inline constexpr double kSecondsPerDay = 86400.0;
 inline constexpr double kHoursPerDay = 24.0;
-inline constexpr double kLongestStep = 61.0 * 60.0;  // s; the library interpolates over no longer mean step
+inline constexpr double kLongestStep = VEC_TAB_GAP_MINUTES * 60.0;  // s; no longer mean step is interpolated over
 
 // A time as given on the command line.
 struct TimeRequest {

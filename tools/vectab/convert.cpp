@@ -1,0 +1,126 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "answers.h"
+#include "commands.h"
+#include "failure.h"
+#include "options.h"
+#include "output.h"
+#include "text.h"
+#include "writers.h"
+
+namespace Vectab {
+namespace {
+
+constexpr std::array<const Writer*, 3> kWriters = {&kOemWriter, &kDotEWriter, &kCsvWriter};
+
+struct ConvertOptions {
+    Inputs inputs;
+    std::string output;
+    std::string to;
+    std::optional<double> step;
+};
+
+const Writer& WriterFor(const ConvertOptions& options) {
+    for (const Writer* writer : kWriters) {
+        if (options.to.empty() ? options.output.ends_with(writer->ending) : options.to == writer->name) return *writer;
+    }
+    if (!options.to.empty()) throw Failure("--to: must be oem, dot-e or csv: " + options.to, kExitUsage);
+    throw Failure("--output: must end in .oem, .e or .csv, or --to say the format: " + options.output, kExitUsage);
+}
+
+// The answers to write: the points, or states at even steps.
+std::vector<Answer> Collect(const Table& table, const std::optional<double>& step, bool& all) {
+    std::vector<Answer> answers;
+    const auto keep = [&](const Answer& answer) { answers.push_back(answer); };
+    if (step) {
+        all &= ForEachState(table, TimeGrid(table.record.start, table.record.end, *step), true, keep);
+    } else {
+        ForEachPoint(table, keep);
+    }
+    return answers;
+}
+
+// What a conversion has lost, told once however many tables it concerns.
+class LossReport {
+  public:
+    void Add(const std::vector<std::string>& losses) { losses_.insert(losses.begin(), losses.end()); }
+
+    void Tell(const std::string& output) const {
+        std::string words;
+        for (const std::string& loss : losses_) words += (words.empty() ? "" : ", ") + loss;
+        if (!words.empty()) Complain(output + ": the format does not hold " + words);
+    }
+
+  private:
+    std::set<std::string> losses_;
+};
+
+int RunConvert(const ConvertOptions& options) {
+    const Writer& writer = WriterFor(options);
+    if (options.step) RequiredStep(*options.step);
+    for (const std::string& file : options.inputs.files) RefuseInput(options.output, file);
+    Output output(options.output);
+    writer.writeHead(output);
+    LossReport losses;
+    bool any = false;
+    bool all = true;
+    const int exitStatus = ForEachTable(options.inputs, [&](const Table& table) {
+        RefuseInput(options.output, table.record.file);
+        std::string refusal = writer.refusal(table);
+        std::vector<Answer> answers;
+        if (refusal.empty()) answers = Collect(table, options.step, all);
+        if (refusal.empty() && answers.empty()) refusal = "no state to write";
+        if (!refusal.empty()) {
+            Complain(table.file.Label(table.record) + ": left out: " + refusal);
+            all = false;
+            return;
+        }
+        losses.Add(writer.losses(table, options.output));
+        writer.writeTable(output, table, answers);
+        any = true;
+    });
+    if (!any) throw Failure(options.output + ": not written, for there is no table to write");
+    output.Finish();
+    losses.Tell(options.output);
+    return all ? exitStatus : kExitFailure;
+}
+
+}  // namespace
+
+bool AnyRevolution(const Survey& survey) noexcept {
+    return std::any_of(survey.points.begin(), survey.points.end(),
+                       [](const State& point) { return point.revNum != 0; });
+}
+
+void AddConvert(CLI::App& program, int& exitStatus) {
+    auto options = std::make_shared<ConvertOptions>();
+    CLI::App* command = program.add_subcommand("convert", "Write records as CCSDS OEM, Dot-E or CSV");
+    AddFiles(*command, options->inputs);
+    command->add_option("-o,--output", options->output, "The file to write; - is standard output")
+        ->required()
+        ->type_name("OUT");
+    command->add_option("--to", options->to, "oem, dot-e or csv; without it the ending of OUT decides: .oem, .e, .csv")
+        ->type_name("FORMAT");
+    command->add_option("--step", options->step, "Write states at this step of time, in seconds, not the points")
+        ->type_name("SECONDS");
+    AddChoice(*command, options->inputs.choice);
+    command->footer(
+        "Writes the points of all records, with their covariances, so that they read back bit for bit. With --step it\n"
+        "writes interpolated states; those that are not to be trusted (info tells) are left out. What the format does\n"
+        "not hold is told on standard error. OUT takes its place when it is complete: a failure leaves an earlier "
+        "file\n"
+        "as it was, and OUT cannot be one of the inputs. A table that the format has no frame for is left out, and\n"
+        "makes the exit status 1.\n\n"
+        "Example: vectab convert orbit.e -o orbit.oem");
+    command->callback([options, &exitStatus] { exitStatus = RunConvert(*options); });
+}
+
+}  // namespace Vectab

@@ -1,0 +1,45 @@
+// A file to load, and what of its content the tool looks at itself.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Vectab {
+
+// A file named on the command line. "-" is standard input, which is copied to a temporary file, since the library reads
+// a file twice.
+class Source {
+  public:
+    // A failure when there is no such file, or no path that the library can be given.
+    explicit Source(const std::string& name);
+    ~Source();
+    Source(const Source&) = delete;
+    Source& operator=(const Source&) = delete;
+
+    const std::string& Name() const noexcept { return name_; }
+
+    // For the library to open.
+    const std::string& Path() const noexcept { return path_; }
+
+    // A path of the library's as the user knows it.
+    std::string Shown(const std::string& path) const { return path == path_ ? name_ : path; }
+
+  private:
+    std::string name_;
+    std::string path_;
+    bool temporary_ = false;
+};
+
+// Whether the file looks like an orbit ephemeris message, which has a call of its own in the library.
+bool IsOrbitEphemerisMessage(const std::string& path);
+
+struct ListedFile {
+    std::string path;
+    std::int64_t line;  // of the list, from 1
+};
+
+// The files that the list lines of a file name.
+std::vector<ListedFile> ListedFiles(const std::string& path);
+
+}  // namespace Vectab

@@ -1,0 +1,179 @@
+#include "survey.h"
+
+#include <vectable/batch.h>
+#include <vectable/vectable.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <optional>
+#include <span>
+
+#include "failure.h"
+#include "log_capture.h"
+#include "polynomial.h"
+#include "times.h"
+
+namespace Vectab {
+namespace {
+
+constexpr double kLongStepFactor = 4.0;
+
+bool HasVelocity(const State& point) noexcept {
+    return std::hypot(point.vel[0], point.vel[1], point.vel[2]) > 0.0;
+}
+
+void ReadPoint(const Record& record, std::int32_t number, Survey& survey) {
+    State point;
+    double covMtx[VEC_TAB_COV_ELEMENTS];
+    if (VecTabGetCovMtx(record.key, number, &point.ds50UTC, point.pos, point.vel, &point.revNum, covMtx) != 0) {
+        throw Failure(LogCapture::Instance().TakeError());
+    }
+    const bool scalar = !(std::fabs(covMtx[1] - VEC_TAB_SCALAR_MARK) > 0.0);
+    const bool any = std::any_of(covMtx, std::end(covMtx), [](double element) { return std::fabs(element) > 0.0; });
+    survey.withScalar += scalar;
+    survey.withCovariance += any && !scalar;
+    survey.withoutVelocity += !HasVelocity(point);
+    survey.points.push_back(point);
+}
+
+bool IsFilled(const Record& record, double ds50UTC) {
+    double state[6];
+    return VecBatchPairs(1, &record.key, &ds50UTC, state, nullptr, nullptr, nullptr) == 0;
+}
+
+// The median of the steps around one, up to five on either side.
+double TypicalStep(std::span<const double> steps, std::size_t index) {
+    constexpr std::size_t kAround = 5;
+    std::array<double, 2 * kAround + 1> around;
+    const std::size_t first = index < kAround ? 0 : index - kAround;
+    const std::size_t count = std::min(index + kAround + 1, steps.size()) - first;
+    std::copy_n(steps.begin() + static_cast<std::ptrdiff_t>(first), count, around.begin());
+    const auto middle = around.begin() + static_cast<std::ptrdiff_t>((count - 1) / 2);
+    std::nth_element(around.begin(), middle, around.begin() + static_cast<std::ptrdiff_t>(count));
+    return *middle;
+}
+
+void FindGaps(const Record& record, Survey& survey) {
+    std::vector<double> steps;
+    for (std::size_t i = 1; i < survey.points.size(); ++i) {
+        steps.push_back((survey.points[i].ds50UTC - survey.points[i - 1].ds50UTC) * kSecondsPerDay);
+    }
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        const bool hole = steps[i] > kLongestStep;
+        if (!hole && steps[i] <= kLongStepFactor * TypicalStep(steps, i)) continue;
+        const double from = survey.points[i].ds50UTC;
+        const double to = survey.points[i + 1].ds50UTC;
+        (hole ? survey.holes : survey.longSteps).push_back({i, from, to, IsFilled(record, from + (to - from) / 2)});
+    }
+    LogCapture::Instance().Take();  // refusals in holes
+}
+
+// The error at a point left out, found from so many neighbours on either side.
+std::optional<double> LeftOutAt(const Survey& survey, std::size_t index, std::size_t neighbours) {
+    if (index < neighbours || index + neighbours >= survey.points.size()) return std::nullopt;
+    if (survey.Interrupted(index - neighbours, index + neighbours)) return std::nullopt;
+    std::array<State, Polynomial::kMostPoints> around;
+    const auto left = survey.points.begin() + static_cast<std::ptrdiff_t>(index);
+    const auto end = std::copy_n(left - static_cast<std::ptrdiff_t>(neighbours), neighbours, around.begin());
+    std::copy_n(left + 1, neighbours, end);
+    const Polynomial curve(std::span<const State>(around).first(2 * neighbours), true);
+    return PositionDistance(curve.At(left->ds50UTC), *left);
+}
+
+using LeftOutErrors = std::vector<std::optional<double>>;
+
+// The median of the errors two to six points away on one side, or none. `step` is the side, -1 or 1.
+std::optional<double> ErrorBeside(const LeftOutErrors& errors, std::size_t index, std::ptrdiff_t step) {
+    constexpr std::ptrdiff_t kNearest = 2, kFarthest = 6;
+    std::vector<double> beside;
+    for (std::ptrdiff_t away = kNearest; away <= kFarthest; ++away) {
+        const std::ptrdiff_t place = static_cast<std::ptrdiff_t>(index) + step * away;
+        if (place < 0 || place >= static_cast<std::ptrdiff_t>(errors.size())) break;
+        if (const auto& error = errors[static_cast<std::size_t>(place)]) beside.push_back(*error);
+    }
+    if (beside.empty()) return std::nullopt;
+    const auto middle = beside.begin() + static_cast<std::ptrdiff_t>((beside.size() - 1) / 2);
+    std::nth_element(beside.begin(), middle, beside.end());
+    return *middle;
+}
+
+// A break of the orbit stands out of the errors around, and more neighbours do not make it smaller. Where a smooth orbit
+// is strongly curved, they do.
+bool IsSpike(const Survey& survey, const LeftOutErrors& errors, std::size_t index) {
+    constexpr double kStandsOut = 10.0;
+    const std::optional<double> before = ErrorBeside(errors, index, -1);
+    const std::optional<double> after = ErrorBeside(errors, index, 1);
+    if (!errors[index] || !before || !after || !(*errors[index] > kStandsOut * std::max(*before, *after))) return false;
+    constexpr double kNoSmaller = 0.95;
+    const std::optional<double> fromSix = LeftOutAt(survey, index, 3);
+    return fromSix && *fromSix > kNoSmaller * *errors[index];
+}
+
+void MeasureLeftOut(Survey& survey) {
+    LeftOutErrors errors(survey.points.size());
+    for (std::size_t i = 0; i < errors.size(); ++i) {
+        errors[i] = LeftOutAt(survey, i, 2);
+        if (errors[i]) survey.leftOut.push_back({survey.points[i].ds50UTC, *errors[i]});
+    }
+    constexpr std::size_t kReach = 4;  // points that one break touches
+    std::size_t last = errors.size();
+    for (std::size_t i = 0; i < errors.size(); ++i) {
+        if (!IsSpike(survey, errors, i)) continue;
+        const LeftOut spike{survey.points[i].ds50UTC, *errors[i]};
+        if (last == errors.size() || i - last > kReach) {
+            survey.spikes.push_back(spike);
+        } else if (spike.position > survey.spikes.back().position) {
+            survey.spikes.back() = spike;
+        }
+        last = i;
+    }
+}
+
+bool Contains(const std::vector<Gap>& gaps, double ds50UTC) noexcept {
+    const auto next =
+        std::upper_bound(gaps.begin(), gaps.end(), ds50UTC, [](double time, const Gap& gap) { return time < gap.to; });
+    return next != gaps.end() && ds50UTC > next->from;
+}
+
+bool AnyWithin(const std::vector<Gap>& gaps, std::size_t first, std::size_t last) noexcept {
+    const auto from = std::lower_bound(gaps.begin(), gaps.end(), first,
+                                       [](const Gap& gap, std::size_t index) { return gap.interval < index; });
+    return from != gaps.end() && from->interval < last;
+}
+
+// Whether one of the four points that a state at the time comes from has no velocity.
+bool NextToZeroVelocity(const std::vector<State>& points, double ds50UTC) noexcept {
+    const auto next = std::upper_bound(points.begin(), points.end(), ds50UTC,
+                                       [](double time, const State& point) { return time < point.ds50UTC; });
+    const auto first = next - std::min<std::ptrdiff_t>(2, next - points.begin());
+    const auto last = next + std::min<std::ptrdiff_t>(2, points.end() - next);
+    return !std::all_of(first, last, HasVelocity);
+}
+
+}  // namespace
+
+double Gap::Seconds() const noexcept {
+    return (to - from) * kSecondsPerDay;
+}
+
+bool Survey::Interrupted(std::size_t first, std::size_t last) const noexcept {
+    return AnyWithin(holes, first, last) || AnyWithin(longSteps, first, last);
+}
+
+std::string_view Survey::Mark(double ds50UTC) const noexcept {
+    if (Contains(holes, ds50UTC)) return kHole;
+    if (withoutVelocity > 0 && NextToZeroVelocity(points, ds50UTC)) return kNoVelocities;
+    return Contains(longSteps, ds50UTC) ? kLongStep : std::string_view();
+}
+
+Survey SurveyOf(const Record& record) {
+    Survey survey;
+    survey.points.reserve(static_cast<std::size_t>(record.points));
+    for (std::int32_t number = 1; number <= record.points; ++number) ReadPoint(record, number, survey);
+    FindGaps(record, survey);
+    if (survey.withoutVelocity == 0 && IsCartesian(record.frame)) MeasureLeftOut(survey);
+    return survey;
+}
+
+}  // namespace Vectab
