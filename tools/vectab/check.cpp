@@ -58,13 +58,14 @@ std::string DescribeCovariance(const Survey& survey) {
     return "at " + std::to_string(survey.withCovariance) + " of " + Counted(survey.points.size(), "point");
 }
 
-// Median, 95 % and largest, by the nearest rank.
+// A line with the median, 95 % and largest, by the nearest rank; none without errors.
 template <typename Element>
 std::string Quantiles(const std::string& label, const std::vector<Element>& errors, double Element::*member) {
+    if (errors.empty()) return {};
     std::vector<double> values;
     for (const Element& error : errors) values.push_back(error.*member);
     std::sort(values.begin(), values.end());
-    constexpr std::size_t kLabelWidth = 30;
+    constexpr std::size_t kLabelWidth = 32;
     std::string text = label + std::string(kLabelWidth - label.size(), ' ');
     for (const double share : {0.5, 0.95, 1.0}) {
         const auto rank = static_cast<std::size_t>(std::ceil(share * static_cast<double>(values.size()) - 1e-9));
@@ -82,16 +83,14 @@ std::string DescribeErrors(const Table& table) {
     const ErrorEstimate estimate = EstimateErrors(table.record, table.survey);
     const std::vector<LeftOut>& leftOut = table.survey.leftOut;
     std::string text = Labelled(
-        "errors", std::string(30, ' ') + RightAligned("median") + RightAligned("95 %") + RightAligned("largest"));
-    if (!estimate.inner.empty()) {
-        text += Quantiles("position between, m", estimate.inner, &ErrorBetween::position) +
-                Quantiles("velocity between, mm/s", estimate.inner, &ErrorBetween::velocity);
+        "errors", std::string(32, ' ') + RightAligned("median") + RightAligned("95 %") + RightAligned("largest"));
+    text += Quantiles("position between, m", estimate.inner, &ErrorBetween::position);
+    text += Quantiles("position at the ends, m", estimate.ends, &ErrorBetween::position);
+    if (table.survey.HasVelocities()) {
+        text += Quantiles("velocity between, mm/s", estimate.inner, &ErrorBetween::velocity);
+        text += Quantiles("velocity at the ends, mm/s", estimate.ends, &ErrorBetween::velocity);
     }
-    if (!estimate.ends.empty()) {
-        text += Quantiles("position at the ends, m", estimate.ends, &ErrorBetween::position) +
-                Quantiles("velocity at the ends, mm/s", estimate.ends, &ErrorBetween::velocity);
-    }
-    if (!leftOut.empty()) text += Quantiles("points left out, m", leftOut, &LeftOut::position);
+    text += Quantiles("position of points left out, m", leftOut, &LeftOut::position);
     text += Labelled("", Counted(estimate.inner.size() + estimate.ends.size(), "interval") + " estimated, " +
                              std::to_string(estimate.skipped) + " skipped next to a gap");
     return text;

@@ -87,9 +87,9 @@ int RunConvert(const ConvertOptions& options) {
         writer.writeTable(output, table, answers);
         any = true;
     });
-    if (!any) throw Failure(options.output + ": not written, for there is no table to write");
+    if (!any) throw Failure(output.Name() + ": not written, for there is no table to write");
     output.Finish();
-    losses.Tell(options.output);
+    losses.Tell(output.Name());
     return all ? exitStatus : kExitFailure;
 }
 

@@ -29,7 +29,9 @@ Note NoVelocities(const Record& record, const Survey& survey) {
 }
 
 Note SomeVelocitiesZero(const Survey& survey) {
-    return {std::to_string(survey.withoutVelocity) + " zero velocities", "states around these points are of no use"};
+    const bool one = survey.withoutVelocity == 1;
+    return {one ? "1 zero velocity" : std::to_string(survey.withoutVelocity) + " zero velocities",
+            "states around such points are of no use"};
 }
 
 // The longest of gaps, and what becomes of states inside.

@@ -24,6 +24,9 @@ class Output {
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
+    // For messages.
+    const std::string& Name() const noexcept { return name_; }
+
     void Write(std::string_view text);
 
     // Writes what is still held back. Nothing is certain before it returns.

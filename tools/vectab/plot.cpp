@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -79,28 +80,26 @@ set format y '%.6g'
 // a coordinate towards the one who looks, and on the edge of the picture's plane.
 constexpr std::string_view kOrbitPanels = R"(unset object; unset arrow
 near(depth) = depth > -60
-dot = "with points pt 7 ps 1 lc rgb '#c2502a'"
+dot = "with points pt variable ps 1 lc rgb '#c2502a'"
 name = "with labels left offset 0.8,0.6 textcolor rgb '#c2502a' font ',9'"
 earth = "with circles fillcolor rgb '#d5e4ee' fillstyle solid border lc rgb '#8fb0c4'"
 set bmargin at screen 0.075; set tmargin at screen 0.525
-set xrange [left:right]
-set xtics ticStep; set ytics ticStep
 set label 2 'Earth' at 0,0.5*earthRadius center textcolor rgb '#6f93a8' font ',9' front
 set lmargin at screen 0.075; set rmargin at screen 0.49
 set title 'Orbit in the x-y plane, from +z'
 set xlabel 'x (km)'
 set ylabel 'y (km)'
-set yrange [bottomY:topY]
+@rangesY
 plot $orbit using 2:3 with @style lt 4, '+' using (0):(0):(earthRadius) every ::0::0 @earth, \
      $orbit using (near($4) ? $2 : NaN):3 with @style lt 1, \
-     $start using 2:3 @dot, '' using 2:3:('start') @name
+     $start using 2:3:(near($4) ? 7 : 6) @dot, '' using 2:3:('start') @name
 set lmargin at screen 0.57; set rmargin at screen 0.985
 set title 'Orbit in the x-z plane, from -y'
 set ylabel 'z (km)'
-set yrange [bottomZ:topZ]
+@rangesZ
 plot $orbit using 2:4 with @style lt 4, '+' using (0):(0):(earthRadius) every ::0::0 @earth, \
      $orbit using (near(-$3) ? $2 : NaN):4 with @style lt 1, \
-     $start using 2:4 @dot, '' using 2:4:('start') @name
+     $start using 2:4:(near(-$3) ? 7 : 6) @dot, '' using 2:4:('start') @name
 )";
 
 // The terminal of gnuplot that makes files with the ending of the path.
@@ -110,7 +109,7 @@ std::string Terminal(const std::string& path) {
                    [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
     if (ending == ".svg") return "svg size 1200,900 font 'Helvetica,Arial,sans-serif,14' background rgb 'white'";
     if (ending == ".png") return "pngcairo size 1200,900 font 'Sans,11' background rgb 'white'";
-    if (ending == ".pdf") return "pdfcairo size 12,9 font 'Sans,13' background rgb 'white'";
+    if (ending == ".pdf") return "pdfcairo size 12,9 font 'Sans,13' fontscale 0.62 background rgb 'white'";
     throw Failure("--output: must end in .svg, .png or .pdf: " + path, kExitUsage);
 }
 
@@ -120,14 +119,18 @@ constexpr std::int32_t kMostDrawn = 20000;  // points of a curve
 // is drawn, has long steps without a gap.
 class Curve {
   public:
-    explicit Curve(const Record& record)
-        : start_(record.start),
-          before_(record.start),
-          longestStep_(std::max(kLongestStep, 3.0 * record.SpanSeconds() / std::min(record.points, kMostDrawn))) {}
+    explicit Curve(const Table& table)
+        : start_(table.record.start),
+          before_(start_),
+          longestStep_(
+              std::max(kLongestStep, 3.0 * table.record.SpanSeconds() / std::min(table.record.points, kMostDrawn))),
+          longSteps_(table.survey.longSteps) {}
 
     template <typename... Values>
     void Add(double ds50UTC, Values... values) {
-        if ((ds50UTC - before_) * kSecondsPerDay > longestStep_) text_ += '\n';
+        while (!longSteps_.empty() && longSteps_.front().from < before_) longSteps_ = longSteps_.subspan(1);
+        const bool overLongStep = !longSteps_.empty() && longSteps_.front().to <= ds50UTC;
+        if (overLongStep || (ds50UTC - before_) * kSecondsPerDay > longestStep_) text_ += '\n';
         before_ = ds50UTC;
         text_ += Shortest((ds50UTC - start_) * kHoursPerDay);
         ((text_ += ' ' + Shortest(values)), ...);
@@ -140,6 +143,7 @@ class Curve {
     double start_;
     double before_;
     double longestStep_;  // s
+    std::span<const Gap> longSteps_;
     std::string text_;
 };
 
@@ -166,7 +170,7 @@ void AddPosition(Curve& curve, const State& point) {
 
 // Every point of a short table, and some 20,000 of a long one.
 Orbit OrbitOf(const Table& table) {
-    Curve curve(table.record);
+    Curve curve(table);
     Orbit orbit;
     const std::vector<State>& points = table.survey.points;
     const std::size_t drawn = std::min(points.size(), static_cast<std::size_t>(kMostDrawn));
@@ -175,7 +179,7 @@ Orbit OrbitOf(const Table& table) {
         AddPosition(curve, point);
         for (std::size_t axis = 0; axis < 3; ++axis) orbit.extents[axis].Add(point.pos[axis]);
     }
-    Curve start(table.record);
+    Curve start(table);
     AddPosition(start, points.front());
     orbit.blocks = curve.Block("orbit") + start.Block("start");
     return orbit;
@@ -189,7 +193,7 @@ std::string ErrorBlocks(const Table& table) {
     std::sort(between.begin(), between.end(),
               [](const ErrorBetween& a, const ErrorBetween& b) { return a.ds50UTC < b.ds50UTC; });
     if (!(estimate.LargestPosition() > 0.0)) return {};
-    Curve errors(table.record), leftOut(table.record);
+    Curve errors(table), leftOut(table);
     for (const ErrorBetween& error : between) errors.Add(error.ds50UTC, error.position);
     const std::vector<LeftOut>& points = table.survey.leftOut;
     const std::size_t drawn = std::min(points.size(), static_cast<std::size_t>(kMostDrawn));
@@ -228,19 +232,18 @@ double TicStep(double width) {
     return leading < 6.0 ? decade * 2.0 : decade * 5.0;
 }
 
-// Two axes of the same scale, in which the orbit fills the panels.
-std::string Ranges(const std::array<Extent, 3>& extents) {
+// A macro with the ranges of a panel: both axes have the same scale, in which the orbit fills the panel.
+std::string Ranges(const std::string& name, const Extent& across, const Extent& up) {
     constexpr double kWidth = 498.0, kHeight = 405.0;  // of a panel, in a picture of 1200 by 900
     constexpr double kMargin = 1.08;
-    const auto& [x, y, z] = extents;
-    const double scale = kMargin * std::max({x.Length() / kWidth, y.Length() / kHeight, z.Length() / kHeight});
-    const auto range = [&](const char* low, const char* high, const Extent& extent, double size) {
+    const double scale = kMargin * std::max(across.Length() / kWidth, up.Length() / kHeight);
+    const auto range = [&](const Extent& extent, double size) {
         const double middle = (extent.low + extent.high) / 2.0;
-        return low + std::string(" = ") + Shortest(middle - scale * size / 2.0) + '\n' + high + " = " +
-               Shortest(middle + scale * size / 2.0) + '\n';
+        return "range [" + Shortest(middle - scale * size / 2.0) + ':' + Shortest(middle + scale * size / 2.0) + "]; ";
     };
-    return range("left", "right", x, kWidth) + range("bottomY", "topY", y, kHeight) +
-           range("bottomZ", "topZ", z, kHeight) + "ticStep = " + Shortest(TicStep(scale * kWidth)) + '\n';
+    const std::string step = Shortest(TicStep(scale * kWidth));
+    return name + " = \"set x" + range(across, kWidth) + "set y" + range(up, kHeight) + "set xtics " + step +
+           "; set ytics " + step + "\"\n";
 }
 
 std::string Title(const Record& record) {
@@ -257,7 +260,9 @@ std::string Script(const Table& table, const std::string& terminal) {
     std::string script = "set terminal " + terminal + '\n' + std::string(kSettings) + orbit.blocks + errors;
     script += record.points <= kFewPoints ? "style = 'linespoints pt 7 ps 0.45'\n" : "style = 'lines'\n";
     script += "lastHour = " + Shortest(record.points > 1 ? record.SpanSeconds() / 3600.0 : 1.0) + '\n';
-    script += Ranges(orbit.extents) + "earthRadius = " + Shortest(kEarthRadius) + '\n';
+    const auto& [x, y, z] = orbit.extents;
+    script += Ranges("rangesY", x, y) + Ranges("rangesZ", x, z);
+    script += "earthRadius = " + Shortest(kEarthRadius) + '\n';
     script += "set multiplot title \"" + Title(record) + "\" noenhanced font ',15' offset 0,-0.6\n";
     if (!table.notes.empty()) {
         script += "set label 9 \"" + Listed(table.notes) +

@@ -50,7 +50,7 @@ class LoadedFile {
     LoadedFile(const LoadedFile&) = delete;
     LoadedFile& operator=(const LoadedFile&) = delete;
 
-    // As given on the command line.
+    // For messages.
     const std::string& Name() const noexcept { return source_.Name(); }
     const std::vector<Record>& Records() const noexcept { return records_; }
 

@@ -61,7 +61,7 @@ std::string_view WithoutCarriageReturn(std::string_view line) noexcept {
 
 }  // namespace
 
-Source::Source(const std::string& name) : name_(name) {
+Source::Source(const std::string& name) : name_(name == "-" ? "standard input" : name) {
     if (name != "-") {
         path_ = LibraryPath(name);
         return;

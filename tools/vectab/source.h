@@ -17,6 +17,7 @@ class Source {
     Source(const Source&) = delete;
     Source& operator=(const Source&) = delete;
 
+    // For messages.
     const std::string& Name() const noexcept { return name_; }
 
     // For the library to open.

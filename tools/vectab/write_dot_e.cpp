@@ -30,10 +30,14 @@ std::string EpochText(double epoch) {
            date.substr(10);
 }
 
-// The seconds that, over 86400 and with the epoch, give exactly the time.
+// The seconds that, over 86400 and with the epoch, give exactly the time; with few decimals if such do.
 double SecondsOf(double ds50UTC, double epoch) noexcept {
     const double seconds = (ds50UTC - epoch) * kSecondsPerDay;
     const auto exact = [&](double tried) { return !(std::fabs(tried / kSecondsPerDay + epoch - ds50UTC) > 0.0); };
+    for (const double ticks : {1e3, 1e6, 1e9}) {
+        const double rounded = std::round(seconds * ticks) / ticks;
+        if (exact(rounded)) return rounded;
+    }
     double below = seconds, above = seconds;
     for (int i = 0; i < 8 && !exact(below) && !exact(above); ++i) {
         below = std::nextafter(below, -HUGE_VAL);
