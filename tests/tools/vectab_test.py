@@ -150,7 +150,7 @@ class Check(VectabTest):
             for label, true in (("between", largest[1:-1]), ("at the ends", [largest[0], largest[-1]])):
                 with self.subTest(name, where=label):
                     estimate = float(re.search(rf"position {label}, m .* (\S+)\n", report)[1])
-                    self.assertLess(abs(estimate / max(true) - 1), 0.1, (estimate, max(true)))
+                    self.assertLess(abs(estimate / max(true) - 1), 0.2, (estimate, max(true)))
 
     def test_notes(self):
         noise = random.Random(1)
