@@ -1,38 +1,36 @@
 """What runs on the workers of a cluster: a share of a catalogue, loaded once, and batches of its states."""
 
-import threading
-
 import numpy as np
 
 import vectable
 
 _POINT_BYTES = 232  # of one state in a table, with its covariance
 
-_lock = threading.Lock()
-_loaded = {}
-
-
-def _catalogue_of(paths):
-    """The records of some files in the store of this process, which loads them when it first needs them."""
-    with _lock:
-        if paths not in _loaded:
-            _loaded[paths] = vectable.Catalogue(*paths)
-        return _loaded[paths]
-
 
 class Share:
-    """Some files of a list. A share that Dask moves to another worker travels as the paths, and loads again there."""
+    """The records of some files of a list, as long as Dask keeps the share.
 
-    def __init__(self, paths):
-        self.paths = tuple(paths)
-        self.catalogue = _catalogue_of(self.paths)
+    A share that Dask sends to another worker travels as its paths, and loads them there.
+    """
+
+    def __init__(self, *paths):
+        # In direct-memory mode a file that two shares of a worker name is stored for each.
+        vectable.VecHostSetElsetKeyMode(1)
+        self.paths = paths
+        self.catalogue = vectable.Catalogue(*paths)
+        points = self.catalogue.to_dict()["numOfPts"]
+        self.size = _POINT_BYTES * sum(points)
 
     def __reduce__(self):
-        return Share, (self.paths,)
+        return Share, self.paths
 
     def __sizeof__(self):
-        # Dask weighs by it what moving the share to an idle worker would cost.
-        return sum(_POINT_BYTES * vectable.VecTabGetAllFields(int(key)).numOfPts for key in self.catalogue.keys)
+        # Dask weighs by it what sending the share to an idle worker would cost.
+        return self.size
+
+    def __del__(self):
+        if hasattr(self, "catalogue"):
+            self.catalogue.close()
 
 
 def states_of(share, times):

@@ -36,7 +36,7 @@ def paths_of_list(path):
 def deal(client, paths, shares):
     """Has shares of the files loaded, which are neighbours in the list; futures of them."""
     parts = [paths[i * len(paths) // shares : (i + 1) * len(paths) // shares] for i in range(shares)]
-    return [client.submit(Share, part, pure=False) for part in parts if part]
+    return [client.submit(Share, *part, pure=False) for part in parts if part]
 
 
 def ask(client, shares, times, times_at_once):

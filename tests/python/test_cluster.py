@@ -33,13 +33,7 @@ class Cluster(unittest.TestCase):
             client.wait_for_workers(2)
             after = client.run(os.getpid)
         self.assertNotIn(ended, after.values())
-        self.assertEqual(len(set(after.values()) - set(before.values())), 1)
         with vt.Catalogue(*paths) as catalogue:
             alone = catalogue.states(times)
         np.testing.assert_array_equal(table, np.concatenate([alone.pos, alone.vel], axis=2))
-        self.assertEqual(np.isnan(table[..., 0]).sum(), (alone.outcome != vt.Outcome.STATE).sum())
         self.assertTrue((alone.outcome == vt.Outcome.STATE).any(axis=1).all())
-
-
-if __name__ == "__main__":
-    unittest.main()
