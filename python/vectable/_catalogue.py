@@ -57,16 +57,16 @@ def _holes(points, first, last, start, end):
 
 
 def _notes(key, count):
-    """What a user of a record should know before relying on it, "; " between."""
+    """What a user of a record should know before relying on it, in the terms of `vectab info`."""
     points, notes = _Points(key), []
+    if count < _FEWEST_POINTS:
+        notes.append("few points")
     if count > 0 and not any(points.moves(number) for number in range(1, count + 1)):
         notes.append("no velocities")
     holes = _holes(points, 1, count, points.time(1), points.time(count)) if count > 1 else 0
     if holes:
         notes.append(f"{holes} hole{'s' if holes > 1 else ''}")
-    if count < _FEWEST_POINTS:
-        notes.append("few points")
-    return "; ".join(notes)
+    return ", ".join(notes)
 
 
 def _raise_for_file(error, path):
@@ -145,7 +145,8 @@ class Catalogue:
         numOfPts                          number of points
         startDs50UTC, endDs50UTC          first and last time, days since 1950 UTC; NaN without points
         filePath                          the file that it came from
-        notes                             "no velocities", "2 holes" (steps over 61 minutes), "few points" (under four)
+        notes                             "few points" (under four), "no velocities", "2 holes" (steps over 61 minutes), as
+                                          `vectab info` prints them; it knows more of them; "" for none
 
         Raises KeyError for a record that was removed.
         """

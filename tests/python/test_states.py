@@ -157,15 +157,15 @@ class Catalogues(StoreTest):
         return self.folder / name
 
     def test_table(self):
-        holed, few = self.write("20010_holed.e", (0, 60, 9000, 9060, 18000)), self.write("20011_few.e", (0,))
+        holed, few = self.write("20010_holed.e", (0, 60, 9000, 9060, 18000)), self.write("20011_few.e", (0, 4000))
         saved = self.folder / "list.txt"
         with vt.Catalogue(SAMPLE, SAMPLES / "ecr_position.txt", holed) as catalogue:
             catalogue.load(few)
             table = pd.DataFrame(catalogue.to_dict()).set_index("satNum")
             for column, wanted in (
-                ("notes", ["", "no velocities", "2 holes", "few points"]),
+                ("notes", ["", "no velocities", "2 holes", "few points, 1 hole"]),
                 ("key", list(catalogue.keys)),
-                ("numOfPts", [121, 31, 5, 1]),
+                ("numOfPts", [121, 31, 5, 2]),
                 ("frame", ["ECI", "ECR", "J2K", "J2K"]),
                 ("startDs50UTC", [27819.0, 27819.0, START, START]),
                 ("filePath", [str(SAMPLE), str(SAMPLES / "ecr_position.txt"), str(holed), str(few)]),
