@@ -24,6 +24,7 @@ const char* ScanNumber(const char* first, const char* last, double& value) noexc
     if (after == last || ToUpperCase(*after) != 'D') return after;
 
     std::array<char, kLongestNumber> copy;
+    if (static_cast<std::size_t>(after - start) >= copy.size()) return nullptr;
     if (static_cast<std::size_t>(last - start) > copy.size()) last = start + copy.size();
     char* copyEnd = std::copy(start, last, copy.data());
     copy[static_cast<std::size_t>(after - start)] = 'E';

@@ -10,9 +10,8 @@
 class Batch : public StoreTest {
   protected:
     static constexpr double kStart = 27819.0;
-    static constexpr double kMark = -7.0;  // what stands in arrays ahead of a call
+    static constexpr double kMark = -7.0;  // what stands in arrays before a call
 
-    // A request's answer: state, packed covariance, revolution number, outcome.
     struct Answers {
         explicit Answers(std::size_t count)
             : states(6 * count + 6, kMark),
@@ -22,9 +21,13 @@ class Batch : public StoreTest {
         std::vector<double> states, covs;
         std::vector<int32_t> revNums;
         std::vector<uint8_t> outcomes;
-    };
 
-    std::mt19937_64 random{1};
+        void ExpectUntouchedFrom(std::size_t count) const {
+            EXPECT_EQ(states[6 * count] + states.back(), 2 * kMark);
+            EXPECT_EQ(covs[21 * count] + covs.back(), 2 * kMark);
+            EXPECT_EQ(revNums[count] + outcomes[count], 70);
+        }
+    };
 
     double Any(double low, double high) { return std::uniform_real_distribution<double>(low, high)(random); }
 
@@ -38,8 +41,7 @@ class Batch : public StoreTest {
             Covariance terms;
             for (double& term : terms) term = Any(-1.0, 1.0);
             if (kind == 3) terms[1] = 12345.0;
-            const Vector pos{Any(-7e3, 7e3), Any(-7e3, 7e3), Any(-7e3, 7e3)};
-            const Vector vel{Any(-7, 7), Any(-7, 7), Any(-7, 7)};
+            const Vector pos{Any(-7e3, 7e3), Any(-7e3, 7e3), Any(-7e3, 7e3)}, vel{Any(-7, 7), Any(-7, 7), Any(-7, 7)};
             VecTabAddSatEphemCovMtx(key, kStart + minutes / 1440.0, pos.data(), vel.data(),
                                     static_cast<int32_t>(random() % 200000), terms.data());
             minutes += kind == 0 ? 1.0 : Any(0.1, 2.0) + (kind == 2 && random() % 20 == 0 ? 500.0 : 0.0);
@@ -51,20 +53,14 @@ class Batch : public StoreTest {
         double start = kStart, end = kStart + 1.0;
         VecTabStartEndTime(key, &start, &end);
         State point;
-        switch (random() % 8) {
-            case 0:
-                return std::array<double, 6>{NAN, INFINITY, -INFINITY, 0.0, start, end}[random() % 6];
-            case 1:
-                return Any(start - 0.01, end + 0.01);
-            case 2:
-                AskByIndex(key, 1 + static_cast<int32_t>(random() % 8), point);
-                return point.time;
-            default:
-                return Any(start, end);
-        }
+        const auto pick = random() % 8;
+        if (pick == 0) return std::array<double, 6>{NAN, INFINITY, -INFINITY, 0.0, start, end}[random() % 6];
+        if (pick == 1) return Any(start - 0.01, end + 0.01);
+        if (pick == 2 && AskByIndex(key, 1 + static_cast<int32_t>(random() % 8), point) == 0) return point.time;
+        return Any(start, end);
     }
 
-    // What the single call gives, with the outcome that its words in the log mean.
+    // What the single call gives, with the outcome that its entry in the log means.
     void ExpectAsAskedSingly(int64_t key, double time, const Answers& answers, std::size_t at) {
         const std::pair<const char*, uint8_t> meanings[] = {{"FindRecPtr: ", VEC_BATCH_NO_RECORD},
                                                             {"does not contain", VEC_BATCH_NO_RECORD},
@@ -75,8 +71,8 @@ class Batch : public StoreTest {
         std::array<double, 128> all;
         const bool there = VecTabXten(key, 2, time, all.data()) == 0;
         uint8_t outcome = VEC_BATCH_STATE;
-        for (const auto& [words, meaning] : meanings) {
-            if (!there && log.entries.back().text.find(words) != std::string::npos) outcome = meaning;
+        for (const auto& [text, meaning] : meanings) {
+            if (!there && log.entries.back().text.find(text) != std::string::npos) outcome = meaning;
         }
         if (!there) all.fill(NAN);
         ASSERT_EQ(answers.outcomes[at], outcome) << time;
@@ -90,13 +86,7 @@ class Batch : public StoreTest {
         ASSERT_TRUE(std::isnan(b) ? std::isnan(a) : std::memcmp(&a, &b, sizeof a) == 0) << a << " for " << b;
     }
 
-    static void ExpectUntouched(const Answers& answers, std::size_t from) {
-        EXPECT_EQ(answers.states[6 * from] + answers.states.back(), 2 * kMark);
-        EXPECT_EQ(answers.covs[21 * from] + answers.covs.back(), 2 * kMark);
-        EXPECT_EQ(answers.revNums[from], -7);
-        EXPECT_EQ(answers.outcomes[from], 77);
-    }
-
+    std::mt19937_64 random{1};
     std::array<int, 5> counts{};
 };
 
@@ -118,13 +108,12 @@ TEST_F(Batch, EveryStateHasTheBitsOfTheSingleCall) {
         const int64_t without =
             VecBatchPairs(static_cast<int64_t>(count), asked.data(), times.data(), answers.states.data(),
                           answers.covs.data(), answers.revNums.data(), answers.outcomes.data());
-        EXPECT_EQ(without,
-                  std::count_if(answers.outcomes.begin(), answers.outcomes.end() - 1, [](int o) { return o != 0; }));
-        const Strings words = {"VecBatchPairs: " + std::to_string(without) + " of " + std::to_string(count) +
-                               " requests have no state."};
-        EXPECT_EQ(log.Take(VEC_HOST_TRACE_INFO), without == 0 ? Strings{} : words);
+        EXPECT_EQ(without, std::ssize(answers.outcomes) - std::ranges::count(answers.outcomes, 0) - 1);
+        const Strings told = {"VecBatchPairs: " + std::to_string(without) + " of " + std::to_string(count) +
+                              " requests have no state."};
+        EXPECT_EQ(log.Take(VEC_HOST_TRACE_INFO), without == 0 ? Strings{} : told);
         for (std::size_t i = 0; i < count; ++i) ExpectAsAskedSingly(asked[i], times[i], answers, i);
-        ExpectUntouched(answers, count);
+        answers.ExpectUntouchedFrom(count);
     }
     for (const int outcome : counts) EXPECT_GT(outcome, 20);
 }
@@ -137,51 +126,49 @@ TEST_F(Batch, AGridIsTheProductOfKeysAndTimes) {
         for (std::size_t i = 0; i < numTimes; ++i) times.push_back(AnyTime(keys[1 + random() % 10]));
         if (numTimes != 7) std::sort(times.begin(), times.end(), [](double a, double b) { return a < b; });
         const std::size_t count = keys.size() * numTimes;
-        Answers answers(count), states(count);
-        const auto grid = [&](Answers& to, bool all) {
-            return VecBatchGrid(static_cast<int64_t>(keys.size()), keys.data(), static_cast<int64_t>(numTimes),
-                                times.data(), to.states.data(), all ? to.covs.data() : nullptr,
-                                all ? to.revNums.data() : nullptr, all ? to.outcomes.data() : nullptr);
+        Answers answers(count), bare(count);
+        const auto ask = [&](double* states, double* covs, int32_t* revNums, uint8_t* outcomes) {
+            return VecBatchGrid(std::ssize(keys), keys.data(), std::ssize(times), times.data(), states, covs, revNums,
+                                outcomes);
         };
-        EXPECT_EQ(grid(answers, true), grid(states, false));
+        EXPECT_EQ(ask(answers.states.data(), answers.covs.data(), answers.revNums.data(), answers.outcomes.data()),
+                  ask(bare.states.data(), nullptr, nullptr, nullptr));
         for (std::size_t at = 0; at < count; ++at) {
             ExpectAsAskedSingly(keys[at / numTimes], times[at % numTimes], answers, at);
-            for (std::size_t i = 0; i < 6; ++i) ExpectSame(states.states[6 * at + i], answers.states[6 * at + i]);
+            for (std::size_t i = 0; i < 6; ++i) ExpectSame(bare.states[6 * at + i], answers.states[6 * at + i]);
         }
-        ExpectUntouched(answers, count);
-        ExpectUntouched(states, 0 * count + count);
+        answers.ExpectUntouchedFrom(count);
+        bare.ExpectUntouchedFrom(count);
     }
 }
 
 TEST_F(Batch, ArgumentsThatCannotBeAreRefused) {
     const int64_t key = AnyTable(1);
-    const double time = kStart;
-    Answers answers(1);
-    double* states = answers.states.data();
+    double time = kStart, states[6] = {kMark};
     struct {
         int64_t numKeys;
         const int64_t* keys;
         int64_t numTimes;
         const double* times;
         double* states;
-        const char* words;
+        std::string told;
     } const cases[] = {{-1, &key, 1, &time, states, "Negative count."},
                        {1, &key, -1, &time, states, "Negative count."},
                        {1, nullptr, 1, &time, states, "Null argument."},
                        {1, &key, 1, nullptr, states, "Null argument."},
                        {1, &key, 1, &time, nullptr, "Null argument."},
                        {INT64_MAX, &key, 2, &time, states, "Too many requests."},
-                       {INT64_MAX / 100, &key, 1, &time, states, "Too many requests."},
+                       {INT64_MAX / 168 + 1, &key, 1, &time, states, "Too many requests."},
                        {1LL << 32, &key, 1LL << 32, &time, states, "Too many requests."}};
     for (const auto& c : cases) {
         EXPECT_EQ(VecBatchGrid(c.numKeys, c.keys, c.numTimes, c.times, c.states, nullptr, nullptr, nullptr), -1);
-        EXPECT_EQ(log.Take(), Strings{std::string("VecBatchGrid: ") + c.words});
+        EXPECT_EQ(log.Take(), Strings{"VecBatchGrid: " + c.told});
         if (c.numTimes != 1) continue;
         EXPECT_EQ(VecBatchPairs(c.numKeys, c.keys, c.times, c.states, nullptr, nullptr, nullptr), -1);
-        EXPECT_EQ(log.Take(), Strings{std::string("VecBatchPairs: ") + c.words});
+        EXPECT_EQ(log.Take(), Strings{"VecBatchPairs: " + c.told});
     }
     EXPECT_EQ(VecBatchPairs(0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
     EXPECT_EQ(VecBatchGrid(5, nullptr, 0, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
     EXPECT_TRUE(log.entries.empty());
-    ExpectUntouched(answers, 0);
+    EXPECT_EQ(states[0], kMark);
 }

@@ -3,71 +3,71 @@
 #include <cmath>
 
 #include "helpers/store_test.h"
+#include "support/time_scales.h"
 
 using namespace VecTableProcessing;
 
-// Requests through the calls, which all end in one evaluation.
 class Interpolation : public StoreTest {
   protected:
     static constexpr double kStart = 27819.0;
 
-    static double Minutes(double minutes) { return kStart + minutes / 1440.0; }
-
-    // A circular motion in the plane of x and z, ascending through the equator at 15.9 minutes; revNum counts the points.
-    static Vector Pos(double m) { return {7000.0 * std::cos(Angle(m)), 0.0, 7000.0 * std::sin(Angle(m))}; }
-    static Vector Vel(double m) { return {-7.35 * std::sin(Angle(m)), 0.0, 7.35 * std::cos(Angle(m))}; }
-    static double Angle(double m) { return 0.063 * m - 1.0; }
-
-    static int64_t Table(const std::vector<double>& minutes) {
-        const int64_t key = Add(nextSatNum++, kStart);
-        int32_t number = 0;
-        for (const double m : minutes) Append(key, Minutes(m), Pos(m), Vel(m), ++number);
-        return key;
+    // A record of points of a circular motion, which number themselves.
+    static VecTabRecord Record(const std::vector<double>& minutes) {
+        VecTabRecord record;
+        for (const double m : minutes) {
+            const double time = kStart + m / 1440.0, angle = 0.063 * (time - kStart) * 1440.0 - 1.0;
+            VecTabPoint& point = record.points.Append(static_cast<std::size_t>(record.numOfPts++), time);
+            point = {time, {7000 * std::cos(angle), 0, 7000 * std::sin(angle)}, {}, record.numOfPts, {}};
+            point.vel = {-7.35 * std::sin(angle), 0, 7.35 * std::cos(angle)};
+        }
+        return record;
     }
-
-    static inline int32_t nextSatNum = 1;
 };
 
 TEST_F(Interpolation, AStateBetweenPointsIsThatOfTheOrbitFromTheFourPointsRoundTheTime) {
     std::vector<double> minutes;
     for (int i = 0; i < 100; ++i) minutes.push_back(i + (i % 3) * 0.2);
-    const int64_t key = Table(minutes);
-    State state;
+    const VecTabRecord record = Record(minutes);
+    VecTabPoint point;
     for (double m = 0.01; m < 99.0; m += 0.37) {
-        ASSERT_EQ(AskByTime(key, Minutes(m), state), 0);
-        const double exact = (Minutes(m) - kStart) * 1440.0;
-        EXPECT_EQ(state.time, exact);
+        const double time = kStart + m / 1440.0;
+        ASSERT_EQ(InterpolateEP(record, VecTableSupport::Utc2Tai(time), point), 0);
+        const VecTabPoint exact = Record({m}).points[1];
         for (std::size_t i = 0; i < 3; ++i) {
-            ASSERT_NEAR(state.pos[i], Pos(exact)[i], 5e-6) << m;  // a last bit of a time tag
-            ASSERT_NEAR(state.vel[i], Vel(exact)[i], 1e-7) << m;
+            ASSERT_NEAR(point.pos[i], exact.pos[i], 1e-6) << m;
+            ASSERT_NEAR(point.vel[i], exact.vel[i], 1e-7) << m;
         }
     }
 }
 
-TEST_F(Interpolation, ShortTablesServeTheirPointsAlone) {
-    State state;
-    const int64_t two = Table({0, 1});
-    EXPECT_EQ(AskByTime(two, Minutes(1), state), 0);
-    EXPECT_EQ(state.revNum, 2);
-    EXPECT_EQ(AskByTime(two, Minutes(0.5), state), 2);
-    const int64_t one = Table({0});
-    EXPECT_EQ(AskByTime(one, kStart, state), 0);
-    EXPECT_EQ(AskByTime(one, std::nextafter(kStart, 0.0), state), 2);
-
-    // Evaluation itself, ahead of whose tests every caller has its own.
-    VecTabRecord record;
-    VecTabPoint point;
-    EXPECT_EQ(InterpolateEP(record, kStart, point), 2);
-    record.points.Grow(4);
-    record.numOfPts = 1;
-    record.points.Change(1).revNum = 9;
-    EXPECT_EQ(InterpolateEP(record, NAN, point), 0);
-    EXPECT_EQ(point.revNum, 9);
-    record.numOfPts = 2;
-    record.points.Change(2).ds50UTC = 1.0;
-    EXPECT_EQ(InterpolateEP(record, 5.0, point), 2);
-    EXPECT_EQ(log.Take(), (Strings{"InterpolateEP: Can not interpolate with less than 4 ephemeris data points",
-                                   "GetEphem: Requested time is outside of ephemeris time span.",
-                                   "InterpolateEP: Buffer not initialized.",
-                                   "InterpolateEP: Request time out of ephemeris range."}));
+// Every caller has tests of its own before.
+TEST_F(Interpolation, TimesUpToHalfAMillisecondOutsideAreServed) {
+    const std::string noPoints = "InterpolateEP: Buffer not initialized.";
+    const std::string outside = "InterpolateEP: Request time out of ephemeris range.";
+    const std::string tooFew = "InterpolateEP: Can not interpolate with less than 4 ephemeris data points";
+    const std::tuple<std::vector<double>, double, std::string> cases[] = {{{}, 0.0, noPoints},
+                                                                          {{0}, 5000.0, ""},
+                                                                          {{0}, NAN, ""},
+                                                                          {{0, 1}, 60.0, ""},
+                                                                          {{0, 1}, 30.0, tooFew},
+                                                                          {{0, 1}, -0.00051, outside},
+                                                                          {{0, 1}, -0.00049, tooFew},
+                                                                          {{0, 1}, 60.00049, tooFew},
+                                                                          {{0, 1}, 60.00051, outside},
+                                                                          {{0, 1, 2}, 30.0, tooFew},
+                                                                          {{0, 1, 2, 3}, 30.0, ""},
+                                                                          {{0, 1, 2, 3}, -0.00051, outside},
+                                                                          {{0, 1, 2, 3}, -0.00049, ""},
+                                                                          {{0, 1, 2, 3}, 180.00049, ""},
+                                                                          {{0, 1, 2, 3}, 180.00051, outside}};
+    for (const auto& [minutes, seconds, told] : cases) {
+        VecTabPoint point;
+        point.revNum = 77;
+        point.cov[20] = 7.0;
+        const double tai = VecTableSupport::Utc2Tai(kStart + seconds / 86400.0);
+        EXPECT_EQ(InterpolateEP(Record(minutes), tai, point), told.empty() ? 0 : 2) << seconds;
+        EXPECT_EQ(log.Take(), told.empty() ? Strings{} : Strings{told}) << seconds;
+        EXPECT_EQ(point.revNum > 0, told.empty()) << seconds;
+        EXPECT_EQ(point.cov[20] + (told.empty() ? 0.0 : point.ds50UTC), 0.0) << seconds;
+    }
 }
