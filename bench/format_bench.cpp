@@ -1,5 +1,6 @@
 // What does a number of each text format cost to load beside one of Dot-E?
 #include <vectable/host.h>
+#include <vectable/oem.h>
 #include <vectable/vectable.h>
 
 #include <array>
@@ -44,13 +45,20 @@ double NumbersPerPoint(const Sample& sample) {
     return other == others.end() ? 7.0 : other->second;
 }
 
+bool LoadAs(const Sample& sample, const std::string& path) {
+    int32_t count = 0;
+    const int32_t status =
+        sample.IsMessage() ? VecOemLoadFile(path.c_str(), 0, nullptr, 0, &count) : VecTabLoadFile(path.c_str());
+    return status == 0 && VecTabGetCount() == 1;
+}
+
 // Reports the time per number.
 void Load(benchmark::State& state, const Sample& sample, const std::string& path) {
     const double numbers = NumbersPerPoint(sample) * kPoints;
     double seconds = 0.0;
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();
-        const bool loaded = VecTabLoadFile(path.c_str()) == 0 && VecTabGetCount() == 1;
+        const bool loaded = LoadAs(sample, path);
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
         VecTabRemoveAllSats();
         if (!loaded) state.SkipWithError("not loaded");

@@ -71,6 +71,14 @@ std::string Date23(const State& state) {
                 static_cast<unsigned>(date.day()), t.hour, t.minute, t.seconds);
 }
 
+// "YYYY-MM-DDTHH:MM:SS.SSS"
+std::string IsoDate(const State& state) {
+    std::string date = Date23(state);
+    date[4] = date[7] = '-';
+    date[10] = 'T';
+    return date;
+}
+
 // A diagonal that grows, the rest a tenth of it; positions in km, velocities in km/s.
 double GrowingCovariance(int point, int k) {
     int row = 1;
@@ -274,6 +282,28 @@ void WriteOasys(std::ostream& out, const Sample& sample, const std::vector<State
     }
 }
 
+// A covariance at the first point, at the eleventh and at the last.
+void WriteOem(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
+    out << "CCSDS_OEM_VERS = 2.0\nCREATION_DATE  = 2026-02-28T12:00:00\nORIGINATOR     = SAMPLE\n\n"
+        << "META_START\nOBJECT_NAME = SAMPLE " << sample.satNum << "\nOBJECT_ID   = 2026-001A\n"
+        << "CENTER_NAME = EARTH\nREF_FRAME   = EME2000\nTIME_SYSTEM = UTC\n"
+        << "START_TIME  = " << IsoDate(states.front()) << "\nSTOP_TIME   = " << IsoDate(states.back())
+        << "\nMETA_STOP\n\n";
+    for (const State& s : states) {
+        out << IsoDate(s) << Vector3(" %.6f %.6f %.6f", s.pos) << Vector3(" %.9f %.9f %.9f\n", s.vel);
+    }
+    out << "\nCOVARIANCE_START\n";
+    for (const std::size_t index : {std::size_t{0}, std::size_t{10}, states.size() - 1}) {
+        out << "EPOCH = " << IsoDate(states[index]) << "\nCOV_REF_FRAME = EME2000\n";
+        for (int row = 1, k = 1; row <= 6; ++row) {
+            for (int column = 1; column <= row; ++column, ++k) {
+                out << Text(column == row ? "%.8E\n" : "%.8E ", sample.covariance(static_cast<int>(index) + 1, k));
+            }
+        }
+    }
+    out << "COVARIANCE_STOP\n";
+}
+
 }  // namespace
 
 const std::vector<Sample> kSamples = {
@@ -297,6 +327,7 @@ const std::vector<Sample> kSamples = {
     {"eelv.txt", kShortLeo, 99999, 1, 1e-6, 1e-9, WriteEelv},
     {"lch.txt", kShortLeo, 10016, 1, 1e-6, 1e-9, WriteLch, MarkedScalar},
     {"oasys.txt", kShortLeo, 10017, 2, 1e-6, 1e-9, WriteOasys},
+    {"message.oem", kShortLeo, 10019, 2, 1e-6, 1e-9, WriteOem, GrowingCovariance},
 };
 
 std::vector<State> StatesOf(const Sample& sample) {

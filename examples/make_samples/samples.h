@@ -20,6 +20,9 @@ struct Sample {
     void (*write)(std::ostream& out, const Sample& sample, const std::vector<State>& states);
     // Term k, from 1, of the covariance of a point, from 1; null for a format without covariance.
     double (*covariance)(int point, int k) = nullptr;
+
+    // Whether VecOemLoadFile reads the file, and VecTabLoadFile passes it over.
+    bool IsMessage() const { return file.ends_with(".oem"); }
 };
 
 extern const std::vector<Sample> kSamples;

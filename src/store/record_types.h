@@ -82,6 +82,9 @@ class VECTABLE_MODULE PointArray {
         return points_[number - 1];
     }
 
+    // The covariance of a point that is there, to be changed.
+    std::array<double, kCovTerms>& ChangeCovariance(std::size_t number) noexcept { return points_[number - 1].cov; }
+
     // The first `count` points; none when some of them are not there.
     std::span<const VecTabPoint> First(std::size_t count) const noexcept {
         return {points_, count <= made_ ? count : 0};

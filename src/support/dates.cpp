@@ -1,6 +1,7 @@
 #include "support/dates.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -50,8 +51,9 @@ class DateScanner {
 
     // Takes one of the given characters; 0 when the next one is none of them.
     char Take(std::string_view anyOf) noexcept {
-        if (rest_.empty() || anyOf.find(rest_.front()) == std::string_view::npos) return '\0';
+        if (rest_.empty()) return '\0';
         const char taken = rest_.front();
+        if (std::none_of(anyOf.begin(), anyOf.end(), [&](char c) { return c == taken; })) return '\0';
         rest_.remove_prefix(1);
         return taken;
     }
@@ -89,7 +91,9 @@ class DateScanner {
     // Whole seconds and a fraction, padded by blanks before it; -1.0 when there are none.
     double TakeSeconds() noexcept {
         SkipBlanks();
-        const auto end = std::min(rest_.find_first_not_of("0123456789."), rest_.size());
+        const auto* const behind =
+            std::find_if(rest_.begin(), rest_.end(), [](char c) { return !IsDigit(c) && c != '.'; });
+        const auto end = static_cast<std::size_t>(behind - rest_.begin());
         double seconds = -1.0;
         if (end == 0 || ReadRealField(rest_.substr(0, end), 0, seconds) != ReadStatus::kOk) return -1.0;
         rest_.remove_prefix(end);
@@ -164,12 +168,6 @@ DateParts ScanDateTime(std::string_view text) noexcept {
     return {.day = day, .minute = 0, .dayOnly = true};
 }
 
-std::string_view WithoutOuterBlanks(std::string_view text) noexcept {
-    while (!text.empty() && IsBlankOrTab(text.front())) text.remove_prefix(1);
-    while (!text.empty() && IsBlankOrTab(text.back())) text.remove_suffix(1);
-    return text;
-}
-
 bool HoldsDigit(std::string_view text) noexcept {
     return std::any_of(text.begin(), text.end(), IsDigit);
 }
@@ -235,10 +233,13 @@ double Dtg2Ds50UTC(std::string_view text) noexcept {
     return parts.dayOnly ? 0.0 : ToDs50(parts);
 }
 
-double TimeOfText(std::string_view text) noexcept {
+double TimeOfText(std::string_view text, TimeScale scale) noexcept {
     const DateParts parts = ReadDateText(text);
-    const double ds50UTC = ToDs50(parts);
-    return parts.seconds < 60.0 || IsLeapSecond(ds50UTC) ? ds50UTC : 0.0;
+    const double ds50 = ToDs50(parts);
+    if (parts.seconds >= 60.0) return scale == TimeScale::kUtc && IsLeapSecond(ds50) ? ds50 : 0.0;
+    if (scale == TimeScale::kUtc || ds50 == 0.0) return ds50;
+    const double day = StartOfYear(parts.day.year) - 1 + parts.day.dayOfYear;
+    return ToUtc(day, parts.hour * 3600 + parts.minute * 60 + parts.seconds, scale);
 }
 
 double DateStr2Ds50(std::string_view text) noexcept {
@@ -288,7 +289,8 @@ std::int32_t MmDd2Jul(std::int32_t year, std::int32_t month, std::int32_t day) n
     if (year < kFirstYear || year > kLastYear || month < 1 || month > 12 || day < 1 || day > 31) return 0;
     const std::chrono::year_month_day date = std::chrono::year{year} / month / day;
     if (!date.ok()) return 0;
-    return static_cast<std::int32_t>((std::chrono::sys_days{date} - kDayZero).count()) - StartOfYear(year) + 1;
+    constexpr std::array kDaysBefore = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
+    return kDaysBefore[static_cast<std::size_t>(month - 1)] + (month > 2 && date.year().is_leap() ? 1 : 0) + day;
 }
 
 CalendarDate ClockDate() noexcept {

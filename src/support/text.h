@@ -48,6 +48,13 @@ constexpr std::string_view WithoutTrailingBlanks(std::string_view text) noexcept
     return text.substr(0, text.find_last_not_of(' ') + 1);
 }
 
+// Without the blanks and tabs on both sides.
+constexpr std::string_view WithoutOuterBlanks(std::string_view text) noexcept {
+    while (!text.empty() && IsBlankOrTab(text.front())) text.remove_prefix(1);
+    while (!text.empty() && IsBlankOrTab(text.back())) text.remove_suffix(1);
+    return text;
+}
+
 // A caller's character array, read up to N characters or its first NUL, whichever comes first.
 template <std::size_t N>
 FixedText<N> CharArrToStr(const char* array) noexcept {

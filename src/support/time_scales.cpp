@@ -22,6 +22,18 @@ constexpr LeapSecond kLeapSeconds[] = {
 
 constexpr double kFirstOffset = std::end(kLeapSeconds)[-1].offset;
 
+// TAI less the scale, seconds.
+constexpr double TaiLess(TimeScale scale) noexcept {
+    switch (scale) {
+        case TimeScale::kGps:
+            return 19.0;
+        case TimeScale::kTt:
+            return -32.184;
+        default:
+            return 0.0;
+    }
+}
+
 }  // namespace
 
 double EarlierUtc2Tai(double ds50UTC) noexcept {
@@ -36,6 +48,13 @@ double EarlierTai2Utc(double ds50TAI) noexcept {
         if (ds50TAI >= leap.tai) return ds50TAI - leap.offset;
     }
     return ds50TAI - kFirstOffset;
+}
+
+double ToUtc(double day, double seconds, TimeScale scale) noexcept {
+    const double secondsTai = seconds + TaiLess(scale);
+    const double tai = day + secondsTai / kSecondsPerDay;
+    const double taiLessUtc = std::round((tai - Tai2Utc(tai)) * kSecondsPerDay);
+    return day + (secondsTai - taiLessUtc) / kSecondsPerDay;
 }
 
 bool IsLeapSecond(double ds50UTC) noexcept {

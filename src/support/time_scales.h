@@ -42,6 +42,9 @@ double Tai2Utc(double ds50TAI) noexcept {
     return ds50TAI >= kLatestLeapSecond.tai ? ds50TAI - kLatestLeapSecond.offset : EarlierTai2Utc(ds50TAI);
 }
 
+// The time, UTC, of a day count and seconds of the day on a scale, to the nearest double.
+double ToUtc(double day, double seconds, TimeScale scale) noexcept;
+
 // Whether a time in the first second of a day may stand for the leap second before that day.
 bool IsLeapSecond(double ds50UTC) noexcept;
 

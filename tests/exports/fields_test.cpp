@@ -26,7 +26,7 @@ TEST_F(Fields, TheHostsFloatingPointStateDoesNoHarm) {
         std::fesetround(rounding);
         _mm_setcsr(_mm_getcsr() | 0x8040U);
         for (const auto& entry : std::filesystem::directory_iterator(SAMPLES)) {
-            VecTabLoadFile(entry.path().c_str());
+            LoadByName(entry.path());
             std::vector<int64_t> keys(static_cast<std::size_t>(VecTabGetCount()));
             VecTabGetLoaded(0, keys.data());
             State state;

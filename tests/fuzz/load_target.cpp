@@ -1,6 +1,7 @@
 // Loads any bytes, then uses what was stored. The first byte picks the kind of file, the key mode, the call that loads it,
 // and whether the list is saved.
 #include <vectable/host.h>
+#include <vectable/oem.h>
 #include <vectable/vectable.h>
 
 #include <array>
@@ -89,6 +90,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const int call = data[0] / 48;  // 0: both
     if (call % 2 == 0) VecTabLoadFile(path.c_str());
     if (call % 2 == 1 || call == 0) VecTabAddSatFrFile(path.c_str());
+    int32_t count = 0;
+    if (call == 0 || call == 4) VecOemLoadFile(path.c_str(), 0, nullptr, 0, &count);
     std::vector<int64_t> keys(static_cast<size_t>(VecTabGetCount()) + 1);
     VecTabGetLoaded(data[0] % 4, keys.data());
     keys.pop_back();

@@ -1,6 +1,7 @@
 // A test of whole calls on an empty store, with the log at hand and a folder for files.
 #pragma once
 
+#include <vectable/oem.h>
 #include <vectable/vectable.h>
 
 #include <algorithm>
@@ -43,6 +44,13 @@ inline int32_t AskByMinutes(int64_t key, double mse, State& s) {
 }
 inline int32_t AskByTime(int64_t key, double ds50UTC, State& s) {
     return VecTabDs50UTCCovMtx(key, ds50UTC, &s.time, s.pos.data(), s.vel.data(), &s.revNum, s.covMtx.data());
+}
+
+// Loads a file by the call that its name asks for.
+inline int32_t LoadByName(const std::string& path, int32_t satNum = 0) {
+    int32_t count = 0;
+    return path.ends_with(".oem") ? VecOemLoadFile(path.c_str(), satNum, nullptr, 0, &count)
+                                  : VecTabLoadFile(path.c_str());
 }
 
 class StoreTest : public testing::Test {

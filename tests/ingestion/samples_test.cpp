@@ -17,7 +17,7 @@ class Samples : public StoreTest, public testing::WithParamInterface<std::size_t
 
 TEST_P(Samples, HoldTheStatesThatTheyWereMadeFrom) {
     const SampleMaking::Sample& sample = SampleMaking::kSamples[GetParam()];
-    ASSERT_EQ(VecTabLoadFile((SAMPLES "/" + sample.file).c_str()), 0);
+    ASSERT_EQ(LoadByName(SAMPLES "/" + sample.file, sample.satNum), 0);
     EXPECT_TRUE(log.Take().empty());
     const int64_t key = VecTabGetSatKey(sample.satNum);
     std::string frame(512, '#');

@@ -1,6 +1,7 @@
 #include "script/calls.h"
 
 #include <vectable/host.h>
+#include <vectable/oem.h>
 #include <vectable/vectable.h>
 
 namespace {
@@ -77,6 +78,7 @@ const std::map<std::string, Call>& CallsByName() {
         {"Xten", Bind(VecTabXten, {128})},
         {"LoadFile", Bind(VecTabLoadFile)},
         {"AddSatFrFile", Bind(VecTabAddSatFrFile)},
+        {"OemLoadFile", Bind(VecOemLoadFile, {4, 1})},
         {"SaveFile", Bind(VecTabSaveFile)},
         {"GetLine", Bind(VecTabGetLine, {512})},
         {"SetUseAllKeyMode", Bind(VecHostSetUseAllKeyMode)},

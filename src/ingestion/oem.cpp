@@ -1,0 +1,78 @@
+#include "ingestion/oem.h"
+
+#include <utility>
+
+#include "ingestion/readers/oem_text.h"
+#include "store/record_lookup.h"
+#include "support/keys.h"
+#include "support/text.h"
+#include "support/trace_log.h"
+
+namespace VecTableCardReading {
+namespace {
+
+using VecTableSupport::TextBuilder;
+
+// The records of one file on their way into the store, which leaves them again unless they are kept.
+class StoredTogether {
+  public:
+    explicit StoredTogether(std::size_t count) {
+        keys_.reserve(count);
+        added_.reserve(count);
+    }
+    StoredTogether(const StoredTogether&) = delete;
+    StoredTogether& operator=(const StoredTogether&) = delete;
+    ~StoredTogether() {
+        for (const std::int64_t key : added_) {
+            std::int32_t shrunk = 0, status = 0;
+            VecTableTree::RemoveNode(key, shrunk, status);
+        }
+    }
+
+    // False when the store refuses the record. A duplicate that the host allows has a key, and stays what it was.
+    bool Add(VecTabRecord record) {
+        VecTableTree::VecTabBinTree* node = nullptr;
+        const std::int64_t key = VecTableTree::AddRecToMem(std::move(record), &node);
+        if (key == VecTableSupport::kNoKey || key == 0) return false;
+        keys_.push_back(key);
+        if (node != nullptr) added_.push_back(key);
+        return true;
+    }
+
+    std::vector<std::int64_t> Keep() noexcept {
+        added_.clear();
+        return std::move(keys_);
+    }
+
+  private:
+    std::vector<std::int64_t> keys_;
+    std::vector<std::int64_t> added_;
+};
+
+}  // namespace
+
+std::int32_t LoadOem(std::string_view filePath, std::int32_t satNum, std::vector<std::int64_t>& satKeys) {
+    InputUnit unit;
+    const std::int32_t code = VecTableSupport::FileOpenMt(filePath, unit);
+    if (code != 0) return code;
+    VecTabRecord pattern;
+    pattern.satNum = satNum == 0 ? VEC_TAB_UNKNOWN_SAT_NUM : satNum;
+    pattern.format = "OEM";
+    pattern.filePath = VecTableTypes::PathText(filePath);
+    std::vector<VecTabRecord> records;
+    if (!ReadOem(unit, pattern, records)) return VEC_TAB_FAILURE;
+
+    StoredTogether stored(records.size());
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        if (stored.Add(std::move(records[i]))) continue;
+        TextBuilder<128> text;
+        text.Add(kOemCall).Add(": Segment ").AddInteger(static_cast<std::int64_t>(i) + 1);
+        text.Add(" cannot be stored, and so none of the file is.");
+        VecTableSupport::TraceLogError(text.Written());
+        return VEC_TAB_FAILURE;
+    }
+    satKeys = stored.Keep();
+    return VEC_TAB_SUCCESS;
+}
+
+}  // namespace VecTableCardReading

@@ -1,0 +1,33 @@
+// Orbit ephemeris messages that are refused.
+#include <gtest/gtest.h>
+
+#include "helpers/store_test.h"
+#include "helpers/tables.h"
+
+class Oem : public StoreTest {
+  protected:
+    static std::string Replaced(std::string text, const std::string& old, const std::string& by) {
+        const auto place = text.find(old);
+        EXPECT_NE(place, std::string::npos) << old;
+        return text.replace(place, old.size(), by);
+    }
+
+    static std::string WithLineEnds(std::string cell) {
+        for (std::size_t at = 0; (at = cell.find("\\n")) != std::string::npos;) cell.replace(at, 2, "\n");
+        return cell;
+    }
+
+    const std::string text = [] {
+        std::ifstream stream(TEST_DATA "/files/message.oem");
+        return std::string{std::istreambuf_iterator<char>(stream), {}};
+    }();
+};
+
+TEST_F(Oem, ErrorsTellTheLineAndLeaveNoRecord) {
+    for (const Row& row : ReadTable("oem_errors.txt")) {
+        SCOPED_TRACE(row[0] + " | " + row[1]);
+        EXPECT_EQ(LoadByName(Write("a.oem", Replaced(text, WithLineEnds(row[0]), WithLineEnds(row[1])))), 2);
+        EXPECT_EQ(log.Take(), Strings{"VecOemLoadFile: " + row[2]});
+        ASSERT_EQ(VecTabGetCount(), 0);
+    }
+}
