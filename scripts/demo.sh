@@ -1,5 +1,5 @@
 #!/bin/sh
-# Builds the library and reports what ephemeris files hold: those given, or the samples of the project.
+# Builds the tool vectab and prints what ephemeris files hold: those given, or the samples of the project.
 set -eu
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -7,7 +7,15 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 (
     cd "$root"
     cmake --preset release >/dev/null
-    cmake --build --preset release --target ephemeris_report >/dev/null
+    cmake --build --preset release --target vectab >/dev/null
 )
-[ $# -gt 0 ] || set -- "$root"/examples/samples/*
-exec "$root/build/release/bin/ephemeris_report" "$@"
+vectab="$root/build/release/bin/vectab"
+if [ $# -eq 0 ]; then
+    cd "$root"
+    set -- examples/samples/*
+fi
+status=0
+"$vectab" info "$@" || status=$?
+echo
+echo "Try also: $vectab check $1"
+exit "$status"
