@@ -34,11 +34,12 @@ void LogCapture::Add(bool error, std::string_view text) {
     char path[VEC_TAB_PATH_LENGTH];
     std::int64_t line = 0;
     VecHostReadingLine(path, &line);
-    Entry entry{error, std::string(text), std::string(WithoutOuterBlanks({path, sizeof path})), line};
+    Entry entry{error, false, std::string(text), std::string(WithoutOuterBlanks({path, sizeof path})), line};
     if (std::exchange(badLineFollows_, false)) {
         const bool harmless = text == kEndMark;
         badLines_[entry.path] += !harmless;
         entry.error = !harmless;
+        entry.badLine = true;
         entry.text.insert(0, "bad line: ");
     } else if (text.find(kBadLine) != std::string_view::npos) {
         badLineFollows_ = true;

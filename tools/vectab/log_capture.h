@@ -14,6 +14,7 @@ class LogCapture {
   public:
     struct Entry {
         bool error;
+        bool badLine;  // tells of a line that was passed over
         std::string text;
         std::string path;   // of the file that was being read; empty for none
         std::int64_t line;  // the one read last, from 1; 0 for none

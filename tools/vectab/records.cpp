@@ -1,6 +1,7 @@
 #include "records.h"
 
 #include <vectable/host.h>
+#include <vectable/oem.h>
 #include <vectable/vectable.h>
 
 #include <algorithm>
@@ -62,6 +63,16 @@ std::string WhyNotOpened(const std::string& path) {
     return S_ISREG(properties.st_mode) ? "" : path + ": not a regular file";
 }
 
+std::int32_t LoadMessage(const std::string& path) {
+    std::int32_t count = 0;
+    return VecOemLoadFile(path.c_str(), VEC_TAB_UNKNOWN_SAT_NUM, nullptr, 0, &count);
+}
+
+// 0, VEC_TAB_FAILURE or the error number of the system.
+std::int32_t LoadAny(const std::string& path) {
+    return IsOrbitEphemerisMessage(path) ? LoadMessage(path) : VecTabLoadFile(path.c_str());
+}
+
 }  // namespace
 
 double Record::SpanSeconds() const noexcept {
@@ -89,13 +100,18 @@ LoadedFile::~LoadedFile() {
 }
 
 void LoadedFile::Load() {
-    const std::int32_t status = VecTabLoadFile(source_.Path().c_str());
+    const std::int32_t status = LoadAny(source_.Path());
     if (status == ESPIPE) throw Failure(Name() + ": not a regular file");
     if (status != 0 && status != VEC_TAB_FAILURE) throw Failure(Name() + ": " + std::strerror(status));
     complete_ = status == 0;
 }
 
-void LoadedFile::LoadListed(const std::vector<ListedFile>&) {}
+// The library follows lists, and passes orbit ephemeris messages over.
+void LoadedFile::LoadListed(const std::vector<ListedFile>& listed) {
+    for (const ListedFile& file : listed) {
+        if (IsOrbitEphemerisMessage(file.path) && LoadMessage(file.path) != 0) complete_ = false;
+    }
+}
 
 void LoadedFile::DescribeAll() {
     std::vector<std::int64_t> keys(static_cast<std::size_t>(VecTabGetCount()));
@@ -122,11 +138,12 @@ void LoadedFile::TellMissing(const std::vector<ListedFile>& listed) {
     }
 }
 
-void LoadedFile::PassOnLog(bool verbose) const {
+void LoadedFile::PassOnLog(bool verbose) {
     constexpr std::size_t kMostShown = 10;
     std::size_t errors = 0;
     for (const LogCapture::Entry& entry : LogCapture::Instance().Take()) {
         if (entry.error) ++errors;
+        if (entry.error && !entry.badLine) complete_ = false;
         if (!verbose && (!entry.error || errors > kMostShown)) continue;
         std::string place = entry.path.empty() ? Name() : source_.Shown(entry.path);
         if (entry.error && entry.line > 0) place += ":" + std::to_string(entry.line);

@@ -68,7 +68,7 @@ class LoadedFile {
     void LoadListed(const std::vector<ListedFile>& listed);
     void DescribeAll();
     void TellMissing(const std::vector<ListedFile>& listed);
-    void PassOnLog(bool verbose) const;
+    void PassOnLog(bool verbose);
 
     Source source_;
     std::vector<Record> records_;
