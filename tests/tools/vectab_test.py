@@ -183,8 +183,8 @@ class Convert(VectabTest):
         sources = [*(ROOT / SAMPLES).glob("*.[!o]*"), self.dot_e("20006_odd.e", odd)]
         written = 0
         for source in sources:
-            scalar, covariance = source.name == "lch.txt", source.name == "itc.txt"
-            for target in ("out.e",):
+            scalar, covariance = source.name == "lch.txt", source.name in ("itc.txt", "message.oem")
+            for target in ("out.oem", "out.e"):
                 with self.subTest(source.name, target=target):
                     result = vectab("convert", source, "-o", self.folder / target)
                     if result.returncode == 0:
@@ -195,8 +195,8 @@ class Convert(VectabTest):
                     else:
                         self.assertRegex(result.stderr, "no frame|name for the frame|without velocities")
                     self.assertEqual("number of each point" in result.stderr, scalar)
-                    self.assertEqual("covariances" in result.stderr, covariance)
-        self.assertEqual(written, len(sources) - 2)
+                    self.assertEqual("covariances" in result.stderr, covariance and source.suffix != target[3:])
+        self.assertEqual(written, 2 * len(sources) - 2 - 4)
 
     def test_failure_leaves_an_earlier_file_and_nothing_else(self):
         out = self.folder / "out.csv"

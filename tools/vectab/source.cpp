@@ -93,7 +93,8 @@ bool IsOrbitEphemerisMessage(const std::string& path) {
         std::string_view words = WithoutCarriageReturn(line);
         if (words.starts_with(kByteOrderMark)) words.remove_prefix(kByteOrderMark.size());
         words = WithoutOuterBlanks(words);
-        if (!words.empty()) return words.starts_with("CCSDS_OEM_VERS") || words.starts_with("<?xml");
+        if (words.empty() || words.starts_with("COMMENT")) continue;
+        return words.starts_with("CCSDS_OEM_VERS") || words.starts_with("<?xml");
     }
     return false;
 }

@@ -39,7 +39,7 @@ std::vector<std::string> Losses(const Table& table, const std::string&) {
     const Record& record = table.record;
     std::vector<std::string> losses;
     if (record.frame == VEC_TAB_FRAME_ECR) losses.emplace_back("which Earth-fixed frame it is (ITRF2000 is written)");
-    if (record.format == kOemFormat) losses.emplace_back("OBJECT_ID after 8 characters");
+    if (record.satName.size() == VEC_TAB_SAT_NAME_LENGTH) losses.emplace_back("OBJECT_ID after 8 characters");
     if (table.survey.withCovariance > 0 && record.format != kOemFormat) {
         losses.emplace_back("the units of the covariances (OEM means km and s)");
     }
