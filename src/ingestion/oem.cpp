@@ -59,7 +59,6 @@ std::int32_t LoadOem(std::string_view filePath, std::int32_t satNum, std::vector
     pattern.satNum = satNum == 0 ? VEC_TAB_UNKNOWN_SAT_NUM : satNum;
     pattern.format = "OEM";
     pattern.filePath = VecTableTypes::PathText(filePath);
-    pattern.format = "OEM";
     std::vector<VecTabRecord> records;
     if (!ReadOem(unit, pattern, records)) return VEC_TAB_FAILURE;
 

@@ -19,14 +19,6 @@ def run(program, *arguments):
     return subprocess.run(command, cwd=ROOT, capture_output=True, text=True)
 
 
-def circle(radius, seconds, inclination=0.0, phase=0.0):
-    rate = math.sqrt(MU / radius**3)
-    angle = rate * seconds + phase
-    north, east = math.sin(inclination), math.cos(inclination)
-    c, s = radius * math.cos(angle), radius * math.sin(angle)
-    return [c, s * east, s * north], [-rate * s, rate * c * east, rate * c * north]
-
-
 def separation(radius_a, radius_b, seconds):
     angle = (math.sqrt(MU / radius_a**3) - math.sqrt(MU / radius_b**3)) * seconds
     return math.sqrt(radius_a**2 + radius_b**2 - 2 * radius_a * radius_b * math.cos(angle))

@@ -180,7 +180,7 @@ class Convert(VectabTest):
 
     def test_what_is_written_reads_back_bit_for_bit(self):
         odd = [(1e-3 * i**3 + i / 7, *(math.exp(math.sin(i + axis)) * 1e4 for axis in range(6))) for i in range(90)]
-        sources = [*(ROOT / SAMPLES).glob("*.[!o]*"), self.dot_e("20006_odd.e", odd)]
+        sources = [*(ROOT / SAMPLES).iterdir(), self.dot_e("20006_odd.e", odd)]
         written = 0
         for source in sources:
             scalar, covariance = source.name == "lch.txt", source.name in ("itc.txt", "message.oem")
