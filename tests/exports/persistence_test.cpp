@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include "helpers/store_test.h"
-#include "store/search_tree.h"
 #include "support/output.h"
 
 class Persistence : public StoreTest {
@@ -16,19 +15,6 @@ class Persistence : public StoreTest {
     static std::string ReadAll(const std::string& path) {
         std::ifstream file(path, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    static std::string Padded(const std::string& text, std::size_t length) {
-        return text + std::string(length - text.size(), ' ');
-    }
-
-    std::string Ephemeris(const std::string& name, int count = 1) const {
-        std::string text;
-        for (int i = 1; i <= count; ++i) {
-            text += "stk.v.4\nScenarioEpoch " + std::to_string(i) +
-                    " Jan 2025 00:00:00.000\nEphemerisTimePos\n0 1 2 3\nend Ephemeris\n";
-        }
-        return Write(name, text);
     }
 
     // The files of the folder, so that one left behind shows.
@@ -41,33 +27,6 @@ class Persistence : public StoreTest {
 
     const std::string header = "\n\n\n*** Vector Table Input Files ***\n";
 };
-
-TEST_F(Persistence, AListFileNamesEveryRecordFromTheRootOn) {
-    const std::string one = Ephemeris("10001.e");
-    const std::string two = Ephemeris("10002.e");
-    const std::string list = (folder / "list.txt").string();
-    ASSERT_EQ(VecTabSaveFile(list.c_str(), 0), 0);
-    EXPECT_EQ(ReadAll(list), header);
-
-    Add(1, 1.0);
-    VecTabAddSatFrFile(one.c_str());
-    const int64_t named = VecTabAddSatFrFile(two.c_str());
-    VecTabSetField(named, 15, "second\nname");
-    ASSERT_EQ(VecTableTree::VecTabTreeRoot()->rec->satNum, 10001);
-    ASSERT_EQ(VecTabSaveFile(("  " + list).c_str(), 0), 0);
-    const std::string lines = Padded("EPHFIL = " + one, 521) + "\n" + Padded("EPHFIL = ", 521) + "\n" +
-                              Padded("#VECTABLE = second name", 140) + "\n" + Padded("EPHFIL = " + two, 521) + "\n";
-    EXPECT_EQ(ReadAll(list), header + lines);
-    ASSERT_EQ(VecTabSaveFile(list.c_str(), 1), 0);
-    EXPECT_EQ(ReadAll(list), header + lines + header + lines);
-    EXPECT_EQ(Files(), (Strings{"10001.e", "10002.e", "list.txt"}));
-
-    std::string line(513, '#');
-    EXPECT_EQ(VecTabGetLine(named, line.data()), 0);
-    EXPECT_EQ(line, Padded("EPHFIL = " + two, 512) + '#');
-    EXPECT_EQ(VecTabGetLine(16, line.data()), 2);
-    EXPECT_EQ(line, std::string(512, ' ') + '#');
-}
 
 TEST_F(Persistence, AFailedSaveLeavesTheStoreAndTheEarlierList) {
     const std::string list = Write("list.txt", "earlier\n");
@@ -118,8 +77,9 @@ TEST_F(Persistence, ASavedFileKeepsItsModeAndItsLinks) {
     EXPECT_EQ(static_cast<int>(std::filesystem::status(list).permissions()), 0640);
     EXPECT_EQ(Files(), (Strings{"early", "first", "list.txt", longName, "no file yet", "second"}));
     EXPECT_TRUE(log.entries.empty());
-    const std::string open = "/proc/self/fd/" + std::to_string(::open(list.c_str(), O_RDONLY));
-    EXPECT_EQ(VecTabSaveFile(open.c_str(), 0), 0);
+    const int open = ::open(list.c_str(), O_RDONLY);
+    EXPECT_EQ(VecTabSaveFile(("/proc/self/fd/" + std::to_string(open)).c_str(), 0), 0);
+    ::close(open);
 }
 
 TEST_F(Persistence, APipeIsWrittenInPlaceAndMayBreak) {

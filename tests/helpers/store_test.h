@@ -56,7 +56,11 @@ inline int32_t LoadByName(const std::string& path, int32_t satNum = 0) {
 class StoreTest : public testing::Test {
   protected:
     StoreTest() { Reset(); }
+    // Whatever a test does, no call stays inside the gate, and no file stays open.
     ~StoreTest() override {
+        using VecTableTree::gate;
+        EXPECT_TRUE(gate.Readers() == 0 && gate.WaitingReads() == 0 && !gate.IsUpdating());
+        EXPECT_EQ(OpenFiles(), openFiles);
         Reset();
         std::filesystem::remove_all(folder);
     }
@@ -90,6 +94,12 @@ class StoreTest : public testing::Test {
     const std::filesystem::path folder = NewFolder();
 
   private:
+    static std::ptrdiff_t OpenFiles() {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    }
+
+    const std::ptrdiff_t openFiles = OpenFiles();
+
     // In memory where the system has a place for that: some tests write thousands of files.
     static std::filesystem::path NewFolder() {
         std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();

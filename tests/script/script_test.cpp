@@ -2,7 +2,9 @@
 // file beside it. A case is lines of these:
 //
 //   file NAME                               a file of that name: the lines that follow, up to "end"; \r is a carriage return
-//   load NAME                               VecTabLoadFile of that file, VecOemLoadFile of a name in .oem; what follows is what it stored. In a file
+//   holds BYTES NAME                        that file now: its size, and its lines without trailing blanks, up to "end"
+//   load NAME                               VecTabLoadFile of that file, VecOemLoadFile of a name in .oem; what follows is
+//                                           what it stored. In a file
 //                                           NAME.expected "file NAME" is the load of the file beside it
 //   status 2                                of the load; 0 when absent
 //   record satNum coordSys numOfPts         a record, in the order of entry
@@ -12,7 +14,7 @@
 //                                           the time of the state that it is turned by is rounded
 //   CALL arguments -> result outputs        a call by its name without its "VecTab", "VecHost" or "Vec". "*" is not compared, "~1,2" nearly equal;
 //                                           a list goes on with zeros. Outputs left out are cleared by a failure. A first
-//                                           {name} takes the result and stands for it later; {folder} is that of the files
+//                                           {name} takes the result and stands for it later; {folder} is that of the files, {lf} a line feed
 //   nulls CALL arguments -> result          the call with each of its pointers null in turn
 //   error TEXT                              entries of the log since the last call at error level, without trailing blanks;
 //                                           none when absent
@@ -44,7 +46,7 @@ void ReadCases(const std::filesystem::path& path, const std::string& name, std::
         } else if (input || !(line.empty() || line[0] == '#')) {
             if (!name.empty() && line.starts_with("file ")) line.replace(0, 4, "load");
             cases.back().lines.push_back(line);
-            input = input ? line != "end" : line.starts_with("file ");
+            input = input ? line != "end" : line.starts_with("file ") || line.starts_with("holds ");
         }
     }
 }
@@ -67,7 +69,7 @@ class Script : public StoreTest, public testing::WithParamInterface<Case> {
   protected:
     Script() {
         VecTableSupport::SetClock([]() noexcept { return VecTableSupport::CalendarDate{2025, 3, 1}; });
-        variables["folder"] = folder.string();
+        variables = {{"folder", folder.string()}, {"lf", "\n"}};
     }
 
     // The entries of the last call are those that the script has told.
@@ -92,13 +94,22 @@ class Script : public StoreTest, public testing::WithParamInterface<Case> {
         }
     }
 
-    void WriteFile(const std::string& name) {
+    // The lines up to "end".
+    std::string TakeText() {
         std::string text;
         while (++line != GetParam().lines.end() && *line != "end") {
             text += Replaced(*line, variables) + "\n";
             if (line->ends_with("\\r")) text.replace(text.size() - 3, 3, "\r\n");
         }
-        Write(name, text);
+        return text;
+    }
+
+    void CheckFile(std::size_t size, const std::string& name) {
+        std::ifstream file(folder / name);
+        std::string text;
+        for (std::string read; std::getline(file, read);) text += read.substr(0, read.find_last_not_of(' ') + 1) + "\n";
+        EXPECT_EQ(text, TakeText());
+        EXPECT_EQ(std::filesystem::file_size(folder / name), size);
     }
 
     void Load(const std::string& name) {
@@ -193,7 +204,7 @@ class Script : public StoreTest, public testing::WithParamInterface<Case> {
         words >> verb;
         const std::string rest = line->substr(std::min(verb.size() + 1, line->size()));
         double number = 0.0;
-        if (verb == "file") return WriteFile(rest);
+        if (verb == "file") return static_cast<void>(Write(rest, TakeText()));
         if (verb == "load") return Load(rest);
         if (verb == "record") return CheckRecord();
         if (verb == "point") return CheckPoint();
@@ -203,6 +214,7 @@ class Script : public StoreTest, public testing::WithParamInterface<Case> {
         if (CallsByName().contains(verb)) return MakeCall(verb, rest);
         if (verb == "nulls" && words >> name) return TryNulls(name, rest.substr(name.size() + 1));
         ASSERT_TRUE(words >> number) << "no such line";
+        if (verb == "holds" && words >> name) CheckFile(static_cast<std::size_t>(number), name);
         if (verb == "status") expectedStatus = static_cast<int32_t>(number);
         if (verb == "length") CheckLength(static_cast<std::size_t>(number));
         if (verb == "constants") EXPECT_EQ(ke, number);

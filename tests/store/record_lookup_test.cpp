@@ -23,13 +23,12 @@ TEST_F(RecordLookup, FailedLookupsHaveTheirWords) {
         EXPECT_EQ(found, nullptr);
         return std::string(words.Trimmed());
     };
-    EXPECT_EQ(ask(16), "FindRecPtr: Search tree is empty.");
-    Add(1, 1.0);
-    EXPECT_EQ(ask(16), "FindRecPtr: search key doens't exist.");
-    EXPECT_EQ(ask(0), "FindRecPtr: Invalid DMA key (<=0).");
-    EXPECT_EQ(ask(-20), "FindRecPtr: Invalid DMA key (<=0).");
-    EXPECT_EQ(ask(20), "FindRecPtr: Invalid DMA key.");
-
+    for (const auto& [wrong, told] : {std::pair{16, "FindRecPtr: Search tree is empty."},
+                                      {0, "FindRecPtr: Invalid DMA key (<=0)."},
+                                      {-20, "FindRecPtr: Invalid DMA key (<=0)."},
+                                      {20, "FindRecPtr: Invalid DMA key."}}) {
+        EXPECT_EQ(ask(wrong), told);
+    }
     VecHostSetElsetKeyMode(1);
     const int64_t key = Add(1, 1.0);
     int outside = 0;
@@ -37,14 +36,16 @@ TEST_F(RecordLookup, FailedLookupsHaveTheirWords) {
     object->dmaLinkA = &outside;
     EXPECT_EQ(RemoveDMA(key), 0);
     EXPECT_EQ(ask(key), "FindRecPtr: Prop data doesn't exist.");
-    object->dmaLinkA = nullptr;
+    std::swap(object->dmaLinkA, object->dmaLinkB);
+    EXPECT_EQ(RemoveDMA(key), 0);
+    EXPECT_EQ(FindDmaObject(key), object);
+    object->dmaLinkB = nullptr;
     object->elsetType = 5;
     EXPECT_EQ(VecTabRemoveSat(key), 2);
     EXPECT_EQ(log.Take(), Strings{"RemoveDMA: This DMA object isn't a correct object."});
     object->elsetType = 6;
     EXPECT_EQ(VecTabRemoveSat(key), 0);
     EXPECT_EQ(ask(key), "FindRecPtr: Invalid DMA key.");
-    EXPECT_EQ(VecTableTree::gate.Readers(), 0);
 }
 
 TEST_F(RecordLookup, AnyNumberIsSafeAsAKey) {
@@ -105,10 +106,20 @@ TEST_F(RecordLookup, ACopyOfARecordIsItsOwn) {
         EXPECT_EQ(copy.points.Capacity(), 2000U);
         EXPECT_EQ(copy.points[1001].revNum, 77);
         EXPECT_TRUE(words.IsBlank());
+        VecTabRemoveAllSats();
         FindRec(16, copy, &words);
-        EXPECT_EQ(copy.satNum, -123);
-        EXPECT_EQ(words.Trimmed(), "FindRec: search key doens't exist.");
-        FindRec(-10, copy, &words);
-        EXPECT_EQ(words.Trimmed(), "FindRec: Invalid DMA key (<=0).");
+        EXPECT_EQ(words.Trimmed(), "FindRec: Search tree is empty.");
+        Add(1, 1.0);
+        for (const auto& [wrong, told] : {std::pair{16, "FindRec: search key doens't exist."},
+                                          {-10, "FindRec: Invalid DMA key (<=0)."},
+                                          {0, "FindRec: Invalid DMA key (<=0)."},
+                                          {20, ""}}) {
+            copy.satNum = 5;
+            FindRec(wrong, copy, &words);
+            EXPECT_EQ(copy.satNum, -123);
+            EXPECT_FALSE(copy.points.IsAllocated());
+            EXPECT_EQ(words.Trimmed(), told);
+        }
+        VecTabRemoveAllSats();
     }
 }
