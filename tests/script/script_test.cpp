@@ -211,8 +211,8 @@ class Script : public StoreTest, public testing::WithParamInterface<Case> {
         if (verb == "cov") return CheckCovariance();
         if (verb == "error") return errors.push_back(Replaced(rest, variables));
         if (verb == "info") return infos.push_back(Replaced(rest, variables));
-        if (CallsByName().contains(verb)) return MakeCall(verb, rest);
-        if (verb == "nulls" && words >> name) return TryNulls(name, rest.substr(name.size() + 1));
+        if (CallsByName().contains(verb)) return MakeCall(verb, line->substr(verb.size()));
+        if (verb == "nulls" && words >> name) return TryNulls(name, rest.substr(name.size()));
         ASSERT_TRUE(words >> number) << "no such line";
         if (verb == "holds" && words >> name) CheckFile(static_cast<std::size_t>(number), name);
         if (verb == "status") expectedStatus = static_cast<int32_t>(number);
