@@ -1,4 +1,4 @@
-"""The build backend of the package (PEP 517): packs the folder vectable/ into a wheel, with the standard library only."""
+"""The build backend of the package (PEP 517): packs vectable/ into a wheel, with the standard library only."""
 
 import base64
 import hashlib

@@ -4,14 +4,15 @@
     states_table.py LIST ... --scheduler tcp://10.0.0.1:8786
 
 LIST is a list file with lines "EPHFIL = path"; all workers find the files under these paths. Without --scheduler the
-cluster is local: --workers processes on this machine. On other machines install the package, put this folder on PYTHONPATH,
-and set DASK_DISTRIBUTED__SCHEDULER__WORKER_SATURATION=inf; then start "dask scheduler" on one and "dask worker tcp://..."
-on each.
+cluster is local: --workers processes on this machine. On other machines install the package, put this folder on
+PYTHONPATH, and set DASK_DISTRIBUTED__SCHEDULER__WORKER_SATURATION=inf; then start "dask scheduler" on one and
+"dask worker tcp://..." on each.
 
-The list is dealt out in shares, one a worker. A worker loads its share once and answers for some times a task; Dask sends
-the tasks to where the share is. When a worker is lost, its nanny starts another, and the scheduler has the share loaded
-again and asks what is missing: the table is the same to the bit. It has the records in the order of the list, and is a
-file of NumPy: (records, times, 6), position, km, and velocity, km/s, in the frame of the record; NaN where there is none.
+The list is dealt out in shares, one a worker. A worker loads its share once and answers for some times a task; Dask
+sends the tasks to where the share is. When a worker is lost, its nanny starts another, and the scheduler has the share
+loaded again and asks what is missing: the table is the same to the bit. It has the records in the order of the list, and
+is a file of NumPy: (records, times, 6), position, km, and velocity, km/s, in the frame of the record; NaN where there is
+none.
 """
 
 import argparse
@@ -56,10 +57,10 @@ def parse_arguments():
     parser.add_argument("--from", dest="start", required=True, help="first time, UTC", metavar="TIME")
     parser.add_argument("--to", dest="end", required=True, help="time after the last, UTC", metavar="TIME")
     parser.add_argument("--step", type=int, default=60, help="seconds between times (default %(default)s)")
-    parser.add_argument("--times-at-once", type=int, default=500, help="times a task (default %(default)s)", metavar="N")
+    parser.add_argument("--times-at-once", type=int, default=500, help="times a task (default %(default)s)")
     parser.add_argument("--scheduler", help="address of a running scheduler", metavar="ADDRESS")
-    parser.add_argument("--workers", type=int, default=2, help="local workers without one (default %(default)s)", metavar="N")
-    parser.add_argument("-o", "--output", default="states.npy", help="file of the table (default %(default)s)", metavar="FILE")
+    parser.add_argument("--workers", type=int, default=2, help="local workers without one (default %(default)s)")
+    parser.add_argument("-o", "--output", default="states.npy", help="file of the table (default %(default)s)")
     return parser.parse_args()
 
 

@@ -27,7 +27,7 @@ try:
 except ImportError:
     numpy = None
 
-# ------------------------------- Kinds of arguments and results: to C, size in bytes, back -----------------------------
+# ------------------------------ Kinds of arguments and results: to C, size in bytes, back -----------------------------
 
 
 class _Integer:
@@ -123,7 +123,7 @@ Text512 = Annotated[str, _Text(512)]
 Path = Annotated[Union[str, os.PathLike], _Text(512, (str, bytes, os.PathLike))]
 
 
-# --------------------------------------------------- The declarations --------------------------------------------------
+# -------------------------------------------------- The declarations --------------------------------------------------
 
 
 class _Result(typing.NamedTuple):

@@ -5,7 +5,8 @@ from ctypes import c_int32, c_int64, c_void_p
 from typing import NamedTuple, Sequence
 
 from . import _log
-from ._binding import (COUNT, KEY, NOTHING, STATUS, CovMtx, CovTerms, ExtArr, Int32, Path, Real, SatKey, Text8, Text20, Text128, Text512, Vector, additions, call, numpy)
+from ._binding import COUNT, KEY, NOTHING, STATUS, additions, call, numpy
+from ._binding import CovMtx, CovTerms, ExtArr, Int32, Path, Real, SatKey, Text8, Text20, Text128, Text512, Vector
 from ._library import function
 
 
@@ -176,7 +177,9 @@ def VecTabAddSatEphem(satKey: SatKey, ds50UTC: Real, pos: Vector, vel: Vector, r
 
 
 @call(STATUS)
-def VecTabAddSatEphemCovMtx(satKey: SatKey, ds50UTC: Real, pos: Vector, vel: Vector, revNum: Int32, covTerms: CovTerms) -> None:
+def VecTabAddSatEphemCovMtx(
+    satKey: SatKey, ds50UTC: Real, pos: Vector, vel: Vector, revNum: Int32, covTerms: CovTerms
+) -> None:
     """Appends a state with its covariance to a record. As VecTabAddSatEphem, and
 
     covTerms  21 numbers, lower triangle of the covariance, row by row: (1,1), (2,1), (2,2), (3,1), ... (6,6); kept in
@@ -185,7 +188,9 @@ def VecTabAddSatEphemCovMtx(satKey: SatKey, ds50UTC: Real, pos: Vector, vel: Vec
 
 
 @call(STATUS)
-def VecTabAddSatEphemExt(satKey: SatKey, ds50UTC: Real, pos: Vector, vel: Vector, revNum: Int32, covTerms: CovTerms) -> None:
+def VecTabAddSatEphemExt(
+    satKey: SatKey, ds50UTC: Real, pos: Vector, vel: Vector, revNum: Int32, covTerms: CovTerms
+) -> None:
     """The same as VecTabAddSatEphemCovMtx, under another name."""
 
 

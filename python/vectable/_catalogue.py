@@ -4,11 +4,12 @@ from __future__ import annotations
 import ctypes
 import os
 from ctypes import c_int32, c_void_p
+from typing import Any, Sequence, Union
 
 from . import _calls
 from ._binding import additions, numpy
 from ._library import function, library
-from ._states import Outcome, key_array, states
+from ._states import Outcome, States, key_array, states
 from .errors import VecTabError
 
 _name_frame = function("VecHostFrameName", None, c_int32, c_void_p)
@@ -83,7 +84,7 @@ class Catalogue:
     paths  files for load
     """
 
-    def __init__(self, *paths):
+    def __init__(self, *paths: Union[str, os.PathLike]):
         self._keys = {}
         try:
             self.load(*paths)
@@ -107,11 +108,11 @@ class Catalogue:
         return f"<vectable.Catalogue of {len(self)} records>"
 
     @property
-    def keys(self):
-        """The keys of the records, in the order in which they were loaded: an array of int64, or without NumPy a tuple."""
+    def keys(self) -> Sequence[int]:
+        """The keys of the records, in the order of loading: an array of int64, or without NumPy a tuple."""
         return tuple(self._keys) if numpy is None else numpy.array(list(self._keys), numpy.int64)
 
-    def load(self, *paths):
+    def load(self, *paths: Union[str, os.PathLike]) -> None:
         """Loads ephemeris files, or the files that list files name.
 
         The format is found out. Raises FileNotFoundError and its kin, with path and errno, for a file that cannot be
@@ -137,7 +138,7 @@ class Catalogue:
         if _calls.VecTabGetCount() == before:
             raise ValueError(f"{os.fspath(path)}: no ephemeris in it, or only such that are stored already")
 
-    def to_dict(self):
+    def to_dict(self) -> dict[str, list]:
         """A table of what is stored, as columns: pandas.DataFrame(catalogue.to_dict()).
 
         key, satNum, satName, ephemName   of the record
@@ -145,8 +146,8 @@ class Catalogue:
         numOfPts                          number of points
         startDs50UTC, endDs50UTC          first and last time, days since 1950 UTC; NaN without points
         filePath                          the file that it came from
-        notes                             "few points" (under four), "no velocities", "2 holes" (steps over 61 minutes), as
-                                          `vectab info` prints them; it knows more of them; "" for none
+        notes                             as `vectab info` has them: "few points" (under four), "no velocities",
+                                          "2 holes" (steps over 61 minutes); an empty text for none
 
         Raises KeyError for a record that was removed.
         """
@@ -162,9 +163,10 @@ class Catalogue:
         except VecTabError as error:
             raise KeyError(f"record {key} is no longer stored: {error}") from error
         frame = _frame(fields.coordSys)
-        return (key, fields.satNum, fields.satName, fields.ephemName, frame, fields.numOfPts, *span, fields.filePath, notes)
+        names = fields.satName, fields.ephemName
+        return (key, fields.satNum, *names, frame, fields.numOfPts, *span, fields.filePath, notes)
 
-    def states(self, times, keys=None, covariance=False, out=None):
+    def states(self, times: Any, keys: Any = None, covariance: bool = False, out: Any = None) -> States:
         """The states of the records at times, as the function `states` gives them.
 
         keys  one key or a sequence of them; None: all, in the order of `keys`
@@ -188,7 +190,7 @@ class Catalogue:
         except VecTabError as error:
             raise KeyError(f"record {key} is no longer stored: {error}") from error
 
-    def save(self, path):
+    def save(self, path: Union[str, os.PathLike]) -> None:
         """Writes a list file that names the files of the records, which `load` reads back. It holds no states.
 
         The list is of the whole store: raises ValueError when that holds records that are not of this catalogue, and
@@ -196,13 +198,13 @@ class Catalogue:
         """
         others = sum(1 for key in _calls.VecTabGetLoaded(_BY_ENTRY) if key not in self._keys)
         if others:
-            raise ValueError(f"the store holds {others} records that are not of this catalogue; VecTabSaveFile saves all")
+            raise ValueError(f"a list has all records of the store, and {others} are not of this catalogue")
         try:
             _calls.VecTabSaveFile(path)
         except VecTabError as error:
             _raise_for_file(error, path)
 
-    def close(self):
+    def close(self) -> None:
         """Removes the records from the store."""
         while self._keys:
             key, _ = self._keys.popitem()

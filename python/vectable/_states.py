@@ -26,7 +26,7 @@ class Outcome(enum.IntEnum):
 
 
 class States(NamedTuple):
-    """States at many times: arrays of NumPy, or without it memoryviews. "..." is one axis for many keys, one for many times.
+    """States at many times: arrays of NumPy, or without it memoryviews. "..." is an axis for keys and one for times.
 
     pos      (..., 3) doubles, km, in the frame of the record; NaN where there is no state
     vel      (..., 3) doubles, km/s, same frame; NaN where there is no state
@@ -43,7 +43,7 @@ class States(NamedTuple):
     outcome: Any
 
 
-# The C calls take addresses: arrays of int64 keys, double times, double states [6], double covariances [21], int32, uint8.
+# The C calls take addresses of arrays: int64 keys, double times, double [6], double [21], int32, uint8.
 _grid = function("VecBatchGrid", c_int64, c_int64, c_void_p, c_int64, *[c_void_p] * 5)
 _pairs = function("VecBatchPairs", c_int64, c_int64, *[c_void_p] * 6)
 
@@ -121,14 +121,15 @@ def key_array(keys):
 
 def _checked_room(out, shape):
     """The view of an `out`, after a look at what it is."""
-    wanted = f"a writable buffer of doubles of shape {(*shape, 6)}, or of {6 * math.prod(shape)} in one dimension, is wanted"
+    numbers = 6 * math.prod(shape)
+    wanted = f"a writable buffer of doubles of shape {(*shape, 6)}, or of {numbers} in one dimension, is wanted"
     try:
         view = memoryview(out)
     except TypeError:
         raise TypeError(f"out: {wanted}, not {type(out).__name__}") from None
     if view.format != "d":
         raise TypeError(f"out: {wanted}, not one of format {view.format!r}")
-    if view.shape not in ((*shape, 6), (6 * math.prod(shape),)):
+    if view.shape not in ((*shape, 6), (numbers,)):
         raise ValueError(f"out: {wanted}, not one of shape {view.shape}")
     if view.readonly:
         raise ValueError(f"out: {wanted}, not a read-only one")
@@ -153,15 +154,15 @@ def _copy_into(view, states):
         raise ValueError("out: without NumPy, a buffer of several dimensions is wanted contiguous")
 
 
-def states(keys, times, covariance=False, out=None, *, pairs=False):
+def states(keys: Any, times: Any, covariance: bool = False, out: Any = None, *, pairs: bool = False) -> States:
     """The states of one key or many at one time or many, by one call of the library; threads run beside it.
 
     keys        a satKey, or K of them in a sequence
     times       one time, or T of them: datetime64 (taken as UTC), datetime with a zone, text in UTC such as
-                "2026-03-01T12:00:06.25", or days since 1950 UTC as numbers. A contiguous buffer of doubles is read where it is; one with
-                strides is gathered first. Times that rise are fastest.
+                "2026-03-01T12:00:06.25", or days since 1950 UTC as numbers. A contiguous buffer of doubles is read where
+                it is, one with strides is gathered first. Times that rise are fastest.
     covariance  whether covariances are wanted, which takes time
-    out         writable buffer of doubles that receives the states: shape (..., 6), or one dimension of as many numbers.
+    out         writable buffer of doubles that receives the states: shape (..., 6), or one dimension of as many.
                 With NumPy, pos and vel of the result lie in it when it is contiguous.
     pairs       False: every key at every time. True: key i at time i, for as many times as keys.
 

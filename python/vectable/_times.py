@@ -5,6 +5,7 @@ import datetime
 import numbers
 from array import array
 from ctypes import POINTER, byref, c_char_p, c_double, c_int32
+from typing import Any
 
 from ._binding import numpy
 from ._library import function
@@ -83,14 +84,14 @@ def days_of(times):
     return days, (len(days),)
 
 
-def days_utc(times):
+def days_utc(times: Any) -> Any:
     """Times as days since 1950 UTC, day 1.0 being 1950-01-01 00:00: the unit of all calls.
 
     times  one time or a sequence of them: datetime64 (taken as UTC), datetime with a zone, text in UTC as
            the library reads dates (host.h), such as "2026-03-01T12:00:06.25", or a number of days, which stays as it is
 
-    A float for one time; for a sequence an array, NumPy's where it can be imported. Raises ValueError for a text that is
-    no time and for a datetime without a zone, TypeError for anything else.
+    A float for one time; for a sequence an array, NumPy's where it can be imported. Raises ValueError for a text
+    that is no time and for a datetime without a zone, TypeError for anything else.
     """
     days, shape = days_of(times)
     return days if shape else float(days[0])

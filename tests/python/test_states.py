@@ -199,7 +199,7 @@ class Catalogues(StoreTest):
         other = build()
         self.raises(KeyError, f"{other} is no key of this catalogue", catalogue.states, START, other)
         self.raises(KeyError, "5 is no key of this catalogue", catalogue.states, START, [first, 5])
-        self.raises(ValueError, "1 records that are not of this catalogue", catalogue.save, none)
+        self.raises(ValueError, "1 are not of this catalogue", catalogue.save, none)
         vt.VecTabRemoveSat(first)
         self.raises(KeyError, f"{first} is no longer stored", catalogue.states, START)
         self.raises(KeyError, f"{first} is no longer stored", catalogue.to_dict)
