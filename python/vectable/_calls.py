@@ -1,7 +1,8 @@
 """The calls of the C library, one declaration each, and the named tuples that they give."""
 from __future__ import annotations
 
-from ctypes import c_int32, c_int64, c_void_p
+import os
+from ctypes import addressof, c_char_p, c_int32, c_int64, c_void_p
 from typing import NamedTuple, Sequence
 
 from . import _log
@@ -404,4 +405,29 @@ def VecHostSetDupKeyMode(mode: Int32) -> None:
     """What storing a duplicate in tree mode does: 0 raises VecTabError, any other value gives the key."""
 
 
-__all__ = [name for name in globals() if name.startswith(("VecTab", "VecHost", "State", "StartEnd", "AllFields"))]
+# ------------------------------------------- Orbit ephemeris messages --------------------------------------------
+
+_load_oem = function("VecOemLoadFile", c_int32, c_char_p, c_int32, c_void_p, c_int32, c_void_p)
+_to_path = Path.__metadata__[0].converter("filePath")
+_to_number = Int32.__metadata__[0].converter("satNum")
+
+
+def VecOemLoadFile(filePath: Path, satNum: int = 0) -> Sequence[int]:
+    """Loads every segment of a CCSDS orbit ephemeris message into a record of its own; their keys, in its order.
+
+    filePath  path of at most 512 characters
+    satNum    satellite number of the records; 0 stands for 99999
+
+    Raises VecTabError when the file is no such message, has a line that is not of its form, or a segment that is stored
+    already, status 2, or cannot be opened, status the error number of the system; then none of its records is stored.
+    """
+    path, number = _to_path(filePath), _to_number(satNum)
+    count = c_int32()
+    with additions:
+        status = _load_oem(path, number, None, 0, addressof(count))
+        if status != 0 or _log.log.entries:
+            _log.settle("VecOemLoadFile", status, status != 0, os.strerror(status), filePath)
+        return VecTabGetLoaded(2)[-count.value :]
+
+
+__all__ = [name for name in globals() if name.startswith(("VecTab", "VecHost", "VecOem", "State", "StartEnd", "AllFields"))]

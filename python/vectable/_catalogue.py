@@ -70,11 +70,24 @@ def _notes(key, count):
     return ", ".join(notes)
 
 
+def _is_oem(path):
+    """Whether a file is an orbit ephemeris message, which has a call of its own."""
+    if not os.path.isfile(path):
+        return False
+    with open(path, "rb") as file:
+        return file.read(4096).removeprefix(b"\xef\xbb\xbf").lstrip().startswith(b"CCSDS_OEM_VERS")
+
+
 def _raise_for_file(error, path):
     """Raises what Python people expect of a call on a file. Status 2 is a failure inside the file, or ENOENT."""
     if error.status != 2 or not os.path.exists(path):
         raise OSError(error.status, os.strerror(error.status), os.fspath(path)) from error
     raise ValueError(f"{os.fspath(path)}: {error}") from error
+
+
+def _stored():
+    """The keys of all stored records, in the order of loading. An empty store is not listed: the log would tell it."""
+    return [int(key) for key in _calls.VecTabGetLoaded(_BY_ENTRY)] if _calls.VecTabGetCount() else []
 
 
 class Catalogue:
@@ -113,26 +126,25 @@ class Catalogue:
         return tuple(self._keys) if numpy is None else numpy.array(list(self._keys), numpy.int64)
 
     def load(self, *paths: Union[str, os.PathLike]) -> None:
-        """Loads ephemeris files, or the files that list files name.
+        """Loads ephemeris files, or the files that list files name; an OEM that a list names is passed over.
 
         The format is found out. Raises FileNotFoundError and its kin, with path and errno, for a file that cannot be
         opened, and ValueError for one that holds no ephemeris, that cannot be read to its end, or whose records are all
         stored already; what was loaded before stays. What a load passes over goes to the logger "vectable".
         """
         with additions:
-            known = set(_calls.VecTabGetLoaded(_BY_ENTRY)) if paths else set()
+            known = set(_stored())
             try:
                 for path in paths:
                     self._load_file(path)
             finally:
-                if paths:
-                    new = (int(key) for key in _calls.VecTabGetLoaded(_BY_ENTRY) if key not in known)
-                    self._keys.update(dict.fromkeys(new))
+                self._keys.update(dict.fromkeys(key for key in _stored() if key not in known))
 
     def _load_file(self, path):
         before = _calls.VecTabGetCount()
+        load = _calls.VecOemLoadFile if _is_oem(path) else _calls.VecTabLoadFile
         try:
-            _calls.VecTabLoadFile(path)
+            load(path)
         except VecTabError as error:
             _raise_for_file(error, path)
         if _calls.VecTabGetCount() == before:
@@ -196,7 +208,7 @@ class Catalogue:
         The list is of the whole store: raises ValueError when that holds records that are not of this catalogue, and
         OSError, with path and errno, when the file cannot be written.
         """
-        others = sum(1 for key in _calls.VecTabGetLoaded(_BY_ENTRY) if key not in self._keys)
+        others = sum(1 for key in _stored() if key not in self._keys)
         if others:
             raise ValueError(f"a list has all records of the store, and {others} are not of this catalogue")
         try:

@@ -178,6 +178,15 @@ class Catalogues(StoreTest):
         with vt.Catalogue(saved) as again:
             self.assertCountEqual(again.to_dict()["filePath"], table["filePath"])
 
+    def test_oem_has_a_record_a_segment(self):
+        message = SAMPLES.parents[1] / "tests/examples/two_segments.oem"
+        with self.assertLogs("vectable", "INFO") as logged, vt.Catalogue(message) as catalogue:
+            self.assertEqual(catalogue.to_dict()["numOfPts"], [12, 6])
+            self.raises(ValueError, "Segment 1 cannot be stored", catalogue.load, message)
+        self.assertEqual({record.file for record in logged.records}, {message})
+        self.assertEqual([vt.VecTabGetAllFields(key).satNum for key in vt.VecOemLoadFile(message, 5)], [5, 5])
+        self.raises(vt.VecTabError, "No such file", vt.VecOemLoadFile, self.folder / "none")
+
     def test_files_and_keys_that_fail(self):
         bad, none, catalogue = self.folder / "bad.txt", self.folder / "none", vt.Catalogue(SAMPLE)
         bad.write_text("TIME(SEC): TIME\n" + 16 * "\n" + "no number\n")
