@@ -18,8 +18,8 @@ class Share:
         vectable.VecHostSetElsetKeyMode(1)
         self.paths = paths
         self.catalogue = vectable.Catalogue(*paths)
-        points = self.catalogue.to_dict()["numOfPts"]
-        self.size = _POINT_BYTES * sum(points)
+        points = sum(vectable.VecTabGetAllFields(int(key)).numOfPts for key in self.catalogue.keys)
+        self.size = _POINT_BYTES * points
 
     def __reduce__(self):
         return Share, self.paths
