@@ -75,7 +75,9 @@ def _is_oem(path):
     if not os.path.isfile(path):
         return False
     with open(path, "rb") as file:
-        return file.read(4096).removeprefix(b"\xef\xbb\xbf").lstrip().startswith(b"CCSDS_OEM_VERS")
+        lines = map(bytes.strip, file.read(65536).removeprefix(b"\xef\xbb\xbf").splitlines())
+    first = next((line for line in lines if line and not line.startswith(b"COMMENT")), b"")
+    return first.startswith(b"CCSDS_OEM_VERS")
 
 
 def _raise_for_file(error, path):

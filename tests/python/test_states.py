@@ -179,9 +179,9 @@ class Catalogues(StoreTest):
             self.assertCountEqual(again.to_dict()["filePath"], table["filePath"])
 
     def test_oem_has_a_record_a_segment(self):
-        message = SAMPLES.parents[1] / "tests/examples/two_segments.oem"
+        message = SAMPLES.parents[1] / "tests/data/files/message.oem"
         with self.assertLogs("vectable", "INFO") as logged, vt.Catalogue(message) as catalogue:
-            self.assertEqual(catalogue.to_dict()["numOfPts"], [12, 6])
+            self.assertEqual(catalogue.to_dict()["numOfPts"], [6, 3])
             self.raises(ValueError, "Segment 1 cannot be stored", catalogue.load, message)
         self.assertEqual({record.file for record in logged.records}, {message})
         self.assertEqual([vt.VecTabGetAllFields(key).satNum for key in vt.VecOemLoadFile(message, 5)], [5, 5])
