@@ -160,7 +160,9 @@ def choose(paths, count, seed):
         for kind in sorted(by_kind):
             if by_kind[kind] and len(chosen) < count:
                 chosen.append(by_kind[kind].pop())
-    return chosen
+    # File by file, which saves builds, the files in any order, so that what is done so far is a fair sample.
+    order = generator.sample(paths, len(paths))
+    return sorted(chosen, key=lambda fault: (order.index(fault.path), fault.start))
 
 
 class Workshop:
@@ -233,7 +235,7 @@ def run_all(faults, jobs, folder):
     results = []
 
     def work(shop, share):
-        for fault in sorted(share):
+        for fault in share:
             caught = shop.try_out(fault)
             results.append((fault, caught))
             verdict = "SURVIVED" if caught is None else caught or "does not compile"
@@ -277,7 +279,6 @@ def main():
     parser.add_argument("--folder", default="build/mutate", help="where the copies are built")
     parser.add_argument("--list", action="store_true", help="only lists the faults")
     arguments = parser.parse_args()
-    os.nice(5)
     sources = sorted(p.relative_to(ROOT).as_posix() for p in (ROOT / "src").rglob("*") if p.suffix in (".cpp", ".h"))
     paths = [path for path in sources if any(fnmatch.fnmatch(path, pattern) for pattern in arguments.patterns)]
     faults = choose(paths, arguments.count, arguments.seed)

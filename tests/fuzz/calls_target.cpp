@@ -71,18 +71,14 @@ double AnyTime(Input& input, int64_t key) {
 }
 
 void Query(Input& input, uint8_t call) {
-    std::array<double, 128> all;
-    std::array<double, 36> matrix;
-    std::array<double, 3> pos, vel;
-    double time = 0.0;
-    int32_t revNum = 0;
+    double all[128], matrix[36], pos[3], vel[3], time;
+    int32_t revNum;
     const int64_t key = AnyKey(input);
     const double value = AnyTime(input, key);
-    if (call % 4 == 0) VecTabXten(key, input.Take<int32_t>() % 5, value, all.data());
-    if (call % 4 == 1) VecTabDs50UTCCovMtx(key, value, &time, pos.data(), vel.data(), &revNum, matrix.data());
-    if (call % 4 == 2) VecTabMseCovMtx(key, value, &time, pos.data(), vel.data(), &revNum, matrix.data());
-    if (call % 4 == 3)
-        VecTabGetCovMtx(key, input.Take<int32_t>(), &time, pos.data(), vel.data(), &revNum, matrix.data());
+    if (call % 4 == 0) VecTabXten(key, input.Take<int32_t>() % 5, value, all);
+    if (call % 4 == 1) VecTabDs50UTCCovMtx(key, value, &time, pos, vel, &revNum, matrix);
+    if (call % 4 == 2) VecTabMseCovMtx(key, value, &time, pos, vel, &revNum, matrix);
+    if (call % 4 == 3) VecTabGetCovMtx(key, input.Take<int32_t>(), &time, pos, vel, &revNum, matrix);
 }
 
 // A state of a batch has the bits of the single call, and NaN stands where the single call fails.

@@ -2,25 +2,16 @@
 // and what is taken from it is a table.
 #include <cmath>
 #include <gtest/gtest.h>
-#include <iostream>
 
 #include "helpers/store_test.h"
 
 class DamagedFiles : public StoreTest {
   protected:
     void Load(const std::string& name, const std::string& damaged) {
-        ++tried;
         log.entries.clear();
         const int32_t status = LoadByName(Write(name, damaged));
-        ASSERT_TRUE(status == 0 || status == 2);
-        for (const LogEntry& entry : log.entries) {
-            if (entry.text.find(" : Bad ephemeris data. ***") != std::string::npos) ++lines;
-        }
-        if (status == 2) {
-            ++refused;
-            ASSERT_FALSE(log.Take().empty());
-            ASSERT_TRUE(VecTabGetCount() == 1 || !name.ends_with(".oem"));
-        }
+        ASSERT_TRUE(status == 0 || (status == 2 && !log.Take().empty()));
+        ASSERT_TRUE(status == 0 || VecTabGetCount() == 1 || !name.ends_with(".oem"));
         CheckStore();
     }
 
@@ -36,10 +27,8 @@ class DamagedFiles : public StoreTest {
                 ASSERT_FALSE(state.time <= last);
                 last = state.time;
                 // A binary file may hold any number; no text is an infinite one.
-                for (const double x :
-                     {state.pos[0], state.pos[1], state.pos[2], state.vel[0], state.vel[1], state.vel[2]}) {
-                    ASSERT_TRUE(binary || std::isfinite(x));
-                }
+                for (const double x : state.pos) ASSERT_TRUE(binary || std::isfinite(x));
+                for (const double v : state.vel) ASSERT_TRUE(binary || std::isfinite(v));
             }
             ASSERT_GT(point, 1);
             if (key != kept) VecTabRemoveSat(key);
@@ -48,9 +37,6 @@ class DamagedFiles : public StoreTest {
 
     int64_t kept = 0;
     bool binary = false;
-    int tried = 0;
-    int refused = 0;
-    int lines = 0;
 };
 
 TEST_F(DamagedFiles, DoNoHarm) {
@@ -74,5 +60,4 @@ TEST_F(DamagedFiles, DoNoHarm) {
             }
         }
     }
-    std::cout << tried << " damaged files, " << refused << " refused, " << lines << " lines reported\n";
 }

@@ -24,21 +24,6 @@ double Reference(const std::string& cell) {
     return modified - (2433281.5 - base) + (c[3] * 3600 + c[4] * 60 + c[5]) / 86400.0;
 }
 
-// The days from which on a further leap second counts, by ERFA's table.
-std::vector<double> LeapSecondDays() {
-    std::vector<double> days;
-    double before = 10.0;
-    for (int year = 1972; year < 2027; ++year) {
-        for (const int month : {1, 7}) {
-            double base = 0.0, modified = 0.0, seconds = 0.0;
-            eraCal2jd(year, month, 1, &base, &modified);
-            EXPECT_EQ(eraDat(year, month, 1, 0.0, &seconds), 0);
-            if (seconds != std::exchange(before, seconds)) days.push_back(modified - (2433281.5 - base));
-        }
-    }
-    return days;
-}
-
 }  // namespace
 
 TEST(Dates, TextsAreReadOrRefused) {
@@ -82,21 +67,28 @@ TEST(Dates, WhatIsWrittenIsReadBackToTheMillisecond) {
         const double time = times(random);
         ASSERT_LE(std::fabs(Date_In(Ds50ToDate15(time).View()) - time) * 86400.0, 0.000501) << time;
     }
-    EXPECT_EQ(Ds50ToDate15(Reference("2025 12 31 23 59 59.9996")).View(), "26001000000.000");
-    for (const double outside : {0.0, -1.0, 2557.999, 39083.0, 1e300, double(NAN), double(INFINITY)}) {
-        EXPECT_EQ(Ds50ToDate15(outside).View(), "***************") << outside;
-    }
 }
 
 TEST(TimeScales, OffsetsAreThoseOfTheReferenceTable) {
-    for (int day = 8036; day < 8036 + 365 * 50; ++day) {
+    double last = 10.0;
+    int changes = 0;
+    for (int day = 8036; day < 8036 + 365 * 54; ++day) {
         int year = 0, month = 0, dayOfMonth = 0;
         double fraction = 0.0, seconds = 0.0;
         ASSERT_EQ(eraJd2cal(2433281.5, day, &year, &month, &dayOfMonth, &fraction), 0);
         ASSERT_EQ(eraDat(year, month, dayOfMonth, 0.0, &seconds), 0);
         ASSERT_NEAR((Utc2Tai(day) - day) * 86400.0, seconds, 1e-6) << year << '-' << month << '-' << dayOfMonth;
+        if (seconds == std::exchange(last, seconds)) continue;
+        ++changes;
+        ASSERT_NEAR((Utc2Tai(std::nextafter(day, 0.0)) - day) * 86400.0, seconds - 1.0, 1e-6) << day;
+        for (const double t : {double(day), std::nextafter(day, 0.0), std::nextafter(day, 1e6), day + 1.0 / 86400.0}) {
+            ASSERT_EQ(Tai2Utc(Utc2Tai(t)), t) << day;
+        }
+        ASSERT_TRUE(IsLeapSecond(day + 0.9 / 86400.0) && !IsLeapSecond(day - 0.5) && !IsLeapSecond(day + 1));
     }
+    EXPECT_EQ(changes, 27);
     EXPECT_NEAR((Utc2Tai(1000.5) - 1000.5) * 86400.0, 10.0, 1e-7);
+    EXPECT_EQ(Tai2Utc(Utc2Tai(1000.5)), 1000.5);
 }
 
 TEST(TimeScales, TheRoundTripAndDifferencesAreExact) {
@@ -107,14 +99,6 @@ TEST(TimeScales, TheRoundTripAndDifferencesAreExact) {
         const double beforePower = std::exp2(std::ceil(std::log2(t))) - t;
         ASSERT_TRUE(Tai2Utc(Utc2Tai(t)) == t || beforePower * 86400.0 < 40.0) << t;
     }
-    EXPECT_EQ(LeapSecondDays().size(), 27U);
-    for (const double midnight : LeapSecondDays()) {
-        for (const double t : {midnight, std::nextafter(midnight, 1e6), midnight + 1.0 / 86400.0}) {
-            EXPECT_EQ(Tai2Utc(Utc2Tai(t)), t) << midnight;
-        }
-    }
-    const double insertedSecond = TComps2UTC(366, 23, 59, 60.5, 2016);
-    EXPECT_EQ(Tai2Utc(Utc2Tai(insertedSecond)), insertedSecond);
     const double next = std::nextafter(27819.123456789, 30000.0);
     EXPECT_EQ(Minus(ToSplitTai(next), ToSplitTai(27819.123456789)), (next - 27819.123456789) * 86400.0);
     EXPECT_EQ(Minus(ToSplitTai(-0.25), ToSplitTai(0.25)), -43200.0);

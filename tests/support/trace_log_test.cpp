@@ -12,87 +12,80 @@
 
 using namespace VecTableSupport;
 
-namespace {
+class TraceLog : public StoreTest {};
 
-struct Sink {
-    std::atomic<bool> retired{false};
-    std::atomic<int> entries{0};
-    std::atomic<int> late{0};
-
-    static void Collect(int32_t, const char*, int32_t, void* context) {
-        auto& sink = *static_cast<Sink*>(context);
-        ++sink.entries;
-        if (sink.retired) ++sink.late;
-    }
-};
-
-void LogAgainAndThrow(int32_t, const char*, int32_t, void* context) {
-    ++*static_cast<int*>(context);
-    TraceLogError("from within");
-    throw std::runtime_error("a faulty sink");
-}
-
-}  // namespace
-
-TEST(TraceLog, AnEntryReachesTheSinkExactly) {
-    LogCapture log;
+TEST_F(TraceLog, AnEntryReachesTheSinkExactly) {
     TraceLogError("words   ");
     TraceLogInfo("");
     EXPECT_EQ(log.entries, (std::vector<LogEntry>{{VEC_HOST_TRACE_ERROR, "words   "}, {VEC_HOST_TRACE_INFO, ""}}));
 }
 
-TEST(TraceLog, AReplacedSinkIsNotCalledAgain) {
-    Sink first, second;
-    VecHostSetTraceSink(Sink::Collect, &first);
+TEST_F(TraceLog, AReplacedSinkIsNotCalledAgain) {
+    struct Sink {
+        std::atomic<int> entries{0};
+        std::atomic<bool> retired{false}, late{false};
+    } first, second;
+    const VecHostTraceSink count = [](int32_t, const char*, int32_t, void* context) {
+        auto& sink = *static_cast<Sink*>(context);
+        ++sink.entries;
+        if (sink.retired) sink.late = true;
+    };
+    VecHostSetTraceSink(count, &first);
     std::atomic<bool> stop{false};
     std::thread logger([&] {
         while (!stop) TraceLogError("entry");
     });
     while (first.entries == 0) std::this_thread::yield();
-    VecHostSetTraceSink(Sink::Collect, &second);
+    VecHostSetTraceSink(count, &second);
     first.retired = true;
     while (second.entries < 100) std::this_thread::yield();
     stop = true;
     logger.join();
-    VecHostSetTraceSink(nullptr, nullptr);
-    EXPECT_EQ(first.late, 0);
+    EXPECT_FALSE(first.late);
 }
 
-TEST(TraceLog, ASinkThatLogsOrThrowsDoesNoHarm) {
+TEST_F(TraceLog, ASinkThatLogsOrThrowsDoesNoHarm) {
     int calls = 0;
-    VecHostSetTraceSink(LogAgainAndThrow, &calls);
+    const VecHostTraceSink faulty = [](int32_t, const char*, int32_t, void* context) {
+        ++*static_cast<int*>(context);
+        TraceLogError("from within");
+        throw std::runtime_error("a faulty sink");
+    };
+    VecHostSetTraceSink(faulty, &calls);
     TraceLogError("one");
-    TraceLogError("two");
+    TraceLogInfo("two");
     VecHostSetTraceSink(nullptr, nullptr);
     TraceLogError("three");
     EXPECT_EQ(calls, 2);
 }
 
-TEST_F(StoreTest, AFileGetsALineForEachEntry) {
+TEST_F(TraceLog, AFileGetsALineForEachEntry) {
     const std::string path = Write("trace.log", "earlier\n");
     ASSERT_EQ(VecHostTraceToFile(path.c_str()), 0);
+    ASSERT_EQ(VecHostTraceToFile(path.c_str()), 0);  // the first one is closed
     EXPECT_EQ(VecHostTraceToFile((folder / "missing" / "trace.log").c_str()), ENOENT);
     EXPECT_EQ(VecHostTraceToFile(nullptr), EINVAL);
-    const std::string words(400, 'x');
+    const std::string text(400, 'x');
+    const auto before = std::time(nullptr);
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&] {
-            for (int i = 0; i < 50; ++i) TraceLogError(words + "   ");
+            for (int i = 0; i < 50; ++i) TraceLogError(text + "   ");
         });
     }
     for (auto& thread : threads) thread.join();
-    TraceLogInfo("last");
+    TraceLogInfo(std::string(3000, 'y'));
     VecHostSetTraceSink(nullptr, nullptr);
 
+    Strings lines;
     std::ifstream file(path);
-    std::string line;
-    std::getline(file, line);
-    EXPECT_EQ(line, "earlier");
-    const std::string stamp = "20[0-9]{2}-[0-1][0-9]-[0-3][0-9]T[0-2][0-9]:[0-5][0-9]:[0-6][0-9]\\.[0-9]{3}Z ";
-    for (int i = 0; i < 200; ++i) {
-        ASSERT_TRUE(std::getline(file, line));
-        ASSERT_THAT(line, testing::MatchesRegex(stamp + "ERROR " + words));
-    }
-    ASSERT_TRUE(std::getline(file, line));
-    EXPECT_THAT(line, testing::MatchesRegex(stamp + "INFO  last"));
+    for (std::string line; std::getline(file, line);) lines.push_back(line);
+    ASSERT_EQ(lines.size(), 202U);
+    EXPECT_EQ(lines[0], "earlier");
+    for (std::size_t i = 1; i <= 200; ++i) EXPECT_EQ(lines[i].substr(23), "Z ERROR " + text);
+    EXPECT_EQ(lines[201].substr(23), "Z INFO  " + std::string(2016, 'y'));
+    std::tm parts{};
+    ASSERT_NE(::strptime(lines[1].c_str(), "%Y-%m-%dT%H:%M:%S.", &parts), nullptr) << lines[1];
+    EXPECT_NEAR(static_cast<double>(::timegm(&parts) - before), 0.0, 60.0);
+    EXPECT_THAT(lines[1].substr(20, 3), testing::MatchesRegex("[0-9]{3}"));
 }
