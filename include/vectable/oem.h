@@ -18,9 +18,9 @@ extern "C" {
  * Reads every segment of a message into a record of its own: all of them or none.
  *
  * A record has the name OBJECT_NAME, the satellite name OBJECT_ID (its first 8 characters) and the path of the file. Its
- * frame is 2 (J2K) for REF_FRAME EME2000, ICRF or GCRF, 1 (ECI) for TEME, 4 (ECR) for ITRF and its years. TIME_SYSTEM is
- * UTC, TAI, GPS or TT; times become UTC by the library's table of leap seconds. CENTER_NAME is EARTH. Anything else is
- * refused by name, for the library converts no frames.
+ * frame is 2 (J2K) for REF_FRAME EME2000, ICRF or GCRF, 1 (ECI) for TEME of date, 4 (ECR) for ITRF and its years.
+ * TIME_SYSTEM is UTC, TAI, GPS or TT; times become UTC by the library's table of leap seconds. CENTER_NAME is EARTH.
+ * Anything else is refused by name, for the library converts no frames.
  *
  * States outside USEABLE_START_TIME and USEABLE_STOP_TIME are kept as well: the sender advises against interpolation
  * there. Accelerations are read and dropped. Covariances in the frame of the states are taken as they are; those in RSW,

@@ -191,6 +191,7 @@ class OemReader {
     bool StartSegment() {
         section_ = Section::kMetadata;
         metadata_ = {};
+        frameEpochLine_ = 0;
         given_.clear();
         records_.push_back(pattern_);
         return true;
@@ -198,6 +199,7 @@ class OemReader {
 
     bool UseMetadataLine(KeyAndValue line) {
         if (!line.hasValue) return FailQuoting("No keyword of the metadata:", line.key);
+        if (line.key == "REF_FRAME_EPOCH") frameEpochLine_ = unit_.LineNumber();
         for (std::size_t k = 0; k < kKeywords.size(); ++k) {
             if (kKeywords[k] != line.key) continue;
             if (metadata_[k].line != 0) return Fail({line.key, " stands twice in a segment."});
@@ -217,6 +219,9 @@ class OemReader {
         record.coordSys = FrameCode(metadata_[kRefFrame].text);
         if (record.coordSys == VecTableTypes::kUnknownFrame) {
             return Refuse(kRefFrame, "EME2000, ICRF, GCRF, TEME or ITRF");
+        }
+        if (record.coordSys == VecTableTypes::kEci && frameEpochLine_ != 0) {
+            return FailAt(frameEpochLine_, {"TEME is read of date, not of a REF_FRAME_EPOCH."});
         }
         return UseTimes();
     }
@@ -393,6 +398,7 @@ class OemReader {
     Section section_ = Section::kStart;
     // Of the segment that is being read:
     std::array<Value, kKeywords.size()> metadata_;
+    std::int64_t frameEpochLine_ = 0;  // 0 without one
     TimeScale timeScale_ = TimeScale::kUtc;
     double stopTime_ = 0.0;  // days since 1950, UTC
     std::vector<GivenCovariance> given_;
