@@ -90,15 +90,15 @@ set title 'Orbit in the x-y plane, from +z'
 set xlabel 'x (km)'
 set ylabel 'y (km)'
 @rangesY
-plot $orbit using 2:3 with @style lt 4, '+' using (0):(0):(earthRadius) every ::0::0 @earth, \
-     $orbit using (near($4) ? $2 : NaN):3 with @style lt 1, \
+plot $orbit using 2:3 with @orbitStyle lt 4, '+' using (0):(0):(earthRadius) every ::0::0 @earth, \
+     $orbit using (near($4) ? $2 : NaN):3 with @orbitStyle lt 1, \
      $start using 2:3:(near($4) ? 7 : 6) @dot, '' using 2:3:('start') @name
 set lmargin at screen 0.57; set rmargin at screen 0.985
 set title 'Orbit in the x-z plane, from -y'
 set ylabel 'z (km)'
 @rangesZ
-plot $orbit using 2:4 with @style lt 4, '+' using (0):(0):(earthRadius) every ::0::0 @earth, \
-     $orbit using (near(-$3) ? $2 : NaN):4 with @style lt 1, \
+plot $orbit using 2:4 with @orbitStyle lt 4, '+' using (0):(0):(earthRadius) every ::0::0 @earth, \
+     $orbit using (near(-$3) ? $2 : NaN):4 with @orbitStyle lt 1, \
      $start using 2:4:(near(-$3) ? 7 : 6) @dot, '' using 2:4:('start') @name
 )";
 
@@ -259,6 +259,8 @@ std::string Script(const Table& table, const std::string& terminal) {
     const std::string errors = ErrorBlocks(table);
     std::string script = "set terminal " + terminal + '\n' + std::string(kSettings) + orbit.blocks + errors;
     script += record.points <= kFewPoints ? "style = 'linespoints pt 7 ps 0.45'\n" : "style = 'lines'\n";
+    // Lines between points that are left out would cut across the orbit.
+    script += record.points > kMostDrawn ? "orbitStyle = 'dots'\n" : "orbitStyle = style\n";
     script += "lastHour = " + Shortest(record.points > 1 ? record.SpanSeconds() / 3600.0 : 1.0) + '\n';
     const auto& [x, y, z] = orbit.extents;
     script += Ranges("rangesY", x, y) + Ranges("rangesZ", x, z);
