@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "helpers/plain_formulas.h"
+#include "plain_formulas.h"
 
 namespace Floor {
 

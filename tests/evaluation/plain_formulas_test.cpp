@@ -1,6 +1,6 @@
 // The search and the kernel take other ways than the formulas are written in. Here the formulas stand as they are
 // written, one operation at a time, and the bits have to be the same.
-#include "helpers/plain_formulas.h"
+#include "plain_formulas.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

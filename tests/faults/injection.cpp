@@ -13,8 +13,6 @@
 #include <string_view>
 #include <sys/types.h>
 
-#include "store/gate.h"
-
 extern "C" {
 void* __real__ZN13VecTableTypes15TakeTableMemoryEm(std::size_t size);
 void* __real__ZN13VecTableTypes17ResizeTableMemoryEPvmm(void* bytes, std::size_t used, std::size_t size);
@@ -31,7 +29,6 @@ namespace Injection {
 
 Fault allocation, openFile, readFile, writeFile, syncFile, renameFile, ownFile, blockOfObjects;
 int modeOfNewFile = 0;
-long allocationsInsideGate = 0;
 std::size_t most = SIZE_MAX;
 
 namespace {
@@ -39,7 +36,6 @@ namespace {
 std::atomic<long> livePieces{0};
 
 void* Allocate(std::size_t size) {
-    if (VecTableTree::gate.Readers() > 0) ++allocationsInsideGate;
     void* piece = allocation.Due() ? nullptr : std::malloc(size == 0 ? 1 : size);
     livePieces += piece != nullptr;
     return piece;

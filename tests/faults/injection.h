@@ -29,10 +29,8 @@ extern Fault blockOfObjects;  // with an error number, each of them
 // A write that is due with this error ends the process instead.
 inline constexpr int kKilled = -1;
 
-// What was asked of the system since it was last set: the mode of the last file made, the allocations made by a thread
-// that was inside the gate.
+// The mode of the last file made.
 extern int modeOfNewFile;
-extern long allocationsInsideGate;
 
 // What fresh memory of great alignment is filled with.
 inline constexpr unsigned char kFreshByte = 0xAA;

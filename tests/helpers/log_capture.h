@@ -9,7 +9,9 @@
 
 struct LogEntry {
     int32_t level;
-    std::string text;  // exactly as logged
+    std::string text;       // exactly as logged
+    std::string path = {};  // of the file being read, and the number of the line
+    int64_t line = 0;
     bool operator==(const LogEntry&) const = default;
 };
 
@@ -34,6 +36,10 @@ class LogCapture {
 
   private:
     static void Collect(int32_t level, const char* text, int32_t length, void* context) {
-        static_cast<LogCapture*>(context)->entries.push_back({level, std::string(text, static_cast<size_t>(length))});
+        LogEntry entry{level, std::string(text, static_cast<size_t>(length))};
+        char path[512];
+        VecHostReadingLine(path, &entry.line);
+        entry.path.assign(path, path + std::string_view(path, 512).find_last_not_of(' ') + 1);
+        static_cast<LogCapture*>(context)->entries.push_back(entry);
     }
 };

@@ -22,18 +22,10 @@ using Strings = std::vector<std::string>;
 
 // A state as the calls give it.
 struct State {
-    double time = -1.0;
-    Vector pos{-1.0, -1.0, -1.0};
-    Vector vel{-1.0, -1.0, -1.0};
-    int32_t revNum = -1;
-    std::array<double, 36> covMtx = [] {
-        std::array<double, 36> filled;
-        filled.fill(-1.0);
-        return filled;
-    }();
-
-    bool operator==(const State&) const = default;
-    static State Zero() { return {0.0, {}, {}, 0, {}}; }
+    double time = 0.0;
+    Vector pos{}, vel{};
+    int32_t revNum = 0;
+    std::array<double, 36> covMtx{};
 };
 
 inline int32_t AskByIndex(int64_t key, int32_t index, State& s) {
@@ -41,9 +33,6 @@ inline int32_t AskByIndex(int64_t key, int32_t index, State& s) {
 }
 inline int32_t AskByMinutes(int64_t key, double mse, State& s) {
     return VecTabMseCovMtx(key, mse, &s.time, s.pos.data(), s.vel.data(), &s.revNum, s.covMtx.data());
-}
-inline int32_t AskByTime(int64_t key, double ds50UTC, State& s) {
-    return VecTabDs50UTCCovMtx(key, ds50UTC, &s.time, s.pos.data(), s.vel.data(), &s.revNum, s.covMtx.data());
 }
 
 // Loads a file by the call that its name asks for.

@@ -15,7 +15,6 @@
 namespace {
 
 constexpr double kStart = 27819.0;
-constexpr int32_t kTenMillion = 10'000'000;
 
 int64_t Add(int32_t satNum) {
     return VecTabAddSat(satNum, kStart, 6378.135, 0.0743669161, 1);
@@ -75,19 +74,4 @@ TEST_F(Limits, AMillionTablesByCalls) {
     }
     for (const int64_t key : added) ASSERT_EQ(VecTabRemoveSat(key), 0);
     EXPECT_EQ(VecTabGetCount(), 0);
-}
-
-TEST_F(Limits, ATableOfTenMillionPoints) {
-    const int64_t key = Add(1);
-    double time, pos[3] = {}, vel[3] = {1.0, 0.0, 0.0};
-    int32_t revNum;
-    for (int32_t i = 0; i < kTenMillion; ++i) {
-        pos[0] = i;
-        ASSERT_EQ(VecTabAddSatEphem(key, kStart + i / 86400.0, pos, vel, 0), 0);
-    }
-    for (const double second : {1.5, 5'000'000.25, 9'999'997.75}) {
-        ASSERT_EQ(VecTabMse(key, second / 60.0, &time, pos, vel, &revNum), 0) << second;
-        EXPECT_NEAR(pos[0], second, 1e-5);
-    }
-    EXPECT_EQ(VecTabGetEphemeris(key, kTenMillion + 1, &time, pos, vel, &revNum), 2);
 }

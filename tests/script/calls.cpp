@@ -86,6 +86,8 @@ const std::map<std::string, Call>& CallsByName() {
         {"SetElsetKeyMode", Bind(VecHostSetElsetKeyMode)},
         {"SetDupKeyMode", Bind(VecHostSetDupKeyMode)},
         {"TraceToFile", Bind(VecHostTraceToFile)},
+        {"ReadingLine", Bind(VecHostReadingLine, {512, 1})},
+        {"GetFormat", Bind(VecHostGetFormat, {VEC_HOST_FORMAT_LENGTH})},
         {"FrameName", Bind(VecHostFrameName, {VEC_HOST_FRAME_NAME_LENGTH})},
         {"TimeOfText", Bind(VecHostTimeOfText, {1})}};
     return calls;

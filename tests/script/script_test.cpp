@@ -19,6 +19,7 @@
 //   error TEXT                              entries of the log since the last call at error level, without trailing blanks;
 //                                           none when absent
 //   length N                                characters of that entry, its trailing blanks included
+//   at LINE NAME                            the line that was being read when that entry was made, and the file
 //   info TEXT                               the last entries at information level; not compared when absent
 #include <algorithm>
 #include <cmath>
@@ -86,12 +87,13 @@ class Script : public StoreTest, public testing::WithParamInterface<Case> {
         infos.clear();
     }
 
-    void CheckLength(std::size_t length) {
+    // The entry that the script has told last.
+    const LogEntry& LastTold() const {
         std::size_t number = 0;
-        for (const LogEntry& entry : log.entries) {
-            if (entry.level != VEC_HOST_TRACE_ERROR || ++number != errors.size()) continue;
-            EXPECT_EQ(entry.text.size(), length) << entry.text;
-        }
+        const auto isLast = [&](const LogEntry& entry) {
+            return entry.level == VEC_HOST_TRACE_ERROR && ++number == errors.size();
+        };
+        return *std::ranges::find_if(log.entries, isLast);
     }
 
     // The lines up to "end".
@@ -216,7 +218,9 @@ class Script : public StoreTest, public testing::WithParamInterface<Case> {
         ASSERT_TRUE(words >> number) << "no such line";
         if (verb == "holds" && words >> name) CheckFile(static_cast<std::size_t>(number), name);
         if (verb == "status") expectedStatus = static_cast<int32_t>(number);
-        if (verb == "length") CheckLength(static_cast<std::size_t>(number));
+        if (verb == "length") EXPECT_EQ(LastTold().text.size(), number);
+        if (verb == "at" && words >> name) EXPECT_EQ(LastTold().path, folder / name);
+        if (verb == "at") EXPECT_EQ(LastTold().line, number);
         if (verb == "constants") EXPECT_EQ(ke, number);
         if (verb == "constants" && words >> number) EXPECT_EQ(ae, number);
     }

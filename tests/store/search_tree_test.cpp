@@ -76,13 +76,7 @@ TEST_F(SearchTree, ARandomWalkAgreesWithAnOrderedMap) {
     EXPECT_EQ(Listing(3), keys);
 }
 
-TEST_F(SearchTree, RotationsAndRemovalsAreThoseTold) {
-    for (const Keys& order : {Keys{16, 26, 36}, {36, 26, 16}, {16, 36, 26}, {36, 16, 26}}) {
-        for (const std::int64_t key : order) Link(key, 1);
-        EXPECT_EQ(VecTabTreeRoot()->satKey, 26);
-        EXPECT_EQ(Check(VecTabTreeRoot()), 2);
-        VecTabRemoveAllSats();
-    }
+TEST_F(SearchTree, ARemovedNodeTakesThePlaceOfItsPredecessor) {
     for (const std::int64_t key : {46, 26, 66, 16, 36, 56, 76}) Link(key, static_cast<std::int32_t>(key));
     const VecTabBinTree* root = VecTabTreeRoot();
     const std::int32_t predecessorSeqNum = FindNode(36)->seqNum;
