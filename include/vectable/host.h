@@ -13,6 +13,7 @@
 #include <stdint.h>
 
 #include "api.h"
+#include "vectable.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -59,7 +60,7 @@ VECTABLE_API int32_t VecHostTraceToFile(const char* path);
  * Result:    0, or 2, with blanks and 0, when the thread is not inside a load of VecTabLoadFile or VecTabAddSatFrFile or an
  *            argument is null; without an entry in the log
  */
-VECTABLE_API int32_t VecHostReadingLine(char path[512], int64_t* lineNumber);
+VECTABLE_API int32_t VecHostReadingLine(char path[VEC_TAB_PATH_LENGTH], int64_t* lineNumber);
 
 /*
  * The format that a record was read as.

@@ -85,14 +85,13 @@ extern "C" {
 #define VEC_TAB_NO_KEY (-1)
 
 /* Codes of frames, with the name that VecHostFrameName gives. */
-#define VEC_TAB_FRAME_ECI 1  /* "ECI": true equator and mean equinox of date */
-#define VEC_TAB_FRAME_J2K 2  /* "J2K": mean equator and equinox of J2000 */
-#define VEC_TAB_FRAME_EFG 3  /* "EFG": Earth-fixed, without polar motion */
-#define VEC_TAB_FRAME_ECR 4  /* "ECR": Earth-fixed */
-#define VEC_TAB_FRAME_LLH 15 /* "LLH": latitude, longitude, height */
-#define VEC_TAB_FRAME_SEN 16 /* "SEN": south, east, north */
-#define VEC_TAB_FRAME_HCSRL \
-    17 /* "hcsrl"; this and the next three are carried by name, the library gives them no meaning */
+#define VEC_TAB_FRAME_ECI 1    /* "ECI": true equator and mean equinox of date */
+#define VEC_TAB_FRAME_J2K 2    /* "J2K": mean equator and equinox of J2000 */
+#define VEC_TAB_FRAME_EFG 3    /* "EFG": Earth-fixed, without polar motion */
+#define VEC_TAB_FRAME_ECR 4    /* "ECR": Earth-fixed */
+#define VEC_TAB_FRAME_LLH 15   /* "LLH": latitude, longitude, height */
+#define VEC_TAB_FRAME_SEN 16   /* "SEN": south, east, north */
+#define VEC_TAB_FRAME_HCSRL 17 /* "hcsrl"; the library gives this one and the next three no meaning */
 #define VEC_TAB_FRAME_WPTRL 18 /* "wptrl" */
 #define VEC_TAB_FRAME_HCSGC 19 /* "hcsgc" */
 #define VEC_TAB_FRAME_WPTGC 20 /* "wptgc" */

@@ -20,8 +20,8 @@ tuples, and memoryviews in what `states` gives.
 
 Times of the calls are days since 1950 on the UTC scale (ds50UTC; day 1.0 is 1950-01-01 00:00) or minutes since the
 first point of a record (mse). Positions are in km, velocities in km/s, in the frame of the record; nothing is
-converted. A satKey names a stored record until the record is removed. Codes of frames: 1 ECI, 2 J2K, 3 EFG, 4 ECR,
-15 latitude, longitude, height, 16 south, east, north, 17 hcsrl, 18 wptrl, 19 hcsgc, 20 wptgc.
+converted. A satKey names a stored record until the record is removed. The codes of frames
+are VEC_TAB_FRAME_..., and vectable.h says what they mean.
 
 Errors: a call that fails raises VecTabError, with the text that the library logged. Before a call is made, a sequence
 or a text of the wrong length raises ValueError, an integer that does not fit 32 bits (64 for a satKey) OverflowError,
@@ -37,9 +37,10 @@ The library is the one that the environment variable VECTABLE_LIBRARY names. Wit
 package, in the build folder of the checkout around it, in the lib folders of the prefix that it is installed in, where
 the system's loader finds it, and in the checkout that pip installed this package from.
 """
-from . import _calls
+from . import _calls, _constants
 from ._calls import *  # noqa: F403
 from ._catalogue import Catalogue
+from ._constants import *  # noqa: F403
 from ._log import VEC_HOST_TRACE_ERROR, VEC_HOST_TRACE_INFO, VecHostSetTraceSink, VecHostTraceToFile, set_trace_sink
 from ._states import Outcome, States, states
 from ._times import days_utc
@@ -48,6 +49,7 @@ from .errors import VecTabError
 
 __all__ = [
     *_calls.__all__,
+    *_constants.__all__,
     "Catalogue",
     "Outcome",
     "States",

@@ -1,7 +1,7 @@
 """Makes a function of the library a function of Python, from one declaration: a def with its kinds and its docstring.
 
     @call(STATUS)
-    def VecTabGetLine(satKey: SatKey) -> Text512:
+    def VecTabGetLine(satKey: SatKey) -> ListLine:
         \"\"\"...\"\"\"
 
 The annotations of the arguments tell what the library is given; that of the result, one kind or the fields of a named
@@ -19,7 +19,7 @@ import typing
 from ctypes import c_char_p, c_double, c_int32, c_int64, c_void_p
 from typing import Annotated, Sequence, Union
 
-from . import _log
+from . import _constants, _log
 from ._library import function
 
 try:
@@ -113,14 +113,17 @@ SatKey = Annotated[int, _Integer(c_int64)]
 Int32 = Annotated[int, _Integer(c_int32)]
 Real = Annotated[float, _Real()]
 Vector = Annotated[Sequence[float], _Reals(3)]
-CovTerms = Annotated[Sequence[float], _Reals(21)]
-ExtArr = Annotated[Sequence[float], _Reals(128)]
-CovMtx = Annotated[Sequence[Sequence[float]], _Matrix(36)]
-Text8 = Annotated[str, _Text(8)]
-Text20 = Annotated[str, _Text(20)]
-Text128 = Annotated[str, _Text(128)]
-Text512 = Annotated[str, _Text(512)]
-Path = Annotated[Union[str, os.PathLike], _Text(512, (str, bytes, os.PathLike))]
+CovTerms = Annotated[Sequence[float], _Reals(_constants.VEC_TAB_COV_TERMS)]
+ExtArr = Annotated[Sequence[float], _Reals(_constants.VEC_TAB_EXT_LENGTH)]
+CovMtx = Annotated[Sequence[Sequence[float]], _Matrix(_constants.VEC_TAB_COV_ELEMENTS)]
+InfoText = Annotated[str, _Text(_constants.VEC_TAB_INFO_LENGTH)]
+EpochText = Annotated[str, _Text(_constants.VEC_TAB_EPOCH_LENGTH)]
+SatName = Annotated[str, _Text(_constants.VEC_TAB_SAT_NAME_LENGTH)]
+EphemName = Annotated[str, _Text(_constants.VEC_TAB_EPHEM_NAME_LENGTH)]
+FieldText = Annotated[str, _Text(_constants.VEC_TAB_FIELD_LENGTH)]
+ListLine = Annotated[str, _Text(_constants.VEC_TAB_LINE_LENGTH)]
+StoredPath = Annotated[str, _Text(_constants.VEC_TAB_PATH_LENGTH)]
+Path = Annotated[Union[str, os.PathLike], _Text(_constants.VEC_TAB_PATH_LENGTH, (str, bytes, os.PathLike))]
 
 
 # -------------------------------------------------- The declarations --------------------------------------------------

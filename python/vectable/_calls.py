@@ -7,7 +7,8 @@ from typing import NamedTuple, Sequence
 
 from . import _log
 from ._binding import COUNT, KEY, NOTHING, STATUS, additions, call, numpy
-from ._binding import CovMtx, CovTerms, ExtArr, Int32, Path, Real, SatKey, Text8, Text20, Text128, Text512, Vector
+from ._binding import CovMtx, CovTerms, EphemName, EpochText, ExtArr, FieldText, InfoText, Int32, ListLine, Path, Real
+from ._binding import SatKey, SatName, StoredPath, Vector
 from ._library import function
 
 
@@ -53,8 +54,8 @@ class AllFields(NamedTuple):
     """The fields of a record; units as VecTabGetAllFields tells."""
 
     satNum: Int32
-    satName: Text8
-    ephemName: Text128
+    satName: SatName
+    ephemName: EphemName
     epochDs50UTC: Real
     ae: Real
     ke: Real
@@ -62,7 +63,7 @@ class AllFields(NamedTuple):
     vel: Vector
     coordSys: Int32
     numOfPts: Int32
-    filePath: Text512
+    filePath: StoredPath
 
 
 class StartEndTime(NamedTuple):
@@ -81,12 +82,12 @@ def VecTabInit() -> None:
 
 
 @call(NOTHING)
-def VecTabGetInfo() -> Text128:
+def VecTabGetInfo() -> InfoText:
     """Name, version and build of the library."""
 
 
 @call(KEY, unlogged="the text is no date")
-def VecTabFieldsToSatKey(satNum: Int32, epochText: Text20) -> int:
+def VecTabFieldsToSatKey(satNum: Int32, epochText: EpochText) -> int:
     """The key that a record of this satellite and epoch has in tree mode. The store is not asked.
 
     epochText  at most 20 characters, UTC: "YYDDDHHMMSS.SSS", "YYYYDDDHHMMSS.SSS" or "YYDDD.DDDDDDDD"; years 57 to 99
@@ -122,10 +123,11 @@ def VecTabGetLoaded(order: int = 0) -> Sequence[int]:
         _list(order, keys)
     _log.settle("VecTabGetLoaded", None, None)
     # Fewer than counted when another thread removes records.
-    if numpy is None:
-        return tuple(key for key in keys if key != 0)
-    listed = numpy.frombuffer(keys, numpy.int64)
-    return listed[listed != 0]
+    return _key_list([key for key in keys if key != 0])
+
+
+def _key_list(keys):
+    return tuple(keys) if numpy is None else numpy.array(keys, numpy.int64)
 
 
 @call(STATUS)
@@ -217,7 +219,7 @@ def VecTabGetAllFields(satKey: SatKey) -> AllFields:
 
 
 @call(STATUS)
-def VecTabGetField(satKey: SatKey, fieldCode: Int32) -> Text512:
+def VecTabGetField(satKey: SatKey, fieldCode: Int32) -> FieldText:
     """One field of a record as text.
 
     fieldCode   1 satellite number   2 epoch, "YYDDDHHMMSS.SSS"   3 ae, km   4 ke, (Earth radii)^1.5 a minute
@@ -231,7 +233,7 @@ def VecTabGetField(satKey: SatKey, fieldCode: Int32) -> Text512:
 
 
 @call(STATUS)
-def VecTabSetField(satKey: SatKey, fieldCode: Int32, fieldText: Text512) -> None:
+def VecTabSetField(satKey: SatKey, fieldCode: Int32, fieldText: FieldText) -> None:
     """Changes a field of a record; its key stays.
 
     fieldCode  11 code of the frame, only the first character of the text; 14 satellite name, 8 characters; 15 name of
@@ -284,7 +286,7 @@ def VecTabMse(satKey: SatKey, mse: Real) -> StateDs50UTC:
     Gives the time asked for in days since 1950 UTC, pos (3) in km and vel (3) in km/s in the record's frame, and the
     revolution number, 0 to 99999 between points. Raises VecTabError when the key is unknown, the record has no points,
     the time lies outside the table, the record has fewer than four points and none at the time, or the four points lie
-    more than 61 minutes apart on the average.
+    more than VEC_TAB_GAP_MINUTES apart on the average.
     """
 
 
@@ -370,7 +372,7 @@ def VecTabSaveFile(vecTabFile: Path, saveMode: Int32 = 0) -> None:
 
 
 @call(STATUS)
-def VecTabGetLine(satKey: SatKey) -> Text512:
+def VecTabGetLine(satKey: SatKey) -> ListLine:
     """The line of a list file that names the file of a record: "EPHFIL = " and the first 503 characters of the path.
 
     Raises VecTabError when the key is unknown.
@@ -407,6 +409,8 @@ def VecHostSetDupKeyMode(mode: Int32) -> None:
 
 # ------------------------------------------- Orbit ephemeris messages --------------------------------------------
 
+# Bytes: the keywords that a segment must have, and a state.
+_SHORTEST_SEGMENT = 128
 _load_oem = function("VecOemLoadFile", c_int32, c_char_p, c_int32, c_void_p, c_int32, c_void_p)
 _to_path = Path.__metadata__[0].converter("filePath")
 _to_number = Int32.__metadata__[0].converter("satNum")
@@ -422,12 +426,13 @@ def VecOemLoadFile(filePath: Path, satNum: int = 0) -> Sequence[int]:
     already, status 2, or cannot be opened, status the error number of the system; then none of its records is stored.
     """
     path, number = _to_path(filePath), _to_number(satNum)
-    count = c_int32()
+    room = os.path.getsize(path) // _SHORTEST_SEGMENT + 1 if os.path.exists(path) else 0
+    keys, count = (c_int64 * room)(), c_int32()
     with additions:
-        status = _load_oem(path, number, None, 0, addressof(count))
-        if status != 0 or _log.log.entries:
-            _log.settle("VecOemLoadFile", status, status != 0, os.strerror(status), filePath)
-        return VecTabGetLoaded(2)[-count.value :]
+        status = _load_oem(path, number, keys, room, addressof(count))
+    if status != 0 or _log.log.entries:
+        _log.settle("VecOemLoadFile", status, status != 0, os.strerror(status), filePath)
+    return _key_list(keys[: count.value])
 
 
 __all__ = [name for name in globals() if name.startswith(("VecTab", "VecHost", "VecOem", "State", "StartEnd", "AllFields"))]

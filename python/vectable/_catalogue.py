@@ -3,26 +3,35 @@ from __future__ import annotations
 
 import ctypes
 import os
-from ctypes import c_int32, c_void_p
+from ctypes import c_int32, c_int64, c_void_p
 from typing import Any, Sequence, Union
 
 from . import _calls
 from ._binding import additions, numpy
+from ._constants import VEC_TAB_GAP_MINUTES, VEC_TAB_STENCIL_POINTS
 from ._library import function, library
 from ._states import Outcome, States, key_array, states
 from .errors import VecTabError
 
 _name_frame = function("VecHostFrameName", None, c_int32, c_void_p)
+_name_format = function("VecHostGetFormat", c_int32, c_int64, c_void_p)
 _BY_ENTRY = 2
-_FEWEST_POINTS = 4  # for an interpolation
-_HOLE = 61.0 / 1440.0  # days; over a longer step nothing is interpolated
+_HOLE = VEC_TAB_GAP_MINUTES / 1440.0  # days; over a longer step nothing is interpolated
+_FRAME_NAME_LENGTH = 8  # VEC_HOST_FRAME_NAME_LENGTH
+_FORMAT_LENGTH = 32  # VEC_HOST_FORMAT_LENGTH
 
 
 def _frame(code):
     """The name of a frame, or its code where it has none."""
-    name = ctypes.create_string_buffer(8)
+    name = ctypes.create_string_buffer(_FRAME_NAME_LENGTH)
     _name_frame(code, name)
     return name.raw.decode().strip() or str(code)
+
+
+def _format(key):
+    name = ctypes.create_string_buffer(_FORMAT_LENGTH)
+    _name_format(key, name)
+    return name.raw.decode().strip()
 
 
 class _Points:
@@ -60,7 +69,7 @@ def _holes(points, first, last, start, end):
 def _notes(key, count):
     """What a user of a record should know before relying on it, in the terms of `vectab info`."""
     points, notes = _Points(key), []
-    if count < _FEWEST_POINTS:
+    if count < VEC_TAB_STENCIL_POINTS:
         notes.append("few points")
     if count > 0 and not any(points.moves(number) for number in range(1, count + 1)):
         notes.append("no velocities")
@@ -156,6 +165,7 @@ class Catalogue:
         """A table of what is stored, as columns: pandas.DataFrame(catalogue.to_dict()).
 
         key, satNum, satName, ephemName   of the record
+        format                            that the record was read as, such as Dot-E; empty when it was made by calls
         frame                             its name, such as ECI
         numOfPts                          number of points
         startDs50UTC, endDs50UTC          first and last time, days since 1950 UTC; NaN without points
@@ -166,7 +176,7 @@ class Catalogue:
         Raises KeyError for a record that was removed.
         """
         rows = [self._row(key) for key in self._keys]
-        names = "key satNum satName ephemName frame numOfPts startDs50UTC endDs50UTC filePath notes".split()
+        names = "key satNum satName ephemName format frame numOfPts startDs50UTC endDs50UTC filePath notes".split()
         return {name: [row[i] for row in rows] for i, name in enumerate(names)}
 
     def _row(self, key):
@@ -177,7 +187,7 @@ class Catalogue:
         except VecTabError as error:
             raise KeyError(f"record {key} is no longer stored: {error}") from error
         frame = _frame(fields.coordSys)
-        names = fields.satName, fields.ephemName
+        names = fields.satName, fields.ephemName, _format(key)
         return (key, fields.satNum, *names, frame, fields.numOfPts, *span, fields.filePath, notes)
 
     def states(self, times: Any, keys: Any = None, covariance: bool = False, out: Any = None) -> States:

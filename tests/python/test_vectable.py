@@ -255,6 +255,12 @@ class Import(unittest.TestCase):
         ran = run_python(lines, PYTHONPATH="", VECTABLE_LIBRARY="" if built else os.environ.get("VECTABLE_LIBRARY", ""))
         self.assertEqual((ran.stderr, ran.stdout), ("", printed))
 
+    def test_constants_are_those_of_the_headers(self):
+        headers = "".join((ROOT / f"include/vectable/{name}.h").read_text() for name in ("vectable", "batch"))
+        defined = {name: float(value) for name, value in re.findall(r"#define (VEC_(?:TAB|BATCH)_\w+) \(?([-\d.]+)", headers)}
+        outcomes = {f"VEC_BATCH_{outcome.name}": outcome for outcome in vt.Outcome}
+        self.assertEqual({name: getattr(vt, name) for name in vt._constants.__all__} | outcomes, defined)
+
     def test_library_that_is_missing_or_of_another_version(self):
         library = pathlib.Path(tempfile.mkdtemp()) / "libvectable.so.1"
         self.addCleanup(shutil.rmtree, library.parent)

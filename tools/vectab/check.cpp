@@ -105,7 +105,7 @@ std::string Report(const Table& table) {
            Labelled("span", FormatUtc(record.start, ' ', 3) + " to " + FormatUtc(record.end, ' ', 3) + " (" +
                                 Fixed(record.SpanSeconds() / 3600.0, 3) + " h)") +
            Labelled("steps", DescribeSteps(survey.points)) +
-           DescribeGaps("holes", survey.holes, "of more than 61 minutes") +
+           DescribeGaps("holes", survey.holes, "of more than " + Fixed(VEC_TAB_GAP_MINUTES, 0) + " minutes") +
            DescribeGaps("long steps", survey.longSteps, "of more than four times the steps around") +
            Labelled("covariance", DescribeCovariance(survey)) + Labelled("notes", Listed(table.notes)) +
            DescribeErrors(table);
@@ -126,8 +126,8 @@ void AddCheck(CLI::App& program, int& exitStatus) {
     AddFiles(*command, *inputs);
     AddChoice(*command, inputs->choice);
     command->footer(
-        "Prints for each record: span, steps, holes (over 61 minutes), long steps, points with covariance, notes as\n"
-        "info has them, and errors.\n\n"
+        "Prints for each record: span, steps, holes, long steps, points with covariance, notes as info has\n"
+        "them, and errors.\n\n"
         "The errors between points are estimates of what interpolation adds: the library's states at a quarter, half\n"
         "and three quarters of an interval less those of a polynomial of higher degree, through six points with their\n"
         "velocities, or through eight points where there are no velocities. \"At the ends\" is the first and the last\n"

@@ -80,8 +80,9 @@ void AddInfo(CLI::App& program, int& exitStatus) {
         "Prints a line for each record: its number in its file, satellite number (99999 when the file gives none),\n"
         "format, frame, number of points, times of the first and last point (UTC), mean step between points, notes,\n"
         "name, and the file it came from.\n\n"
-        "Notes: no velocities; N zero velocities; N holes (steps of more than 61 minutes); N long steps (more than\n"
-        "four times the steps around); N spikes (breaks of the orbit, such as manoeuvres); few points (fewer than\n"
+        "Notes: no velocities; N zero velocities; N holes (steps that are too long for interpolation); N long steps\n"
+        "(more than four times the steps around); N spikes (breaks of the orbit, such as manoeuvres); few points "
+        "(fewer than\n"
         "four); N bad lines (in the file). What they mean for states is told on standard error.");
     command->callback([inputs, &exitStatus] { exitStatus = RunInfo(*inputs); });
 }

@@ -36,7 +36,7 @@ struct Survey {
     std::size_t withCovariance = 0;
     std::size_t withScalar = 0;
     std::size_t withoutVelocity = 0;
-    std::vector<Gap> holes;        // steps of more than 61 minutes
+    std::vector<Gap> holes;        // steps of more than VEC_TAB_GAP_MINUTES
     std::vector<Gap> longSteps;    // shorter ones of more than four times the steps around
     std::vector<LeftOut> leftOut;  // none without velocities
     std::vector<LeftOut> spikes;   // of the errors, which no smooth orbit has
