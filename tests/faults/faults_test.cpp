@@ -185,6 +185,8 @@ TEST_F(Faults, AFailedAllocationLeavesTheStoreAndTheGateAsTheyWere) {
 
 TEST_F(Faults, AFileThatCannotBeReadFailsInOrder) {
     int injected = 0;
+    const std::string readError = ": File read error. ***";
+    std::set<std::string> readers;
     Injection::most = 50;
     for (const auto& entry : std::filesystem::directory_iterator(SAMPLES)) {
         const std::string path = entry.path();
@@ -204,6 +206,9 @@ TEST_F(Faults, AFileThatCannotBeReadFailsInOrder) {
                                                      (said.back().rfind("VecOemLoadFile: ", 0) == 0 &&
                                                       said.back().find("may be cut.") == std::string::npos));
                 ASSERT_TRUE(error != EINTR || status == 0) << number;
+                if (ended && error == EIO && said.back().ends_with(readError)) {
+                    readers.insert(said.back().substr(4, said.back().size() - 4 - readError.size()));
+                }
                 ASSERT_EQ(status, ended ? 2 : 0) << number << (said.empty() ? "" : said.back());
                 VecTabRemoveAllSats();
                 if (!happened) break;
@@ -218,6 +223,10 @@ TEST_F(Faults, AFileThatCannotBeReadFailsInOrder) {
     EXPECT_EQ(VecTabSaveFile(list.c_str(), 0), EACCES);
     Injection::openFile.Disarm();
     EXPECT_GT(injected, 100);
+    EXPECT_EQ(readers,
+              (std::set<std::string>{"ReadDCEBinary", "ReadDCEText", "ReadDotE", "ReadECR", "ReadEELV", "ReadITC",
+                                     "ReadJ2K", "ReadLCH", "ReadLaunchFormat", "ReadOASYS", "ReadOwner", "ReadSimObs",
+                                     "ReadV31", "ReadVTUniversalVecTab", "ReadVecEph"}));
 }
 
 // Where the system fails, or the process ends, the list is the earlier one; a signal or a short write costs nothing.

@@ -2,7 +2,6 @@
 #include "samples.h"
 
 #include <erfa.h>
-#include <set>
 
 #include "helpers/store_test.h"
 #include "support/dates.h"

@@ -8,6 +8,7 @@
 //                                           NAME.expected "file NAME" is the load of the file beside it
 //   status 2                                of the load; 0 when absent
 //   record satNum coordSys numOfPts         a record, in the order of entry
+//   format NAME                             the format that it was read as; not compared when absent
 //   constants ke ae                         of that record; not compared when absent
 //   point day seconds x y z vx vy vz [rev]  its points in order: day and seconds of the day, km, km/s
 //   cov 21 terms                            of that point; not compared when absent. Of a message: to seven digits, since
@@ -152,6 +153,13 @@ class Script : public StoreTest, public testing::WithParamInterface<Case> {
         EXPECT_EQ(epoch, start);
     }
 
+    void CheckFormat(std::string name) {
+        std::string format(VEC_HOST_FORMAT_LENGTH, '#');
+        EXPECT_EQ(VecHostGetFormat(key, format.data()), 0);
+        name.resize(format.size(), ' ');
+        EXPECT_EQ(format, name);
+    }
+
     void CheckPoint() {
         double day = 0.0, seconds = 0.0, expected = 0.0;
         ASSERT_EQ(VecTabXten(key, 3, ++point, all.data()), 0) << "point " << point;
@@ -211,6 +219,7 @@ class Script : public StoreTest, public testing::WithParamInterface<Case> {
         if (verb == "record") return CheckRecord();
         if (verb == "point") return CheckPoint();
         if (verb == "cov") return CheckCovariance();
+        if (verb == "format") return CheckFormat(rest);
         if (verb == "error") return errors.push_back(Replaced(rest, variables));
         if (verb == "info") return infos.push_back(Replaced(rest, variables));
         if (CallsByName().contains(verb)) return MakeCall(verb, line->substr(verb.size()));

@@ -65,6 +65,10 @@ TEST_F(TraceLog, AFileGetsALineForEachEntry) {
     ASSERT_EQ(VecHostTraceToFile(path.c_str()), 0);  // the first one is closed
     EXPECT_EQ(VecHostTraceToFile((folder / "missing" / "trace.log").c_str()), ENOENT);
     EXPECT_EQ(VecHostTraceToFile(nullptr), EINVAL);
+    int64_t line = -1;
+    std::string noPath(513, '#');
+    EXPECT_EQ(VecHostReadingLine(nullptr, &line) + VecHostReadingLine(noPath.data(), nullptr), 4);
+    EXPECT_TRUE(line == 0 && noPath == std::string(512, ' ') + '#');
     const std::string text(400, 'x');
     const auto before = std::time(nullptr);
     std::vector<std::thread> threads;
@@ -79,7 +83,7 @@ TEST_F(TraceLog, AFileGetsALineForEachEntry) {
 
     Strings lines;
     std::ifstream file(path);
-    for (std::string line; std::getline(file, line);) lines.push_back(line);
+    for (std::string read; std::getline(file, read);) lines.push_back(read);
     ASSERT_EQ(lines.size(), 202U);
     EXPECT_EQ(lines[0], "earlier");
     for (std::size_t i = 1; i <= 200; ++i) EXPECT_EQ(lines[i].substr(23), "Z ERROR " + text);
