@@ -26,7 +26,7 @@ for target in load calls; do
         "$found" "tests/fuzz/findings/$target" "tests/fuzz/corpus/$target" "$seeds"
     if [ "${2:-}" = merge ]; then
         rm -rf "$found.least" && mkdir "$found.least"
-        "build/fuzz/bin/${target}_fuzzer" -merge=1 -max_len=1024 "$found.least" "$found" "$seeds"
+        "build/fuzz/bin/${target}_fuzzer" -merge=1 -use_counters=0 -max_len=1024 "$found.least" "$found" "$seeds"
         rm -rf "tests/fuzz/corpus/$target" && cp -R "$found.least" "tests/fuzz/corpus/$target"
     fi
 done

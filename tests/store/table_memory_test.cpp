@@ -77,3 +77,17 @@ TEST(TableMemory, ARandomWalkKeepsEveryPieceItsOwn) {
     ReleaseTableMemory(nullptr);
     EXPECT_EQ(TakeTableMemory(SIZE_MAX), nullptr);
 }
+
+// A table grows out of a region into a mapping of its own, which grows and is cut in place or moves as a whole.
+TEST(TableMemory, ALongTableKeepsItsBytesWhereverItMoves) {
+    constexpr std::size_t kMebibyte = 1 << 20;
+    std::size_t size = 20 * kMebibyte + 1000;
+    auto* bytes = static_cast<unsigned char*>(TakeTableMemory(size));
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<unsigned char>(i % 251);
+    for (const std::size_t next : {40 * kMebibyte, 90 * kMebibyte, 33 * kMebibyte, 10 * kMebibyte, 100 * kMebibyte}) {
+        bytes = static_cast<unsigned char*>(ResizeTableMemory(bytes, std::min(size, next), next));
+        size = std::min(size, next);
+        for (std::size_t i = 0; i < size; ++i) ASSERT_EQ(bytes[i], i % 251) << next;
+    }
+    ReleaseTableMemory(bytes);
+}
