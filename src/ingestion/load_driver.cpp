@@ -87,61 +87,46 @@ bool HasPoints(const VecTabRecord& record) noexcept {
     return false;
 }
 
-// Runs the reader that a card starts; false when it starts none. `status`: 0, or 2 with an entry in the log.
-bool RunReader(CardType card, const Line& line, Walk& walk, std::int32_t& status) {
+// Runs the reader that a card starts. `status`: 0, or 2 with an entry in the log.
+void RunReader(CardType card, const Line& line, Walk& walk, std::int32_t& status) {
     InputUnit& unit = walk.unit;
     VecTabRecord& record = walk.record;
     record.numOfPts = 0;
     switch (card) {
         case CardType::kV31:
-            ReadV31(unit, line, record, status);
-            return true;
+            return ReadV31(unit, line, record, status);
         case CardType::kSimObs:
-            ReadSimObs(unit, line, record, status);
-            return true;
+            return ReadSimObs(unit, line, record, status);
         case CardType::kVecEph:
-            ReadVecEph(unit, line, record, status);
-            return true;
+            return ReadVecEph(unit, line, record, status);
         case CardType::kItc:
-            ReadITC(unit, line, record, status);
-            return true;
+            return ReadITC(unit, line, record, status);
         case CardType::kEcr:
-            ReadECR(unit, record, status);
-            return true;
+            return ReadECR(unit, record, status);
         case CardType::kJ2k:
-            ReadJ2K(unit, record, status);
-            return true;
+            return ReadJ2K(unit, record, status);
         case CardType::kOwner:
-            ReadOwner(walk.filePath, unit, line, record, status);
-            return true;
+            return ReadOwner(walk.filePath, unit, line, record, status);
         case CardType::kDotE:
-            ReadDotE(walk.filePath, unit, record, status);
-            return true;
+            return ReadDotE(walk.filePath, unit, record, status);
         case CardType::kOasys:
-            ReadOASYS(walk.filePath, unit, record, status);
-            return true;
+            return ReadOASYS(walk.filePath, unit, record, status);
         case CardType::kLch:
-            ReadLCH(unit, record, status);
-            return true;
+            return ReadLCH(unit, record, status);
         case CardType::kEelv:
-            ReadEELV(unit, line, record, status);
-            return true;
+            return ReadEELV(unit, line, record, status);
         case CardType::kUniversal:
-            ReadVTUniversalVecTab(unit, line, record, status);
-            return true;
+            return ReadVTUniversalVecTab(unit, line, record, status);
         case CardType::kDceText:
-            ReadDCEText(unit, line, record, status);
-            return true;
+            return ReadDCEText(unit, line, record, status);
         case CardType::kLaunch:
-            ReadLaunchFormat(unit, record, status);
-            return true;
+            return ReadLaunchFormat(unit, record, status);
         case CardType::kFileLine:
         case CardType::kNameLine:
         case CardType::kOem:
         case CardType::kNone:
-            return false;
+            return;
     }
-    return false;
 }
 
 // Reads the file by its cards. False when a reader failed, which ends the walk.
@@ -152,8 +137,9 @@ bool ReadByCards(Walk& walk, EphemName& ephemName) {
         const CardType card = VecTabCardType(line.Text());
         if (card == CardType::kNameLine) walk.record.ephemName = EphemName(GetInputFileName(line.Text()));
         walk.record.format = FormatName(card);
+        if (walk.record.format.empty()) continue;
         std::int32_t status = 0;
-        if (!RunReader(card, line, walk, status)) continue;
+        RunReader(card, line, walk, status);
         if (status == 2 || !HasPoints(walk.record)) return false;
         Store(walk);
         ephemName = EphemName();

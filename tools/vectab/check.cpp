@@ -63,6 +63,7 @@ template <typename Element>
 std::string Quantiles(const std::string& label, const std::vector<Element>& errors, double Element::*member) {
     if (errors.empty()) return {};
     std::vector<double> values;
+    values.reserve(errors.size());
     for (const Element& error : errors) values.push_back(error.*member);
     std::sort(values.begin(), values.end());
     constexpr std::size_t kLabelWidth = 32;

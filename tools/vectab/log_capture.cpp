@@ -48,7 +48,7 @@ void LogCapture::Add(bool error, std::string_view text) {
     TakeLine(entry);
     if (std::exchange(badLineFollows_, false)) {
         const bool harmless = text == kEndMark;
-        badLines_[entry.path] += !harmless;
+        badLines_[entry.path] += harmless ? 0 : 1;
         entry.error = !harmless;
         entry.badLine = true;
         entry.text.insert(0, "bad line: ");

@@ -31,9 +31,9 @@ void ReadPoint(const Record& record, std::int32_t number, Survey& survey) {
     }
     const bool scalar = !(std::fabs(covMtx[1] - VEC_TAB_SCALAR_MARK) > 0.0);
     const bool any = std::any_of(covMtx, std::end(covMtx), [](double element) { return std::fabs(element) > 0.0; });
-    survey.withScalar += scalar;
-    survey.withCovariance += any && !scalar;
-    survey.withoutVelocity += !HasVelocity(point);
+    survey.withScalar += scalar ? 1 : 0;
+    survey.withCovariance += any && !scalar ? 1 : 0;
+    survey.withoutVelocity += HasVelocity(point) ? 0 : 1;
     survey.points.push_back(point);
 }
 
@@ -49,7 +49,7 @@ double TypicalStep(std::span<const double> steps, std::size_t index) {
     const std::size_t first = index < kAround ? 0 : index - kAround;
     const std::size_t count = std::min(index + kAround + 1, steps.size()) - first;
     std::copy_n(steps.begin() + static_cast<std::ptrdiff_t>(first), count, around.begin());
-    const auto middle = around.begin() + static_cast<std::ptrdiff_t>((count - 1) / 2);
+    auto* const middle = around.begin() + static_cast<std::ptrdiff_t>((count - 1) / 2);
     std::nth_element(around.begin(), middle, around.begin() + static_cast<std::ptrdiff_t>(count));
     return *middle;
 }
@@ -75,7 +75,7 @@ std::optional<double> LeftOutAt(const Survey& survey, std::size_t index, std::si
     if (survey.Interrupted(index - neighbours, index + neighbours)) return std::nullopt;
     std::array<State, Polynomial::kMostPoints> around;
     const auto left = survey.points.begin() + static_cast<std::ptrdiff_t>(index);
-    const auto end = std::copy_n(left - static_cast<std::ptrdiff_t>(neighbours), neighbours, around.begin());
+    auto* const end = std::copy_n(left - static_cast<std::ptrdiff_t>(neighbours), neighbours, around.begin());
     std::copy_n(left + 1, neighbours, end);
     const Polynomial curve(std::span<const State>(around).first(2 * neighbours), true);
     return PositionDistance(curve.At(left->ds50UTC), *left);

@@ -6,11 +6,11 @@
 namespace Vectab {
 namespace {
 
-std::string Refusal(const Table&) {
+std::string Refusal(const Table& /*table*/) {
     return {};
 }
 
-std::vector<std::string> Losses(const Table& table, const std::string&) {
+std::vector<std::string> Losses(const Table& table, const std::string& /*out*/) {
     return table.record.name.empty() ? std::vector<std::string>{} : std::vector<std::string>{"names"};
 }
 

@@ -67,7 +67,7 @@ std::vector<std::string> Losses(const Table& table, const std::string& out) {
     return losses;
 }
 
-void WriteHead(Output&) {}
+void WriteHead(Output& /*output*/) {}
 
 void WriteTable(Output& output, const Table& table, const std::vector<Answer>& answers) {
     const double epoch = EpochOf(table.record);

@@ -35,7 +35,7 @@ std::string Refusal(const Table& table) {
     return {};
 }
 
-std::vector<std::string> Losses(const Table& table, const std::string&) {
+std::vector<std::string> Losses(const Table& table, const std::string& /*out*/) {
     const Record& record = table.record;
     std::vector<std::string> losses;
     if (record.frame == VEC_TAB_FRAME_ECR) losses.emplace_back("which Earth-fixed frame it is (ITRF2000 is written)");
