@@ -13,7 +13,7 @@
 namespace {
 
 struct Call {
-    const char* name;
+    std::string name;
     int64_t failure;
     bool isLoad;
     std::function<int64_t()> make;
@@ -139,7 +139,7 @@ class Faults : public StoreTest {
         const bool refused = said.starts_with("AddRecToMem: ");
         const bool goesOn = result != call.failure && (said.empty() || (call.isLoad && refused));
         ASSERT_TRUE(goesOn || result == call.failure) << number << said;
-        ASSERT_TRUE(goesOn || refused || said == std::string(call.name) + ": Out of memory.") << number << said;
+        ASSERT_TRUE(goesOn || refused || said == call.name + ": Out of memory.") << number << said;
         ASSERT_GE(after.size(), before.size());
         ASSERT_TRUE(goesOn || call.isLoad || after.size() == before.size());
         after.resize(before.size());
@@ -160,7 +160,7 @@ TEST_F(Faults, AFailedAllocationLeavesTheStoreAndTheGateAsTheyWere) {
         VecHostSetElsetKeyMode(mode);
         VecTabRemoveSat(Add(8, 100.0));  // a block of objects is never handed back
         for (const Call& call : Calls()) {
-            SCOPED_TRACE(std::string(call.name) + ", mode " + std::to_string(mode));
+            SCOPED_TRACE(call.name + ", mode " + std::to_string(mode));
             bool happened = true;
             for (int number = 1; happened && !HasFatalFailure(); ++number) {
                 const long pieces = Injection::LivePieces();
@@ -171,16 +171,12 @@ TEST_F(Faults, AFailedAllocationLeavesTheStoreAndTheGateAsTheyWere) {
             }
         }
     }
-    const char* const expected[] = {"AddRecToMem: Cannot allocate memory for a new rec.",
-                                    "AddRecToMem: Unable to allocate memory for key #.",
-                                    "VecOemLoadFile: Out of memory.",
-                                    "VecTabAddSat: Out of memory.",
-                                    "VecTabAddSatEphem: Out of memory.",
-                                    "VecTabAddSatFrFile: Out of memory.",
-                                    "VecTabGetLoaded: Out of memory.",
-                                    "VecTabLoadFile: Out of memory.",
-                                    "VecTabSaveFile: Out of memory."};
-    EXPECT_EQ(allWords, (std::set<std::string>(std::begin(expected), std::end(expected))));
+    std::set<std::string> expected{"AddRecToMem: Cannot allocate memory for a new rec.",
+                                   "AddRecToMem: Unable to allocate memory for key #."};
+    for (const Call& call : Calls()) {
+        if (!call.name.starts_with("the calls")) expected.insert(call.name + ": Out of memory.");
+    }
+    EXPECT_EQ(allWords, expected);
 }
 
 TEST_F(Faults, AFileThatCannotBeReadFailsInOrder) {

@@ -2,20 +2,19 @@
 
 import datetime
 import errno
+import math
+import pickle
 from array import array
 
 import numpy as np
 import pandas as pd
 
 import vectable as vt
-from test_vectable import SAMPLE, START, StoreTest, build, run_python
+from test_vectable import SAMPLE, START, TERMS, StoreTest, build, rows_of, run_python, state
 
 SAMPLES = SAMPLE.parent
 UTC = datetime.timezone.utc
-NAIVE = datetime.datetime(2025, 1, 1)
 HOURS = pd.date_range("2025-01-01", periods=2, freq="H", tz="UTC")
-FROZEN = np.zeros((6, 6))
-FROZEN.flags.writeable = False
 
 
 class Times(StoreTest):
@@ -38,21 +37,20 @@ class Times(StoreTest):
             self.assertEqual(list(vt.days_utc(given)), [START, START + 3600.0 / 86400.0])
         self.assertTrue(np.isnan(vt.days_utc(np.datetime64("NaT"))))
 
-    def test_what_is_no_time_is_refused(self):
-        for error, words, given in (
-            (ValueError, "a datetime with a zone is wanted, not the naive 2025-01-01T00:00:00", NAIVE),
-            (ValueError, "naive", pd.Timestamp(NAIVE)),
-            (ValueError, "'noon'", ["2025-01-01", "noon"]),
-            (ValueError, "junk", "2025-01-01\0junk"),
-            (ValueError, "+02:00", "2025-01-01T02:00+02:00"),
-            (ValueError, "shape (2, 1)", [[1.0], [2.0]]),
-            (TypeError, "not None", None),
-            (TypeError, "complex128", 1j),
-            (TypeError, "timedelta64", np.timedelta64(1, "s")),
-            (TypeError, "True", True),
-            (TypeError, "datetime.date", [NAIVE.date()]),
-        ):
-            self.raises(error, words, vt.days_utc, given)
+
+class Refusals(StoreTest):
+    def test_every_row_of_refused_txt(self):
+        key, bad = build(), self.folder / "bad.txt"
+        bad.write_text("TIME(SEC): TIME\n" + 16 * "\n" + "no number\n")
+        names = {"key": key, "keys": [key, 5, 6, 7], "times": START + np.arange(6.0) / 1440.0, "bad": bad, "none": self.folder / "none"}
+        for row in rows_of("refused.txt"):
+            exception, words, expression = row.split(" | ")
+            kind, *status = exception.split()
+            caught = self.raises(vt.VecTabError if status else eval(kind), words, eval, expression, {**globals(), **names})
+            if status:
+                again, call = pickle.loads(pickle.dumps(caught)), expression[3:].split("(")[0]
+                self.assertEqual((again.call, str(again.status), str(again).split(":")[0]), (call, *status, call))
+        self.assertEqual(vt.VecTabGetAllFields(key).numOfPts, 6)
 
 
 class States(StoreTest):
@@ -106,22 +104,6 @@ class States(StoreTest):
             np.testing.assert_array_equal(np.asarray(out).reshape(6, 6), np.hstack((wanted.pos, wanted.vel)))
             self.assertEqual(np.shares_memory(states.pos, out), memoryview(out).c_contiguous)
         self.assertFalse(room[:, [0, 1, 8]].any())
-
-    def test_arguments_are_refused(self):
-        for error, words, keys, options in (
-            (TypeError, "keys: one key or a sequence", 1.0, {}),
-            (TypeError, "keys: one key or a sequence", "10001", {}),
-            (TypeError, "float64", np.array([1.0]), {}),
-            (TypeError, "shape (1, 1)", np.array([[5]]), {}),
-            (OverflowError, "64 bits", np.array([2**63], np.uint64), {}),
-            (ValueError, "not 6 times for 4 keys", self.keys, {"pairs": True}),
-            (ValueError, "(6, 6), or of 36 in one dimension, is wanted, not one of shape (5, 6)", 5, {"out": np.ones((5, 6))}),
-            (ValueError, "shape (35,)", 5, {"out": array("d", bytes(280))}),
-            (ValueError, "read-only", 5, {"out": FROZEN}),
-            (TypeError, "format 'f'", 5, {"out": np.zeros((6, 6), "f")}),
-            (TypeError, "not list", 5, {"out": [0.0] * 36}),
-        ):
-            self.raises(error, words, lambda: vt.states(keys, self.times, **options))
 
     def test_without_numpy_the_numbers_are_the_same(self):
         code = """

@@ -14,12 +14,6 @@ using namespace VecTableSupport;
 
 class TraceLog : public StoreTest {};
 
-TEST_F(TraceLog, AnEntryReachesTheSinkExactly) {
-    TraceLogError("words   ");
-    TraceLogInfo("");
-    EXPECT_EQ(log.entries, (std::vector<LogEntry>{{VEC_HOST_TRACE_ERROR, "words   "}, {VEC_HOST_TRACE_INFO, ""}}));
-}
-
 TEST_F(TraceLog, AReplacedSinkIsNotCalledAgain) {
     struct Sink {
         std::atomic<int> entries{0};

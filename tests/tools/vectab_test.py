@@ -10,7 +10,6 @@ import io
 import math
 import os
 import pathlib
-import pty
 import random
 import re
 import resource
@@ -281,17 +280,6 @@ class Streams(VectabTest):
             self.assertTrue(process.stdout.readline().startswith(b"satellite,"))
             process.stdout.close()
             self.assertEqual((process.stderr.read(), process.wait()), (b"", 1))
-
-    def test_short_work_shows_no_progress_at_a_terminal(self):
-        try:
-            ours, theirs = pty.openpty()
-        except OSError as error:
-            self.skipTest(f"no terminals here: {error}")
-        self.addCleanup(os.close, ours)
-        with os.fdopen(theirs, "w") as terminal:
-            self.assertEqual(vectab("info", "nowhere.e", stderr=terminal).returncode, 1)
-            self.assertEqual(vectab("info", LEO, stderr=terminal).returncode, 0)
-        self.assertEqual(os.read(ours, 1000), b"vectab: nowhere.e: No such file or directory\r\n")
 
 
 if __name__ == "__main__":
