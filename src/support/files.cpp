@@ -62,6 +62,7 @@ void InputUnit::Rewind() noexcept {
 
 // Moves what is not yet handed out to `keptFrom` and reads on after it.
 ReadStatus InputUnit::Fill(std::size_t keptFrom) noexcept {
+    if (buffer_ == nullptr) return ReadStatus::kError;
     const std::size_t kept = end_ - begin_;
     std::memmove(buffer_.get() + keptFrom, buffer_.get() + begin_, kept);
     begin_ = keptFrom;
@@ -85,6 +86,7 @@ ReadStatus InputUnit::NextLine(std::string_view& line) noexcept {
 ReadStatus InputUnit::FindLine(std::string_view& line) noexcept {
     std::size_t searched = 0;
     line = {};
+    if (buffer_ == nullptr) return ReadStatus::kError;  // no file is open
     for (;;) {
         const char* first = buffer_.get() + begin_;
         if (const void* lineFeed = std::memchr(first + searched, '\n', end_ - begin_ - searched)) {
