@@ -73,7 +73,12 @@ TEST(TableMemory, ARandomWalkKeepsEveryPieceItsOwn) {
         EXPECT_TRUE(piece.IsWhole(piece.size));
         ReleaseTableMemory(piece.bytes);
     }
-    EXPECT_LE(Mappings(), before + 2);  // one region is kept
+#ifdef __SANITIZE_THREAD__  // its own mappings follow those of the program
+    constexpr std::size_t kOthers = 100;
+#else
+    constexpr std::size_t kOthers = 0;
+#endif
+    EXPECT_LE(Mappings(), before + 2 + kOthers);  // one region is kept
     ReleaseTableMemory(nullptr);
     EXPECT_EQ(TakeTableMemory(SIZE_MAX), nullptr);
 }
