@@ -91,9 +91,9 @@ class DateScanner {
     // Whole seconds and a fraction, padded by blanks before it; -1.0 when there are none.
     double TakeSeconds() noexcept {
         SkipBlanks();
-        const auto* const behind =
+        const auto* const next =
             std::find_if(rest_.begin(), rest_.end(), [](char c) { return !IsDigit(c) && c != '.'; });
-        const auto end = static_cast<std::size_t>(behind - rest_.begin());
+        const auto end = static_cast<std::size_t>(next - rest_.begin());
         double seconds = -1.0;
         if (end == 0 || ReadRealField(rest_.substr(0, end), 0, seconds) != ReadStatus::kOk) return -1.0;
         rest_.remove_prefix(end);

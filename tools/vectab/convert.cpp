@@ -54,9 +54,9 @@ class LossReport {
     void Add(const std::vector<std::string>& losses) { losses_.insert(losses.begin(), losses.end()); }
 
     void Tell(const std::string& output) const {
-        std::string words;
-        for (const std::string& loss : losses_) words += (words.empty() ? "" : ", ") + loss;
-        if (!words.empty()) Complain(output + ": the format does not hold " + words);
+        std::string message;
+        for (const std::string& loss : losses_) message += (message.empty() ? "" : ", ") + loss;
+        if (!message.empty()) Complain(output + ": the format does not hold " + message);
     }
 
   private:

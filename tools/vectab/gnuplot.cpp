@@ -86,9 +86,9 @@ std::string RunGnuplot(const std::string& script) {
     const int exitStatus = Spawn(input, output, errors);
     std::string picture = output.Content();
     if (exitStatus != 0 || picture.empty()) {
-        std::string words = errors.Content();
-        std::replace(words.begin(), words.end(), '\n', ' ');
-        throw Failure("gnuplot failed: " + std::string(WithoutOuterBlanks(words)));
+        std::string message = errors.Content();
+        std::replace(message.begin(), message.end(), '\n', ' ');
+        throw Failure("gnuplot failed: " + std::string(WithoutOuterBlanks(message)));
     }
     return picture;
 }

@@ -36,8 +36,8 @@ LogCapture::LogCapture() {
 }
 
 void LogCapture::Receive(std::int32_t level, const char* text, std::int32_t length, void* context) {
-    const std::string_view words(text, static_cast<std::size_t>(length));
-    static_cast<LogCapture*>(context)->Add(level == VEC_HOST_TRACE_ERROR, WithoutOuterBlanks(words));
+    const std::string_view message(text, static_cast<std::size_t>(length));
+    static_cast<LogCapture*>(context)->Add(level == VEC_HOST_TRACE_ERROR, WithoutOuterBlanks(message));
 }
 
 void LogCapture::Add(bool error, std::string_view text) {
@@ -64,11 +64,11 @@ std::vector<LogCapture::Entry> LogCapture::Take() {
 }
 
 std::string LogCapture::TakeError() {
-    std::string words;
+    std::string message;
     for (Entry& entry : Take()) {
-        if (entry.error) words = std::move(entry.text);
+        if (entry.error) message = std::move(entry.text);
     }
-    return words;
+    return message;
 }
 
 std::size_t LogCapture::BadLines(const std::string& path) const {

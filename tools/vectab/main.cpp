@@ -26,15 +26,15 @@ std::string LibraryInfo() {
 
 // Help and version arrive here as well; they go to standard output.
 void Answer(const CLI::App& program, const CLI::ParseError& error) {
-    std::ostringstream words;
-    program.exit(error, words, words);
+    std::ostringstream message;
+    program.exit(error, message, message);
     if (error.get_exit_code() != 0) {
         std::string line = error.what();
         std::replace(line.begin(), line.end(), '\n', ' ');
         throw Failure(std::string(WithoutOuterBlanks(line)) + " (see vectab --help)", kExitUsage);
     }
     Output output;
-    output.Write(words.str());
+    output.Write(message.str());
     output.Finish();
 }
 

@@ -78,9 +78,9 @@ std::vector<Note> NotesOn(const Record& record, const Survey& survey) {
 }
 
 std::string Listed(const std::vector<Note>& notes) {
-    std::string words;
-    for (const Note& note : notes) words += (words.empty() ? "" : ", ") + note.words;
-    return words.empty() ? "-" : words;
+    std::string message;
+    for (const Note& note : notes) message += (message.empty() ? "" : ", ") + note.message;
+    return message.empty() ? "-" : message;
 }
 
 }  // namespace Vectab

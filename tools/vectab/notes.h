@@ -11,13 +11,13 @@
 namespace Vectab {
 
 struct Note {
-    std::string words;   // for a column of a table
-    std::string detail;  // what that means for states from the table; may be empty
+    std::string message;  // for a column of a table
+    std::string detail;   // what that means for states from the table; may be empty
 };
 
 std::vector<Note> NotesOn(const Record& record, const Survey& survey);
 
-// The words, with commas between; a dash when there are none.
+// The notes, with commas between; a dash when there are none.
 std::string Listed(const std::vector<Note>& notes);
 
 }  // namespace Vectab

@@ -6,7 +6,7 @@
 
 namespace Vectab {
 
-// Writes all of the text. A failure names `name`; it has no words when the reader of a pipe went away.
+// Writes all of the text. A failure names `name`; it has no message when the reader of a pipe went away.
 void WriteAll(int descriptor, std::string_view text, const std::string& name);
 
 // A failure when the output is the input file.

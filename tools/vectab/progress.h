@@ -19,7 +19,7 @@ class Progress {
 
     std::mutex mutex_;
     std::condition_variable_any wakeUp_;
-    std::jthread thread_;  // ends ahead of what it uses
+    std::jthread thread_;  // ends before what it uses
 };
 
 }  // namespace Vectab

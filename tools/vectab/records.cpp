@@ -158,12 +158,12 @@ std::string LoadedFile::Label(const Record& record) const {
 
 std::string LoadedFile::WhatThereIs() const {
     constexpr std::size_t kMostShown = 20;
-    std::string words = Name() + " holds " + Counted(records_.size(), "record") + ", of the satellite" +
-                        (records_.size() == 1 ? " " : "s ");
+    std::string message = Name() + " holds " + Counted(records_.size(), "record") + ", of the satellite" +
+                          (records_.size() == 1 ? " " : "s ");
     for (std::size_t i = 0; i < std::min(records_.size(), kMostShown); ++i) {
-        words += (i == 0 ? "" : ", ") + std::to_string(records_[i].satNum);
+        message += (i == 0 ? "" : ", ") + std::to_string(records_[i].satNum);
     }
-    return words + (records_.size() > kMostShown ? ", ..." : "");
+    return message + (records_.size() > kMostShown ? ", ..." : "");
 }
 
 int ForEachFile(const std::vector<std::string>& names, bool verbose,
@@ -202,8 +202,8 @@ const Record& Choose(const LoadedFile& file, const Choice& choice) {
 std::string FrameName(std::int32_t frame) {
     char name[VEC_HOST_FRAME_NAME_LENGTH];
     VecHostFrameName(frame, name);
-    const std::string words = TextOf(name);
-    return words.empty() ? "code " + std::to_string(frame) : words;
+    const std::string message = TextOf(name);
+    return message.empty() ? "code " + std::to_string(frame) : message;
 }
 
 bool IsCartesian(std::int32_t frame) noexcept {

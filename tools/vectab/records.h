@@ -41,7 +41,7 @@ struct State {
     std::int32_t revNum;
 };
 
-// The records of a file, stored as long as this lives. The words of the library's log are passed on to standard error.
+// The records of a file, stored as long as this lives. The messages of the library's log are passed on to standard error.
 class LoadedFile {
   public:
     // A failure when the file gives no record.

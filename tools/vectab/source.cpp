@@ -90,11 +90,11 @@ bool IsOrbitEphemerisMessage(const std::string& path) {
     std::ifstream file(path);
     std::string line;
     while (std::getline(file, line)) {
-        std::string_view words = WithoutCarriageReturn(line);
-        if (words.starts_with(kByteOrderMark)) words.remove_prefix(kByteOrderMark.size());
-        words = WithoutOuterBlanks(words);
-        if (words.empty() || words.starts_with("COMMENT")) continue;
-        return words.starts_with("CCSDS_OEM_VERS") || words.starts_with("<?xml");
+        std::string_view message = WithoutCarriageReturn(line);
+        if (message.starts_with(kByteOrderMark)) message.remove_prefix(kByteOrderMark.size());
+        message = WithoutOuterBlanks(message);
+        if (message.empty() || message.starts_with("COMMENT")) continue;
+        return message.starts_with("CCSDS_OEM_VERS") || message.starts_with("<?xml");
     }
     return false;
 }
@@ -105,10 +105,10 @@ std::vector<ListedFile> ListedFiles(const std::string& path) {
     std::string line;
     for (std::int64_t number = 1; std::getline(file, line); ++number) {
         if (!IsFileLine(line)) continue;
-        const std::string_view words = WithoutCarriageReturn(line);
-        const auto equals = words.find('=');
+        const std::string_view message = WithoutCarriageReturn(line);
+        const auto equals = message.find('=');
         const bool named = equals != std::string_view::npos;
-        files.push_back({named ? std::string(WithoutOuterBlanks(words.substr(equals + 1))) : "", number});
+        files.push_back({named ? std::string(WithoutOuterBlanks(message.substr(equals + 1))) : "", number});
     }
     return files;
 }

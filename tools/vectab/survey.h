@@ -9,7 +9,7 @@
 
 namespace Vectab {
 
-// The words of the notes on a table, which `info` lists and `states` marks times with.
+// The notes on a table, which `info` lists and `states` marks times with.
 inline constexpr std::string_view kNoVelocities = "no velocities";
 inline constexpr std::string_view kHole = "hole";
 inline constexpr std::string_view kLongStep = "long step";
@@ -46,7 +46,7 @@ struct Survey {
     // Whether the points of the indices `first` to `last` have a hole or a long step between them.
     bool Interrupted(std::size_t first, std::size_t last) const noexcept;
 
-    // Why a state at the time is not to be trusted: one of the words above, or nothing.
+    // Why a state at the time is not to be trusted: one of the notes above, or nothing.
     std::string_view Mark(double ds50UTC) const noexcept;
 };
 

@@ -11,7 +11,7 @@ Table::Table(const LoadedFile& loaded, const Record& chosen)
 void Table::Warn() const {
     for (const Note& note : notes) {
         if (note.detail.empty()) continue;
-        Complain(file.Label(record) + ": " + note.words + ": " + note.detail);
+        Complain(file.Label(record) + ": " + note.message + ": " + note.detail);
     }
 }
 

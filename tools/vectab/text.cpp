@@ -44,8 +44,8 @@ std::string Counted(std::size_t count, std::string_view noun) {
     return std::to_string(count) + ' ' + std::string(noun) + (count == 1 ? "" : "s");
 }
 
-void Complain(std::string_view words) {
-    const std::string line = "vectab: " + Printable(words) + '\n';
+void Complain(std::string_view message) {
+    const std::string line = "vectab: " + Printable(message) + '\n';
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 

@@ -23,7 +23,7 @@ std::string FourDigits(double value);
 // "1 point", "2 points".
 std::string Counted(std::size_t count, std::string_view noun);
 
-// Writes "vectab: " and the words as one line to standard error.
-void Complain(std::string_view words);
+// Writes "vectab: " and a message as one line to standard error.
+void Complain(std::string_view message);
 
 }  // namespace Vectab

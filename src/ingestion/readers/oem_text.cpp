@@ -110,13 +110,13 @@ std::string_view TakeWord(std::string_view& text) noexcept {
     return word;
 }
 
-using Words = std::initializer_list<std::string_view>;
+using Pieces = std::initializer_list<std::string_view>;
 
 // An entry in the log: a line of the file, and what is wrong there.
-void LogAt(std::int64_t line, Words words) noexcept {
+void LogAt(std::int64_t line, Pieces pieces) noexcept {
     TextBuilder<256> text;
     text.Add(kOemCall).Add(": Line ").AddInteger(line).Add(": ");
-    for (const std::string_view piece : words) text.Add(piece);
+    for (const std::string_view piece : pieces) text.Add(piece);
     VecTableSupport::TraceLogError(text.Written());
 }
 
@@ -150,15 +150,15 @@ class OemReader {
 
     static constexpr std::size_t kCovarianceRows = 6;
 
-    static bool FailAt(std::int64_t line, Words words) noexcept {
-        LogAt(line, words);
+    static bool FailAt(std::int64_t line, Pieces pieces) noexcept {
+        LogAt(line, pieces);
         return false;
     }
-    bool Fail(Words words) const noexcept { return FailAt(unit_.LineNumber(), words); }
+    bool Fail(Pieces pieces) const noexcept { return FailAt(unit_.LineNumber(), pieces); }
 
     // Ends with the text of the file that is to blame.
-    bool FailQuoting(std::string_view words, std::string_view text) const noexcept {
-        return Fail({words, " \"", text.substr(0, kLongestQuote), "\"."});
+    bool FailQuoting(std::string_view message, std::string_view text) const noexcept {
+        return Fail({message, " \"", text.substr(0, kLongestQuote), "\"."});
     }
 
     bool UseLine(std::string_view line) {
@@ -295,10 +295,10 @@ class OemReader {
     }
 
     bool UseCovarianceLine(std::string_view line) {
-        const KeyAndValue words = Split(line);
-        if (rowsToCome_ == kCovarianceRows && words.key == "COV_REF_FRAME") return UseAxes(words.value);
+        const KeyAndValue given = Split(line);
+        if (rowsToCome_ == kCovarianceRows && given.key == "COV_REF_FRAME") return UseAxes(given.value);
         if (rowsToCome_ > 0) return UseRow(line);
-        if (words.key == "EPOCH") return StartCovariance(words.value);
+        if (given.key == "EPOCH") return StartCovariance(given.value);
         if (line != "COVARIANCE_STOP") return FailQuoting("EPOCH or COVARIANCE_STOP must come here, not", line);
         section_ = Section::kStates;
         return true;
