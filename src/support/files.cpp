@@ -78,7 +78,7 @@ ReadStatus InputUnit::Fill(std::size_t keptFrom) noexcept {
 
 ReadStatus InputUnit::NextLine(std::string_view& line) noexcept {
     const ReadStatus status = FindLine(line);
-    lineNumber_ += status == ReadStatus::kOk;
+    if (status == ReadStatus::kOk) ++lineNumber_;
     if (std::exchange(atStart_, false) && line.starts_with(kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
     return status;
 }
