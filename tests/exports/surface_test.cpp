@@ -8,32 +8,28 @@
 
 class Surface : public StoreTest {};
 
-// A thread that is cancelled ahead of a call does the whole of it, and ends at the first chance after it.
+// A thread that is cancelled before a call does the whole of it, and ends at the first chance after it.
 TEST_F(Surface, ACancelledThreadFinishesItsCall) {
     const std::string file =
         Write("10001.e", "stk.v.4\nScenarioEpoch 1 Jan 2025 00:00:00.000\nEphemerisTimePos\n0 1 2 3\n");
     const std::string list = folder / "list.txt";
-    const std::string trace = folder / "trace.log";
     const std::function<bool()> calls[] = {
         [&] { return VecTabAddSatFrFile(file.c_str()) > 0; },
         [&] { return VecTabRemoveAllSats() == 0 && VecTabLoadFile(file.c_str()) == 0; },
         [&] { return VecTabSaveFile(list.c_str(), 0) == 0; },
         [&] { return VecTabSaveFile(list.c_str(), 1) == 0; },
-        [&] { return VecHostTraceToFile(trace.c_str()) == 0; },
+        [&] { return VecHostTraceToFile(list.c_str()) == 0; },
         [&] { return VecTabRemoveSat(16) == 2; },  // writes to the log
         [&] {
             VecHostSetTraceSink([](int32_t, const char*, int32_t, void*) { ::pthread_testcancel(); }, nullptr);
             return VecTabRemoveSat(16) == 2;
         }};
     for (const auto& call : calls) {
-        struct Thread {
-            const std::function<bool()>& call;
-            bool done;
-        } work{call, false};
+        std::pair<const std::function<bool()>*, bool> work{&call, false};
         const auto run = [](void* context) -> void* {
-            auto& thread = *static_cast<Thread*>(context);
+            auto& [made, done] = *static_cast<decltype(work)*>(context);
             ::pthread_cancel(::pthread_self());
-            thread.done = thread.call();
+            done = (*made)();
             for (;;) ::pthread_testcancel();
         };
         pthread_t thread;
@@ -41,7 +37,7 @@ TEST_F(Surface, ACancelledThreadFinishesItsCall) {
         ASSERT_EQ(::pthread_create(&thread, nullptr, run, &work), 0);
         ::pthread_join(thread, &result);
         EXPECT_EQ(result, PTHREAD_CANCELED);
-        EXPECT_TRUE(work.done) << &call - calls;
+        EXPECT_TRUE(work.second) << &call - calls;
     }
 }
 

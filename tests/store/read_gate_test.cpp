@@ -90,10 +90,6 @@ TEST_F(StoreTest, EveryAnswerIsOneThatSomeOrderOfTheCallsAllows) {
         others.emplace_back([&] {
             while (!stop) expect(VecTabSaveFile(list.c_str(), 0) == 0);
         });
-        others.emplace_back([&] {
-            const VecHostTraceSink silent = [](int32_t, const char*, int32_t, void*) {};
-            while (!stop) VecHostSetTraceSink(stop ? nullptr : silent, nullptr);
-        });
         for (int generation = 1; generation <= 100; ++generation) {
             std::string text = "stk.v.1\nScenarioEpoch 1 Jan 2025 00:00:00.000\nEphemerisTimePos\n";
             const std::string number = " " + std::to_string(1000 * generation);

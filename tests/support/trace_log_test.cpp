@@ -65,13 +65,10 @@ TEST_F(TraceLog, AFileGetsALineForEachEntry) {
     EXPECT_TRUE(line == 0 && noPath == std::string(512, ' ') + '#');
     const std::string text(400, 'x');
     const auto before = std::time(nullptr);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < 50; ++i) TraceLogError(text + "   ");
-        });
-    }
-    for (auto& thread : threads) thread.join();
+    const auto logFifty = [&] {
+        for (int i = 0; i < 50; ++i) TraceLogError(text + "   ");
+    };
+    { const std::jthread a(logFifty), b(logFifty), c(logFifty), d(logFifty); }
     TraceLogInfo(std::string(3000, 'y'));
     VecHostSetTraceSink(nullptr, nullptr);
 
