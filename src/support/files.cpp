@@ -14,7 +14,7 @@
 namespace VecTableSupport {
 namespace {
 
-constexpr std::size_t kBufferSize = 65536;
+constexpr std::size_t kBufferSize = 65536;  // a larger one would be mapped from the system for every file
 constexpr std::size_t kLongestLine = 4096;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
