@@ -87,7 +87,6 @@ int32_t FormatStoredField(int64_t satKey, int32_t fieldCode, FieldBuilder& text)
 }  // namespace
 
 int32_t VecTabGetField(int64_t satKey, int32_t fieldCode, char fieldText[VEC_TAB_FIELD_LENGTH]) {
-    ClearText(fieldText, kFieldLength);
     if (NullArgument("VecTabGetField", fieldText)) return kFailure;
     FieldBuilder text;
     const int32_t status = FormatStoredField(satKey, fieldCode, text);

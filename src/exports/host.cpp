@@ -27,7 +27,6 @@ int32_t VecHostTraceToFile(const char* path) {
 }
 
 void VecHostFrameName(int32_t coordSys, char name[VEC_HOST_FRAME_NAME_LENGTH]) {
-    ClearText(name, VEC_HOST_FRAME_NAME_LENGTH);
     if (NullArgument("VecHostFrameName", name)) return;
     StrToCharArr(VecTableTypes::FrameName(coordSys), VEC_HOST_FRAME_NAME_LENGTH, name);
 }

@@ -12,7 +12,7 @@
 namespace VecTableTypes {
 namespace {
 
-// Points are moved and cleared as bytes; the default point is zero in every field.
+// Points are moved as bytes.
 static_assert(std::is_trivially_copyable_v<VecTabPoint>);
 
 constexpr std::size_t Bytes(std::size_t points) noexcept {
@@ -60,12 +60,6 @@ void PointArray::Reserve(std::size_t points) {
     if (memory == nullptr) throw std::bad_alloc();
     points_ = static_cast<VecTabPoint*>(memory);
     reserved_ = static_cast<std::uint32_t>(wanted);
-}
-
-void PointArray::MakeUpTo(std::size_t number) {
-    if (number > reserved_) Reserve(number);
-    std::memset(static_cast<void*>(points_ + made_), 0, Bytes(number - made_));
-    made_ = static_cast<std::uint32_t>(number);
 }
 
 PointArray::Span PointArray::MeasureSpan(std::size_t count) const noexcept {

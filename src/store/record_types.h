@@ -39,7 +39,7 @@ struct VecTabPoint {
 inline constexpr VecTabPoint kDefaultPoint{};
 
 // The array of points that a record owns. Its capacity moves in the steps that its user asks for, and memory follows the
-// points: what lies between them and the capacity are default points, which come into being when somebody changes one.
+// points: what lies between them and the capacity are default points, which take none.
 class VECTABLE_MODULE PointArray {
   public:
     PointArray() noexcept = default;
@@ -75,13 +75,6 @@ class VECTABLE_MODULE PointArray {
         return number <= made_ ? points_[number - 1] : kDefaultPoint;
     }
 
-    // A point that is to be changed. On std::bad_alloc the array is as it was.
-    VecTabPoint& Change(std::size_t number) {
-        spanCount_ = 0;
-        if (number > made_) MakeUpTo(number);
-        return points_[number - 1];
-    }
-
     // The covariance of a point that is there, to be changed.
     std::array<double, kCovTerms>& ChangeCovariance(std::size_t number) noexcept { return points_[number - 1].cov; }
 
@@ -100,7 +93,6 @@ class VECTABLE_MODULE PointArray {
 
   private:
     void Reserve(std::size_t points);
-    void MakeUpTo(std::size_t number);
     void NoteLast(std::size_t index, double time) noexcept {
         if (index > 0 && spanCount_ == index) [[likely]] {
             span_.lastTime = time;

@@ -144,7 +144,6 @@ CalendarDay TakeDayFirst(DateScanner& scanner) noexcept {
 bool TakeEnd(DateScanner& scanner) noexcept {
     scanner.SkipBlanks();
     scanner.Take("Zz");
-    scanner.SkipBlanks();
     return scanner.AtEnd();
 }
 

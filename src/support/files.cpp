@@ -48,13 +48,15 @@ std::int32_t InputUnit::Open(std::string_view filePath) {
 void InputUnit::Close() noexcept {
     if (descriptor_ >= 0) ::close(descriptor_);
     descriptor_ = -1;
-    begin_ = end_ = 0;
-    atStart_ = true;
-    lineNumber_ = 0;
+    StartOver();
 }
 
 void InputUnit::Rewind() noexcept {
     ::lseek(descriptor_, 0, SEEK_SET);
+    StartOver();
+}
+
+void InputUnit::StartOver() noexcept {
     begin_ = end_ = 0;
     atStart_ = true;
     lineNumber_ = 0;

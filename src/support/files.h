@@ -83,6 +83,7 @@ class InputUnit {
     }
 
   private:
+    void StartOver() noexcept;
     ReadStatus Fill(std::size_t keptFrom) noexcept;
     ReadStatus FindLine(std::string_view& line) noexcept;
     ReadStatus CutLongLine(std::string_view& line) noexcept;

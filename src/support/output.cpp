@@ -240,10 +240,8 @@ std::int32_t OutputUnit::Close() noexcept {
 
 // Leaves an earlier file as it was.
 void OutputUnit::Abandon() noexcept {
-    if (descriptor_ >= 0) {
-        if (oldLength_ >= 0) static_cast<void>(::ftruncate(descriptor_, oldLength_));
-        ::close(descriptor_);
-    }
+    if (descriptor_ >= 0 && oldLength_ >= 0) static_cast<void>(::ftruncate(descriptor_, oldLength_));
+    TakeDescriptor(-1);
     if (!besidePath_.empty()) ::unlink(besidePath_.c_str());
     Release();
 }
@@ -251,7 +249,6 @@ void OutputUnit::Abandon() noexcept {
 void OutputUnit::Release() noexcept {
     if (isOpen_) isOneOpen = false;
     isOpen_ = false;
-    descriptor_ = -1;
     besidePath_.clear();
     oldLength_ = -1;
     endangersOldFile_ = false;

@@ -78,7 +78,11 @@ TEST_F(Persistence, ASavedFileKeepsItsModeAndItsLinks) {
     EXPECT_EQ(Files(), (Strings{"early", "first", "list.txt", longName, "no file yet", "second"}));
     EXPECT_TRUE(log.entries.empty());
     const int open = ::open(list.c_str(), O_RDONLY);
-    EXPECT_EQ(VecTabSaveFile(("/proc/self/fd/" + std::to_string(open)).c_str(), 0), 0);
+    ::unlink(list.c_str());
+    const std::string unlinked = "/proc/self/fd/" + std::to_string(open);  // a link to "list.txt (deleted)"
+    EXPECT_EQ(VecTabSaveFile(unlinked.c_str(), 0), 0);
+    EXPECT_EQ(ReadAll(unlinked), header);
+    EXPECT_EQ(Files(), (Strings{"early", "first", longName, "no file yet", "second"}));
     ::close(open);
 }
 

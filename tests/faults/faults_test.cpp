@@ -180,6 +180,35 @@ TEST_F(Faults, AFailedAllocationLeavesTheStoreAndTheGateAsTheyWere) {
     EXPECT_EQ(allWords, expected);
 }
 
+TEST_F(Faults, AMessageThatFailsLeavesADuplicateThatIsAllowed) {
+    LoadByName(message, 8);
+    VecHostSetDupKeyMode(1);
+    const Strings before = Stored();
+    bool happened = true;
+    for (int number = 1; happened; ++number) {
+        Injection::allocation.Arm(number);
+        LoadByName(message, 8);
+        happened = Injection::allocation.Happened();
+        Injection::allocation.Disarm();
+        ASSERT_EQ(Stored(), before) << number;
+    }
+}
+
+TEST_F(Faults, AnEmptiedStoreHoldsNoMemory) {
+    for (const int mode : {0, 1}) {
+        VecHostSetElsetKeyMode(mode);
+        long pieces = 0;
+        for (int round = 0; round < 2; ++round) {
+            pieces = Injection::LivePieces();  // the first round makes a block of objects
+            VecTabRemoveAllSats();
+            for (int i = 0; i < 5; ++i) Append(Add(i, 1.0), 2.0);
+        }
+        VecTabRemoveAllSats();
+        for (int i = 0; i < 5; ++i) Append(Add(i, 1.0), 2.0);
+        EXPECT_EQ(Injection::LivePieces(), pieces);
+    }
+}
+
 TEST_F(Faults, AFileThatCannotBeReadFailsInOrder) {
     int injected = 0;
     const std::string readError = ": File read error. ***";
@@ -277,16 +306,24 @@ TEST_F(Faults, ANewListIsPrivateUntilItHasTheOldOwner) {
 }
 
 TEST_F(Faults, AListThatIsWrittenInPlaceIsToldInTheLog) {
-    for (const int32_t saveMode : {0, 1}) {
+    // The second file opened is the one beside, the third one the old list for reading.
+    for (const auto& [saveMode, failing] : {std::pair{0, 2}, {1, 2}, {1, 3}}) {
         log.entries.clear();
-        Injection::openFile.Arm(2, EACCES);  // of the file beside
+        Injection::openFile.Arm(failing, EACCES);
         EXPECT_EQ(VecTabSaveFile(list.c_str(), saveMode), 0);
         Injection::openFile.Disarm();
         const std::string warning =
             "Warning-VecTabSaveFile: No file can be made beside the old one. It is written in place.";
         EXPECT_EQ(log.Take(VEC_HOST_TRACE_INFO), Strings{warning});
     }
-    EXPECT_EQ(ReadList().size(), 2 * (36 + 522U));
+    Injection::most = 100;
+    Injection::openFile.Arm(2, EACCES);
+    Injection::writeFile.Arm(3, ENOSPC);
+    EXPECT_EQ(VecTabSaveFile(list.c_str(), 1), 2);
+    Injection::openFile.Disarm();
+    Injection::writeFile.Disarm();
+    Injection::most = SIZE_MAX;
+    EXPECT_EQ(ReadList().size(), 3 * (36 + 522U));  // what was appended so far is taken back
 }
 
 // Whatever number of points a table is cut to and goes on from, nothing is written outside its memory.

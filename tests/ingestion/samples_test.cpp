@@ -63,6 +63,15 @@ TEST_F(Samples, AreOneOrbitInEachOfTheirFrames) {
     }
 }
 
+// The load asks for the file by its name, the reader by its path with slashes.
+TEST_F(StoreTest, ABinaryFileIsReadAtThePathWithSlashes) {
+    const std::string path = Write("a\\b.dce", "");
+    std::filesystem::create_directory(folder / "a");
+    std::filesystem::copy_file(TEST_DATA "/files/binary.dce", folder / "a/b.dce");
+    EXPECT_EQ(VecTabLoadFile(path.c_str()), 0);
+    EXPECT_EQ(VecTabGetCount(), 1);
+}
+
 INSTANTIATE_TEST_SUITE_P(Formats, Samples, testing::Range<std::size_t>(0, SampleMaking::kSamples.size()),
                          [](const auto& instance) {
                              std::string name = SampleMaking::kSamples[instance.param].file;

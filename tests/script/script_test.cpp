@@ -204,7 +204,9 @@ class Script : public StoreTest, public testing::WithParamInterface<Case> {
         for (int place = 0; place < call.pointers; ++place) {
             Words given(arguments.substr(0, arrow));
             EXPECT_EQ(std::to_string(call.make(given, variables, {}, place)), arguments.substr(arrow + 4)) << place;
-            EXPECT_THAT(log.Take(), testing::ElementsAre(testing::EndsWith(name + ": Null argument."))) << place;
+            const std::string told = name + ": Null argument.";
+            EXPECT_THAT(log.Take(), testing::ElementsAre(testing::AnyOf("VecTab" + told, "VecHost" + told, "Vec" + told)))
+                << place;
         }
     }
 

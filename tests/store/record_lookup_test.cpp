@@ -89,10 +89,11 @@ TEST_F(RecordLookup, ACopyOfARecordIsItsOwn) {
         VecTabRecord record, copy;
         record.points.Grow(2000);
         record.numOfPts = 1001;
-        record.points.Change(1001).revNum = 77;
+        for (std::size_t i = 0; i < 1001; ++i) record.points.Append(i, static_cast<double>(i)) = {};
+        record.points.Append(1000, 1.0).revNum = 77;
         VecTabBinTree* node = nullptr;
         const int64_t key = AddRecToMem(record, &node);
-        record.points.Change(1001).revNum = 1;
+        record.points.Append(1000, 1.0).revNum = 1;
         FreeVecTabRecord(record);
         FreeVecTabRecord(record);
         EXPECT_FALSE(record.points.IsAllocated());

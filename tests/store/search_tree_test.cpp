@@ -80,7 +80,9 @@ TEST_F(SearchTree, ARemovedNodeTakesThePlaceOfItsPredecessor) {
     for (const std::int64_t key : {46, 26, 66, 16, 36, 56, 76}) Link(key, static_cast<std::int32_t>(key));
     const VecTabBinTree* root = VecTabTreeRoot();
     const std::int32_t predecessorSeqNum = FindNode(36)->seqNum;
-    ASSERT_EQ(VecTabRemoveSat(46), 0);
+    std::int32_t shrunk = 0, status = 2;
+    RemoveNode(46, shrunk, status);
+    EXPECT_EQ(status, 0);
     EXPECT_EQ(VecTabTreeRoot(), root);
     EXPECT_EQ(root->satKey, 36);
     EXPECT_EQ(root->rec->satNum, 36);

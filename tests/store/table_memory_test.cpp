@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <fstream>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <random>
 #include <string>
+#include <sys/resource.h>
 #include <vector>
 
 using namespace VecTableTypes;
@@ -25,6 +26,12 @@ struct Piece {
         return std::all_of(bytes, bytes + length, [&](unsigned char byte) { return byte == fill; });
     }
 };
+
+#ifdef __SANITIZE_THREAD__  // its own mappings follow those of the program
+constexpr std::size_t kOthers = 100;
+#else
+constexpr std::size_t kOthers = 0;
+#endif
 
 std::size_t Mappings() {
     std::ifstream file("/proc/self/maps");
@@ -73,19 +80,19 @@ TEST(TableMemory, ARandomWalkKeepsEveryPieceItsOwn) {
         EXPECT_TRUE(piece.IsWhole(piece.size));
         ReleaseTableMemory(piece.bytes);
     }
-#ifdef __SANITIZE_THREAD__  // its own mappings follow those of the program
-    constexpr std::size_t kOthers = 100;
-#else
-    constexpr std::size_t kOthers = 0;
-#endif
     EXPECT_LE(Mappings(), before + 2 + kOthers);  // one region is kept
     ReleaseTableMemory(nullptr);
     EXPECT_EQ(TakeTableMemory(SIZE_MAX), nullptr);
+    void* small = TakeTableMemory(1);
+    EXPECT_EQ(ResizeTableMemory(small, 1, SIZE_MAX), nullptr);
+    ReleaseTableMemory(small);
 }
 
 // A table grows out of a region into a mapping of its own, which grows and is cut in place or moves as a whole.
 TEST(TableMemory, ALongTableKeepsItsBytesWhereverItMoves) {
     constexpr std::size_t kMebibyte = 1 << 20;
+    void* small = TakeTableMemory(1);  // keeps its region in use
+    const std::size_t before = Mappings();
     std::size_t size = 20 * kMebibyte + 1000;
     auto* bytes = static_cast<unsigned char*>(TakeTableMemory(size));
     for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<unsigned char>(i % 251);
@@ -94,5 +101,15 @@ TEST(TableMemory, ALongTableKeepsItsBytesWhereverItMoves) {
         size = std::min(size, next);
         for (std::size_t i = 0; i < size; ++i) ASSERT_EQ(bytes[i], i % 251) << next;
     }
+    rlimit limit{}, none{};
+    ::getrlimit(RLIMIT_AS, &limit);
+    none.rlim_max = limit.rlim_max;
+    ::setrlimit(RLIMIT_AS, &none);
+    void* const refused[] = {TakeTableMemory(100 * kMebibyte), ResizeTableMemory(bytes, size, 200 * kMebibyte)};
+    ::setrlimit(RLIMIT_AS, &limit);
+    EXPECT_THAT(refused, testing::Each(nullptr));
+    EXPECT_EQ(bytes[size - 1], (size - 1) % 251);
     ReleaseTableMemory(bytes);
+    ReleaseTableMemory(small);
+    EXPECT_LE(Mappings(), before + kOthers);
 }
