@@ -28,8 +28,8 @@ const char* ScanNumber(const char* first, const char* last, double& value) noexc
     if (static_cast<std::size_t>(last - start) > copy.size()) last = start + copy.size();
     char* copyEnd = std::copy(start, last, copy.data());
     copy[static_cast<std::size_t>(after - start)] = 'E';
-    const auto [copyBehind, copyError] = std::from_chars(copy.data(), copyEnd, value);
-    return copyError == std::errc() ? start + (copyBehind - copy.data()) : nullptr;
+    const auto [copyAfter, copyError] = std::from_chars(copy.data(), copyEnd, value);
+    return copyError == std::errc() ? start + (copyAfter - copy.data()) : nullptr;
 }
 
 const char* ScanNumber(const char* first, const char* last, std::int32_t& value) noexcept {

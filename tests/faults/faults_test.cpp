@@ -211,7 +211,6 @@ TEST_F(Faults, AnEmptiedStoreHoldsNoMemory) {
 
 TEST_F(Faults, AFileThatCannotBeReadFailsInOrder) {
     int injected = 0;
-    const std::string readError = ": File read error. ***";
     std::set<std::string> readers;
     Injection::most = 50;
     for (const auto& entry : std::filesystem::directory_iterator(SAMPLES)) {
@@ -232,8 +231,9 @@ TEST_F(Faults, AFileThatCannotBeReadFailsInOrder) {
                                                      (said.back().rfind("VecOemLoadFile: ", 0) == 0 &&
                                                       said.back().find("may be cut.") == std::string::npos));
                 ASSERT_TRUE(error != EINTR || status == 0) << number;
-                if (ended && error == EIO && said.back().ends_with(readError)) {
-                    readers.insert(said.back().substr(4, said.back().size() - 4 - readError.size()));
+                if (ended && error == EIO && said.back().find(": File read error.") != std::string::npos) {
+                    const std::size_t start = said.back().starts_with("*** ") ? 4 : 0;
+                    readers.insert(said.back().substr(start, said.back().find(':') - start));
                 }
                 ASSERT_EQ(status, ended ? 2 : 0) << number << (said.empty() ? "" : said.back());
                 VecTabRemoveAllSats();
@@ -252,7 +252,7 @@ TEST_F(Faults, AFileThatCannotBeReadFailsInOrder) {
     EXPECT_EQ(readers,
               (std::set<std::string>{"ReadDCEBinary", "ReadDCEText", "ReadDotE", "ReadECR", "ReadEELV", "ReadITC",
                                      "ReadJ2K", "ReadLCH", "ReadLaunchFormat", "ReadOASYS", "ReadOwner", "ReadSimObs",
-                                     "ReadV31", "ReadVTUniversalVecTab", "ReadVecEph"}));
+                                     "ReadV31", "ReadVTUniversalVecTab", "ReadVecEph", "VecOemLoadFile"}));
 }
 
 // Where the system fails, or the process ends, the list is the earlier one; a signal or a short write costs nothing.

@@ -205,7 +205,8 @@ class Script : public StoreTest, public testing::WithParamInterface<Case> {
             Words given(arguments.substr(0, arrow));
             EXPECT_EQ(std::to_string(call.make(given, variables, {}, place)), arguments.substr(arrow + 4)) << place;
             const std::string told = name + ": Null argument.";
-            EXPECT_THAT(log.Take(), testing::ElementsAre(testing::AnyOf("VecTab" + told, "VecHost" + told, "Vec" + told)))
+            EXPECT_THAT(log.Take(),
+                        testing::ElementsAre(testing::AnyOf("VecTab" + told, "VecHost" + told, "Vec" + told)))
                 << place;
         }
     }

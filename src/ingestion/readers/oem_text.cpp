@@ -59,8 +59,8 @@ constexpr std::pair<std::string_view, std::int32_t> kFrames[] = {{"EME2000", Vec
                                                                  {"ICRF", VecTableTypes::kJ2k},
                                                                  {"GCRF", VecTableTypes::kJ2k},
                                                                  {"TEME", VecTableTypes::kEci}};
-constexpr std::pair<std::string_view, TimeScale> kTimeSystems[] = {
-    {"UTC", TimeScale::kUtc}, {"TAI", TimeScale::kTai}, {"GPS", TimeScale::kGps}, {"TT", TimeScale::kTt}};
+constexpr std::pair<std::string_view, TimeScale> kOtherTimeSystems[] = {
+    {"TAI", TimeScale::kTai}, {"GPS", TimeScale::kGps}, {"TT", TimeScale::kTt}};
 constexpr std::pair<std::string_view, CovarianceAxes> kSatelliteAxes[] = {
     {"RTN", CovarianceAxes::kRtn}, {"RSW", CovarianceAxes::kRtn}, {"TNW", CovarianceAxes::kTnw}};
 
@@ -228,7 +228,7 @@ class OemReader {
 
     bool UseTimes() {
         const std::string_view system = metadata_[kTimeSystem].text;
-        timeScale_ = Find(kTimeSystems, system, TimeScale::kUtc);
+        timeScale_ = Find(kOtherTimeSystems, system, TimeScale::kUtc);
         if (timeScale_ == TimeScale::kUtc && !SameLetters(system, "UTC"))
             return Refuse(kTimeSystem, "UTC, TAI, GPS or TT");
         for (const Keyword k : {kStartTime, kStopTime}) {
