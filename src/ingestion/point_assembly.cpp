@@ -29,7 +29,7 @@ void AddOneEpPoint(const VecTabPoint& point, VecTabRecord& record, const double*
 }
 
 void TrimVecTablePts(VecTabRecord& record) noexcept {
-    if (record.numOfPts >= 1) record.points.Trim(static_cast<std::size_t>(record.numOfPts));
+    if (record.numOfPts >= 1) record.points.Trim();
 }
 
 }  // namespace VecTableCardReading

@@ -68,9 +68,8 @@ PointArray::Span PointArray::MeasureSpan(std::size_t count) const noexcept {
     return {first, last, count > 1 ? static_cast<double>(count - 1) / (last - first) : 0.0};
 }
 
-void PointArray::Trim(std::size_t capacity) noexcept {
-    made_ = std::min(made_, static_cast<std::uint32_t>(capacity));
-    capacity_ = static_cast<std::uint32_t>(capacity);
+void PointArray::Trim() noexcept {
+    capacity_ = made_;
     if (reserved_ == made_) return;
     void* trimmed = ResizeTableMemory(points_, Bytes(made_), Bytes(made_));
     if (trimmed == nullptr) return;

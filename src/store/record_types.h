@@ -65,8 +65,8 @@ class VECTABLE_MODULE PointArray {
         return points_[count];
     }
 
-    // Cuts the array to its first points and hands the rest of its memory back.
-    void Trim(std::size_t capacity) noexcept;
+    // Makes the capacity what is there, and hands the rest of the memory back.
+    void Trim() noexcept;
 
     void Free() noexcept;
 
