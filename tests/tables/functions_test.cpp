@@ -5,12 +5,14 @@
 #include <map>
 
 #include "evaluation/interpolation.h"
+#include "helpers/log_capture.h"
 #include "helpers/tables.h"
 #include "ingestion/card_identification.h"
 #include "ingestion/readers/reading.h"
 #include "support/dates.h"
 #include "support/keys.h"
 #include "support/text.h"
+#include "support/time_scales.h"
 
 using namespace VecTableCardReading;
 using namespace VecTableSupport;
@@ -74,6 +76,26 @@ std::string Revolution(const Row& row) {
     return Text(VecTableProcessing::UpdateRev(point, reference, Integer(row[2])));
 }
 
+// Of a table whose points stand at these minutes, at a time so many seconds after the first of them. What fails clears
+// the point and has its words in the log.
+std::string Interpolated(const Row& row) {
+    constexpr double kStart = 27819.0;
+    VecTableTypes::VecTabRecord record;
+    for (const double minutes : Numbers(row[1])) {
+        const double time = kStart + minutes / 1440.0;
+        record.points.Append(static_cast<std::size_t>(record.numOfPts++), time) = {time, {}, {}, 7, {}};
+    }
+    LogCapture log;
+    VecTableTypes::VecTabPoint point{1.0, {}, {}, 77, {}};
+    point.cov[20] = 1.0;
+    const double tai = Utc2Tai(kStart + std::stod(row[2]) / 86400.0);
+    const bool failed = VecTableProcessing::InterpolateEP(record, tai, point) != 0;
+    const bool isClear = point.cov[20] == 0.0 && (point.ds50UTC == 0.0) == failed && point.revNum == (failed ? 0 : 7);
+    const std::vector<std::string> told = log.Take();
+    if (!isClear || told.size() != (failed ? 1 : 0)) return "left over";
+    return failed ? Underscored(told.front()) : "state";
+}
+
 std::string Identity(const Row& row) {
     VecTableTypes::VecTabRecord record;
     record.satNum = Integer(row[1]);
@@ -87,6 +109,7 @@ const std::map<std::string, std::function<std::string(const Row&)>> kFunctions =
     {"FreeForm", FreeForm},
     {"Revolution", Revolution},
     {"Identity", Identity},
+    {"Interpolated", Interpolated},
     {"IntegerField",
      [](const Row& row) {
          std::int32_t value = -99;
