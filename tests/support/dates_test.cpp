@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "helpers/tables.h"
+#include "support/keys.h"
 #include "support/time_scales.h"
 
 using namespace VecTableSupport;
@@ -60,12 +61,15 @@ TEST(Dates, EveryDayOfACenturyAgreesWithTheReferenceCalendar) {
     }
 }
 
+// And the text and the number of one epoch give one key.
 TEST(Dates, WhatIsWrittenIsReadBackToTheMillisecond) {
     std::mt19937_64 random(7);
     std::uniform_real_distribution<double> times(2558.0, 39082.0);
     for (int i = 0; i < 20000; ++i) {
         const double time = times(random);
-        ASSERT_LE(std::fabs(Date_In(Ds50ToDate15(time).View()) - time) * 86400.0, 0.000501) << time;
+        const auto text = Ds50ToDate15(time);
+        ASSERT_LE(std::fabs(Date_In(text.View()) - time) * 86400.0, 0.000501) << time;
+        ASSERT_EQ(CreateSatKey(25544, 6, text.View()), CreateSatKey(25544, 6, Date_In(text.View()))) << time;
     }
 }
 
