@@ -228,9 +228,7 @@ std::int32_t OutputUnit::Close() noexcept {
         Abandon();
         return error;
     }
-    const int closed = ::close(descriptor_);
-    descriptor_ = -1;
-    if (closed != 0) Fail(errno);
+    if (::close(std::exchange(descriptor_, -1)) != 0) Fail(errno);
     if (error_ == 0 && !besidePath_.empty() && ::rename(besidePath_.c_str(), targetPath_.c_str()) != 0) Fail(errno);
     const std::int32_t error = error_;
     if (error == 0) besidePath_.clear();
