@@ -173,7 +173,6 @@ void RemoveNodeRecursive(Subtree& root, std::int64_t key, std::int32_t& shrunk, 
         status = 2;
         return;
     }
-    status = 0;
     if (key == root->satKey) {
         RemoveFoundNode(root, shrunk);
         return;

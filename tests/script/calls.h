@@ -104,7 +104,12 @@ struct Argument<Value*> {
         if (word == "*" || isNull) return;
         std::vector<Value> wanted(word.begin(), word.end());
         const bool nearly = word.starts_with("~");
-        if constexpr (!std::is_same_v<Value, char>) wanted = ToNumbers<Value>(word.substr(nearly ? 1 : 0));
+        if constexpr (!std::is_same_v<Value, char>) {
+            wanted = ToNumbers<Value>(word.substr(nearly ? 1 : 0));
+        } else if (nearly) {
+            EXPECT_EQ("~" + std::string(values.data(), word.size() - 1), word);
+            return;
+        }
         EXPECT_LE(wanted.size(), length) << word;
         wanted.resize(length, kCleared);
         for (std::size_t i = 0; i < length && !testing::Test::HasFailure(); ++i) {

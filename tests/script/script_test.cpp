@@ -13,7 +13,7 @@
 //   point day seconds x y z vx vy vz [rev]  its points in order: day and seconds of the day, km, km/s
 //   cov 21 terms                            of that point; not compared when absent. Of a message: to seven digits, since
 //                                           the time of the state that it is turned by is rounded
-//   CALL arguments -> result outputs        a call by its name without its "VecTab", "VecHost" or "Vec". "*" is not compared, "~1,2" nearly equal;
+//   CALL arguments -> result outputs        a call by its name without its "VecTab", "VecHost" or "Vec". "*" is not compared, "~1,2" nearly equal, "~x" how a text begins;
 //                                           a list goes on with zeros. Outputs left out are cleared by a failure. A first
 //                                           {name} takes the result and stands for it later; {folder} is that of the files, {lf} a line feed
 //   nulls CALL arguments -> result          the call with each of its pointers null in turn
