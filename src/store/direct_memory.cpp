@@ -44,10 +44,10 @@ struct DmaSlots {
 
 constinit DmaSlots slots;
 
-// A block as large as all before it, or what there is room for.
-bool AddBlock() noexcept {
+// A block as large as all before it, or what there is room for, if any.
+void AddBlock() noexcept {
     const std::size_t count = slots.blockCount.load(std::memory_order_relaxed);
-    if (count == kMostBlocks) return false;
+    if (count == kMostBlocks) return;
     std::size_t size = 0;
     for (std::size_t i = 0; i < count; ++i) size += slots.blocks[i].size;
     size = std::max(size, kFirstBlock);
@@ -55,13 +55,12 @@ bool AddBlock() noexcept {
     constexpr std::align_val_t kAlignment{alignof(DmaSlot)};
     void* memory = nullptr;
     while ((memory = ::operator new(size * sizeof(DmaSlot), kAlignment, std::nothrow)) == nullptr) {
-        if (size <= kSmallestBlock) return false;
+        if (size <= kSmallestBlock) return;
         size /= 2;
     }
     block.first = static_cast<DmaSlot*>(memory);
     block.size = size;
     slots.blockCount.store(count + 1, std::memory_order_release);
-    return true;
 }
 
 // A slot of the last block that was never used, or null.
@@ -80,7 +79,10 @@ DmaSlot* MakeSlot() noexcept {
 // as long as can be.
 DmaSlot* TakeSlot() noexcept {
     if (DmaSlot* slot = MakeSlot()) return slot;
-    if (slots.oldestFree == nullptr) return AddBlock() ? MakeSlot() : nullptr;
+    if (slots.oldestFree == nullptr) {
+        AddBlock();
+        return MakeSlot();
+    }
     DmaSlot* slot = slots.oldestFree;
     slots.oldestFree = slot->nextFree;
     slot->nextFree = nullptr;

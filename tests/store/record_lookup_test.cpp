@@ -45,6 +45,7 @@ TEST_F(RecordLookup, FailedLookupsHaveTheirWords) {
     EXPECT_EQ(log.Take(), Strings{"RemoveDMA: This DMA object isn't a correct object."});
     object->elsetType = 6;
     EXPECT_EQ(VecTabRemoveSat(key), 0);
+    EXPECT_EQ(object->elsetType, 0);
     EXPECT_EQ(ask(key), "FindRecPtr: Invalid DMA key.");
 }
 
