@@ -89,6 +89,8 @@ def number_faults(code):
     number = r"(?<![\w.])(0x[\dA-Fa-f.p]+|\d[\d']*(?:\.\d*)?(?:e[+-]?\d+)?)(?![\w.])"
     for match in re.finditer(number, code.text):
         old = match.group()
+        if re.search(r"(?:double|char) \w+\[$", code.text[: match.start()]):
+            continue  # the length of a parameter says nothing to the compiler
         if re.fullmatch(r"\d[\d']*", old):
             for step in (1, -1):
                 value = int(old.replace("'", "")) + step

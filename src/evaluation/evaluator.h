@@ -25,14 +25,14 @@ inline constexpr double kEndTolerance = 0.0005;             // s
 struct Table {
     const VecTabPoint* points;
     std::size_t count;
-    VecTableTypes::PointArray::Span span;
+    VecTableTypes::PointArray::TimeSpan span;
 
     Table() noexcept = default;
     explicit Table(const VecTabRecord& record) noexcept {
         const auto all = record.points.First(static_cast<std::size_t>(std::max(record.numOfPts, 0)));
         points = all.data();
         count = all.size();
-        if (count > 0) span = record.points.SpanOf(count);
+        span = record.points.Span();
     }
 
     const VecTabPoint& operator[](std::size_t number) const noexcept { return points[number - 1]; }

@@ -13,7 +13,7 @@ VecTabPoint* AddPointAt(double ds50UTC, VecTabRecord& record) {
     const auto count = static_cast<std::size_t>(record.numOfPts);
     VecTabPoint* added = nullptr;
     if (count == 0 || ds50UTC > record.points[count].ds50UTC) {
-        added = &record.points.Append(count, ds50UTC);
+        added = &record.points.Append(ds50UTC);
         if (count == 0) record.epochDs50UTC = ds50UTC;
         ++record.numOfPts;
     }

@@ -22,11 +22,7 @@ constexpr std::size_t Bytes(std::size_t points) noexcept {
 }  // namespace
 
 PointArray::PointArray(const PointArray& other)
-    : span_(other.span_),
-      spanCount_(other.spanCount_),
-      made_(other.made_),
-      capacity_(other.capacity_),
-      reserved_(made_) {
+    : span_(other.span_), made_(other.made_), capacity_(other.capacity_), reserved_(made_) {
     if (made_ == 0) return;
     points_ = static_cast<VecTabPoint*>(TakeTableMemory(Bytes(made_)));
     if (points_ == nullptr) throw std::bad_alloc();
@@ -40,7 +36,6 @@ PointArray::PointArray(PointArray&& other) noexcept {
 PointArray& PointArray::operator=(PointArray&& other) noexcept {
     std::swap(points_, other.points_);
     std::swap(span_, other.span_);
-    std::swap(spanCount_, other.spanCount_);
     std::swap(made_, other.made_);
     std::swap(capacity_, other.capacity_);
     std::swap(reserved_, other.reserved_);
@@ -52,20 +47,14 @@ PointArray::~PointArray() {
 }
 
 // In steps of a half, so that a table which has to move as it grows moves seldom.
-void PointArray::Reserve(std::size_t points) {
+void PointArray::Reserve() {
     constexpr std::size_t kFewest = 4;
-    const std::size_t wanted = std::max({points, reserved_ + std::size_t{reserved_} / 2, kFewest});
+    const std::size_t wanted = std::max(reserved_ + std::size_t{reserved_} / 2, kFewest);
     void* memory =
         points_ == nullptr ? TakeTableMemory(Bytes(wanted)) : ResizeTableMemory(points_, Bytes(made_), Bytes(wanted));
     if (memory == nullptr) throw std::bad_alloc();
     points_ = static_cast<VecTabPoint*>(memory);
     reserved_ = static_cast<std::uint32_t>(wanted);
-}
-
-PointArray::Span PointArray::MeasureSpan(std::size_t count) const noexcept {
-    const double first = points_[0].ds50UTC;
-    const double last = points_[count - 1].ds50UTC;
-    return {first, last, count > 1 ? static_cast<double>(count - 1) / (last - first) : 0.0};
 }
 
 void PointArray::Trim() noexcept {
@@ -80,11 +69,7 @@ void PointArray::Trim() noexcept {
 void PointArray::Free() noexcept {
     ReleaseTableMemory(points_);
     points_ = nullptr;
-    spanCount_ = made_ = capacity_ = reserved_ = 0;
-}
-
-PointArray::Span PointArray::SpanOf(std::size_t count) const noexcept {
-    return spanCount_ == count ? span_ : MeasureSpan(count);
+    made_ = capacity_ = reserved_ = 0;
 }
 
 void FreeVecTabRecord(VecTabRecord& record) noexcept {

@@ -55,14 +55,15 @@ class VECTABLE_MODULE PointArray {
     // Adds default points up to the capacity given.
     void Grow(std::size_t capacity) noexcept { capacity_ = static_cast<std::uint32_t>(capacity); }
 
-    // The place of the point after the first `count`, which are there: its time is set, the rest is for the caller to
-    // write. The capacity is for the caller to grow. On std::bad_alloc the array is as it was.
-    VecTabPoint& Append(std::size_t count, double ds50UTC) {
-        if (count >= reserved_) Reserve(count + 1);
-        if (count >= made_) made_ = static_cast<std::uint32_t>(count + 1);
-        points_[count].ds50UTC = ds50UTC;
-        NoteLast(count, ds50UTC);
-        return points_[count];
+    // The place of the point after those that are there: its time is set, the rest is for the caller to write. The
+    // capacity is for the caller to grow. On std::bad_alloc the array is as it was.
+    VecTabPoint& Append(double ds50UTC) {
+        if (made_ == reserved_) Reserve();
+        if (made_ == 0) span_.firstTime = ds50UTC;
+        span_.lastTime = ds50UTC;
+        span_.pointsPerDay = made_ == 0 ? 0.0 : made_ / (ds50UTC - span_.firstTime);
+        points_[made_].ds50UTC = ds50UTC;
+        return points_[made_++];
     }
 
     // Makes the capacity what is there, and hands the rest of the memory back.
@@ -83,31 +84,20 @@ class VECTABLE_MODULE PointArray {
         return {points_, count <= made_ ? count : 0};
     }
 
-    // What a request asks of a table of this many points first: its ends, and how fast its points come.
-    struct Span {
-        double firstTime;     // days since 1950, UTC
-        double lastTime;      // same
-        double pointsPerDay;  // mean; 0 for a single time
+    // What a request asks of a table first: its ends, and how fast its points come.
+    struct TimeSpan {
+        double firstTime = 0.0;     // days since 1950, UTC
+        double lastTime = 0.0;      // same
+        double pointsPerDay = 0.0;  // mean; 0 for a single time
     };
-    Span SpanOf(std::size_t count) const noexcept;
+    const TimeSpan& Span() const noexcept { return span_; }
 
   private:
-    void Reserve(std::size_t points);
-    void NoteLast(std::size_t index, double time) noexcept {
-        if (index > 0 && spanCount_ == index) [[likely]] {
-            span_.lastTime = time;
-            span_.pointsPerDay = static_cast<double>(index) / (time - span_.firstTime);
-        } else {
-            span_ = MeasureSpan(index + 1);
-        }
-        spanCount_ = static_cast<std::uint32_t>(index + 1);
-    }
-    Span MeasureSpan(std::size_t count) const noexcept;
+    void Reserve();
 
     VecTabPoint* points_ = nullptr;
-    Span span_{};                  // of the first spanCount_ points
-    std::uint32_t spanCount_ = 0;  // 0 when span_ says nothing
-    std::uint32_t made_ = 0;       // points that are there
+    TimeSpan span_;
+    std::uint32_t made_ = 0;  // points that are there
     std::uint32_t capacity_ = 0;
     std::uint32_t reserved_ = 0;  // points that the memory has room for
 };

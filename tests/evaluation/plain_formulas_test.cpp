@@ -44,7 +44,7 @@ VecTabRecord MakeRecord(std::size_t n, double start, int kind, std::mt19937_64& 
     record.points.Grow(n);
     double time = start;
     for (std::size_t i = 1; i <= n; ++i) {
-        VecTabPoint& point = record.points.Append(i - 1, time);
+        VecTabPoint& point = record.points.Append(time);
         point.revNum = static_cast<std::int32_t>(1000 * i);
         for (double& x : point.pos) x = any(random);
         for (double& x : point.vel) x = any(random);

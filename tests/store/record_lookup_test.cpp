@@ -90,20 +90,20 @@ TEST_F(RecordLookup, ACopyOfARecordIsItsOwn) {
         VecTabRecord record, copy;
         record.points.Grow(2000);
         record.numOfPts = 1001;
-        for (std::size_t i = 0; i < 1001; ++i) record.points.Append(i, static_cast<double>(i)) = {};
-        record.points.Append(1000, 1.0).revNum = 77;
+        for (int i = 0; i < 1001; ++i) record.points.Append(i) = {};
+        record.points.ChangeCovariance(1001)[0] = 77.0;
         VecTabBinTree* node = nullptr;
         const int64_t key = AddRecToMem(record, &node);
-        record.points.Append(1000, 1.0).revNum = 1;
+        record.points.ChangeCovariance(1001)[0] = 1.0;
         FreeVecTabRecord(record);
         FreeVecTabRecord(record);
         EXPECT_FALSE(record.points.IsAllocated());
-        EXPECT_EQ(GetRec(*node)->points[1001].revNum, 77);
+        EXPECT_EQ(GetRec(*node)->points[1001].cov[0], 77.0);
 
         VecTableSupport::FixedText<128> words;
         FindRec(key, copy, &words);
         EXPECT_EQ(copy.points.Capacity(), 2000U);
-        EXPECT_EQ(copy.points[1001].revNum, 77);
+        EXPECT_EQ(copy.points[1001].cov[0], 77.0);
         EXPECT_TRUE(words.IsBlank());
         VecTabRemoveAllSats();
         FindRec(16, copy, &words);

@@ -83,7 +83,8 @@ std::string Interpolated(const Row& row) {
     VecTableTypes::VecTabRecord record;
     for (const double minutes : Numbers(row[1])) {
         const double time = kStart + minutes / 1440.0;
-        record.points.Append(static_cast<std::size_t>(record.numOfPts++), time) = {time, {}, {}, 7, {}};
+        record.points.Append(time) = {time, {}, {}, 7, {}};
+        ++record.numOfPts;
     }
     LogCapture log;
     VecTableTypes::VecTabPoint point{1.0, {}, {}, 77, {}};
