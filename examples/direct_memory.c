@@ -76,7 +76,7 @@ int main(void) {
     raise = store_plan("raise", 7050.0);
     if (stay == 0 || raise == 0 || compare(stay, raise) != 0) return EXIT_FAILURE;
 
-    /* One thread alone, so nobody uses them now. With several threads this is the place behind the last join. */
+    /* There is one thread, so nobody uses them now. With several threads this is the place after the last join. */
     if (VecTabRemoveSat(stay) != 0 || VecTabRemoveSat(raise) != 0) return EXIT_FAILURE;
     printf("%d records left\n", (int)VecTabGetCount());
     return EXIT_SUCCESS;

@@ -61,16 +61,16 @@ static int print_state(int64_t key, const char* label, double ds50UTC) {
 /* States at the first point, a third of the way from a middle point to the next one, and at the last point. */
 static int report(int64_t key) {
     int32_t numOfPts, middle, revNum;
-    double start, end, before, behind, pos[3], vel[3];
+    double start, end, before, after, pos[3], vel[3];
 
     if (print_record(key, &numOfPts) != 0) return 1;
     middle = numOfPts < 2 ? 1 : numOfPts / 2;
     if (VecTabStartEndTime(key, &start, &end) != 0 ||
         VecTabGetEphemeris(key, middle, &before, pos, vel, &revNum) != 0 ||
-        VecTabGetEphemeris(key, numOfPts < 2 ? 1 : middle + 1, &behind, pos, vel, &revNum) != 0) {
+        VecTabGetEphemeris(key, numOfPts < 2 ? 1 : middle + 1, &after, pos, vel, &revNum) != 0) {
         return 1;
     }
-    return print_state(key, "start", start) | print_state(key, "between", before + (behind - before) / 3.0) |
+    return print_state(key, "start", start) | print_state(key, "between", before + (after - before) / 3.0) |
            print_state(key, "end", end);
 }
 

@@ -17,7 +17,7 @@ class Persistence : public StoreTest {
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
-    // The files of the folder, so that one left behind shows.
+    // The files of the folder, so that one left over shows.
     Strings Files() const {
         Strings names;
         for (const auto& entry : std::filesystem::directory_iterator(folder)) names.push_back(entry.path().filename());

@@ -81,7 +81,7 @@ class Guarded {
         if (bytes == nullptr) return nullptr;
         Guarded* piece = static_cast<Guarded*>(bytes) - 1;
         if (std::memcmp(piece->End(), kMark.data(), kMark.size()) != 0) {
-            std::fputs("written behind a piece of memory\n", stderr);
+            std::fputs("written after a piece of memory\n", stderr);
             std::abort();
         }
         return piece;

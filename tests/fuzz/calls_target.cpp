@@ -15,7 +15,7 @@
 
 namespace {
 
-// Takes values from the input as long as there are any; zeros behind its end.
+// Takes values from the input as long as there are any; zeros after its end.
 class Input {
   public:
     Input(const uint8_t* data, size_t size) : next_(data), left_(size) {}

@@ -1,4 +1,4 @@
-// Runs a target of the fuzzer over files: those of folders behind "--seeds" once with every first byte that picks a kind
+// Runs a target of the fuzzer over files: those of folders after "--seeds" once with every first byte that picks a kind
 // of load, those of the other folders as they are.
 #include <cstdio>
 #include <filesystem>

@@ -75,7 +75,7 @@ TEST_F(RecordLookup, FreedObjectsAreTakenAgainInTheOrderOfTheirRelease) {
     remove(keys[3]);
     for (int i = 0; i < 70000; ++i) {
         const int64_t key = Add(1000 + i, 1.0);
-        ASSERT_TRUE(inUse.insert(key).second);  // no object is handed out twice, behind the last freed one too
+        ASSERT_TRUE(inUse.insert(key).second);  // no object is handed out twice, after the last freed one too
         if (key == keys[7] || key == keys[3]) reused.push_back(key);
         if (reused.size() == 2 && key == keys[3]) remove(keys[7]);
     }

@@ -42,11 +42,11 @@ double RealAt(const DceRecord& bytes, std::size_t offset) noexcept {
 // The satellite number counts as soon as its own bytes are there.
 ReadStatus ReadHeader(InputUnit& unit, VecTabRecord& record) noexcept {
     DceRecord bytes{};
-    constexpr std::size_t kBehindSatNum = kSatNumOffset + sizeof(std::int32_t);
-    const ReadStatus read = unit.ReadBytes(std::span(bytes).first<kBehindSatNum>());
+    constexpr std::size_t kAfterSatNum = kSatNumOffset + sizeof(std::int32_t);
+    const ReadStatus read = unit.ReadBytes(std::span(bytes).first<kAfterSatNum>());
     if (read != ReadStatus::kOk) return read;
     record.satNum = IntegerAt(bytes, kSatNumOffset);
-    return unit.ReadBytes(std::span(bytes).subspan<kBehindSatNum>());
+    return unit.ReadBytes(std::span(bytes).subspan<kAfterSatNum>());
 }
 
 void AddPoint(const DceRecord& bytes, VecTabRecord& record) {
