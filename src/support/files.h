@@ -11,6 +11,7 @@
 
 #include "support/module.h"
 #include "support/number_fields.h"
+#include "support/text.h"
 
 namespace VecTableSupport {
 
@@ -39,7 +40,8 @@ class LineBuffer {
     }
 
     bool IsCommentOrBlank() const noexcept {
-        return chars_[0] == '*' || Used().find_first_not_of(" \t") == std::string_view::npos;
+        const std::string_view used = Used();
+        return chars_[0] == '*' || std::all_of(used.begin(), used.end(), IsBlankOrTab);
     }
 
   private:
