@@ -1,4 +1,4 @@
-"""Installs the build into a scratch folder, and builds and runs clients against the installed tree alone.
+"""Installs the build into a scratch folder, and builds and runs clients against the installed tree only.
 
 The clients are one source as C11 and as C++20, and the example in the head of vectable.h. They find the library through
 the package for CMake and through pkg-config. The Python package finds it beside itself in the installed tree; where pip

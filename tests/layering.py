@@ -25,18 +25,17 @@ def module_of(text):
 
 
 def main(root):
-    files = {path.relative_to(root).as_posix(): path.read_text() for path in root.rglob("*.h")}
-    sources = {path.relative_to(root).as_posix(): path.read_text() for path in root.rglob("*.cpp")}
+    files = {path.relative_to(root).as_posix(): path.read_text() for path in root.rglob("*.*") if path.suffix in (".h", ".cpp")}
     exceptions = {"support/module.h": "VecTableSupport", "exports/host.cpp": "VecTableDllExports"}
     rank = {}
-    for name, text in (files | sources).items():
+    for name, text in files.items():
         found = module_of(text)
         module = exceptions.get(name) or (found and found.group(1))
         if module not in ORDER:
             sys.exit(f"{name}: belongs to no module")
         rank[name] = ORDER.index(module)
     faults = 0
-    for name, text in (files | sources).items():
+    for name, text in files.items():
         for included in re.findall(r'^#include "([^"]+)"', text, re.MULTILINE):
             if included not in rank:
                 sys.exit(f"{name}: includes {included}, which does not exist")

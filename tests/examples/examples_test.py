@@ -30,11 +30,6 @@ class Client(unittest.TestCase):
         self.assertEqual((done.returncode, done.stderr), (0, ""))
         return done.stdout.splitlines()
 
-    def assert_near(self, got, wanted, delta):
-        self.assertEqual(len(got), len(wanted))
-        for a, b in zip(got, wanted):
-            self.assertAlmostEqual(a, b, delta=delta)
-
 
 class ManyThreads(Client):
     def test_samples(self):
@@ -86,7 +81,7 @@ class Screening(Client):
             for line, (time, a, b, distance) in zip(lines[10:-1], wanted, strict=True):
                 words = line.split()
                 self.assertEqual([words[3], words[5]], [str(a), str(b)])
-                self.assert_near([float(words[0]), float(words[6])], [time, distance], 0.02)
+                np.testing.assert_allclose([float(words[0]), float(words[6])], [time, distance], rtol=0, atol=0.02)
             self.assertEqual(lines[-1].split(";")[0].split(" in ")[0], f"432000 states on {threads} threads")
 
 
@@ -98,7 +93,7 @@ class DirectMemory(Client):
         minutes = range(5, 90, 10)
         for line, minute in zip(lines[2:-1], minutes, strict=True):
             self.assertTrue(line.startswith(f"minute {minute:3d}  separation"))
-            self.assert_near([float(line.split()[-2])], [separation(7000.0, 7050.0, 60 * minute)], 2e-6)
+            self.assertAlmostEqual(float(line.split()[-2]), separation(7000.0, 7050.0, 60 * minute), delta=2e-6)
         self.assertEqual(lines[-1], "0 records left")
 
 

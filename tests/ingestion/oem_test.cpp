@@ -30,4 +30,8 @@ TEST_F(Oem, ErrorsTellTheLineAndLeaveNoRecord) {
         EXPECT_EQ(log.Take(), Strings{"VecOemLoadFile: " + row[2]});
         ASSERT_EQ(VecTabGetCount(), 0);
     }
+    for (const std::size_t length : {4000, 4001}) {
+        LoadByName(Write("a.oem", std::string(length, 'x')));
+        EXPECT_EQ(log.Take() == Strings{"VecOemLoadFile: Line 1: The line is too long."}, length == 4001);
+    }
 }
