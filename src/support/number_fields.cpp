@@ -151,7 +151,6 @@ void FreeFormScanner::SkipBlanks() noexcept {
 ReadStatus FreeFormScanner::FindValue() noexcept {
     SkipBlanks();
     if (afterValue_ && next_ != end_ && *next_ == ',') {
-        afterValue_ = false;
         ++next_;
         SkipBlanks();
     }
