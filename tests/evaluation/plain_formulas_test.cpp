@@ -36,7 +36,7 @@ double Step(int kind, std::size_t i, std::mt19937_64& random) {
     return std::uniform_real_distribution<double>(1.0, 600.0)(random);
 }
 
-// Every point has a revolution number of its own, which tells which point the number of a state was counted from.
+// The points of two kinds have revolution numbers of their own, which tell which one that of a state was counted from.
 VecTabRecord MakeRecord(std::size_t n, double start, int kind, std::mt19937_64& random) {
     std::normal_distribution<double> any(0.0, 1000.0);
     VecTabRecord record;
@@ -45,7 +45,7 @@ VecTabRecord MakeRecord(std::size_t n, double start, int kind, std::mt19937_64& 
     double time = start;
     for (std::size_t i = 1; i <= n; ++i) {
         VecTabPoint& point = record.points.Append(time);
-        point.revNum = static_cast<std::int32_t>(1000 * i);
+        point.revNum = static_cast<std::int32_t>(1000 * (kind == 2 ? 1 : i));
         for (double& x : point.pos) x = any(random);
         for (double& x : point.vel) x = any(random);
         for (double& x : point.cov) x = any(random) * 1e-3;
