@@ -316,6 +316,8 @@ TEST_F(Faults, AListThatIsWrittenInPlaceIsToldInTheLog) {
             "Warning-VecTabSaveFile: No file can be made beside the old one. It is written in place.";
         EXPECT_EQ(log.Take(VEC_HOST_TRACE_INFO), Strings{warning});
     }
+    Injection::openFile.Arm(2, EACCES);
+    EXPECT_EQ(VecTabSaveFile((list + ".new").c_str(), 1), 0);
     Injection::most = 100;
     Injection::openFile.Arm(2, EACCES);
     Injection::writeFile.Arm(3, ENOSPC);

@@ -15,7 +15,8 @@
 //                                           the time of the state that it is turned by is rounded
 //   CALL arguments -> result outputs        a call by its name without its "VecTab", "VecHost" or "Vec". "*" is not compared, "~1,2" nearly equal, "~x" how a text begins;
 //                                           a list goes on with zeros. Outputs left out are cleared by a failure. A first
-//                                           {name} takes the result and stands for it later; {folder} is that of the files, {lf} a line feed
+//                                           {name} takes the result and stands for it later; {folder} is that of the files, {lf} a line feed,
+//                                           {version} that of the library
 //   nulls CALL arguments -> result          the call with each of its pointers null in turn
 //   error TEXT                              entries of the log since the last call at error level, without trailing blanks;
 //                                           none when absent
@@ -71,7 +72,7 @@ class Script : public StoreTest, public testing::WithParamInterface<Case> {
   protected:
     Script() {
         VecTableSupport::SetClock([]() noexcept { return VecTableSupport::CalendarDate{2025, 3, 1}; });
-        variables = {{"folder", folder.string()}, {"lf", "\n"}};
+        variables = {{"folder", folder.string()}, {"lf", "\n"}, {"version", VERSION}};
     }
 
     // The entries of the last call are those that the script has told.

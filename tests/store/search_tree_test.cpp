@@ -96,5 +96,7 @@ TEST_F(SearchTree, ATakenKeyIsSteppedUpToAHundredAttempts) {
     EXPECT_EQ(linkedKey, 16 + 99 * 10);
     EXPECT_EQ(Link(16, 100), 3);
     EXPECT_EQ(Link(16, 50), 3);  // found again at the 51st attempt
+    std::int32_t status = 1;
+    EmptyTree(status);  // does nothing after an earlier failure
     EXPECT_EQ(VecTabGetCount(), 100);
 }
