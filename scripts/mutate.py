@@ -131,7 +131,8 @@ def argument_faults(code):
     argument = r"([\w.\[\]*&:>-]+(?:\(\))?)"
     for match in re.finditer(rf"[(,] ?{argument}, {argument}(?=[,)])", code.text):
         a, b = match.group(1), match.group(2)
-        if a != b and not re.search(r"[\w>&*] [\w&*]", match.group()):
+        symmetric = re.search(r"std::(min|max)(<[\w:]+>)?$", code.text[: match.start()])
+        if a != b and not symmetric and not re.search(r"[\w>&*] [\w&*]", match.group()):
             yield code.fault((match.start(1), match.end(2)), f"{b}, {a}", "swapped arguments")
 
 

@@ -1,5 +1,6 @@
 // Orbit ephemeris messages that are refused.
 #include <gtest/gtest.h>
+#include <regex>
 
 #include "helpers/store_test.h"
 #include "helpers/tables.h"
@@ -12,9 +13,8 @@ class Oem : public StoreTest {
         return text.replace(place, old.size(), by);
     }
 
-    static std::string WithLineEnds(std::string cell) {
-        for (std::size_t at = 0; (at = cell.find("\\n")) != std::string::npos;) cell.replace(at, 2, "\n");
-        return cell;
+    static std::string WithLineEnds(const std::string& cell) {
+        return std::regex_replace(cell, std::regex(R"(\\n)"), "\n");
     }
 
     const std::string text = [] {

@@ -124,14 +124,6 @@ class States(VectabTest):
             self.assertEqual(len(rows), count)
             self.assertAlmostEqual((float(rows[-1]["ds50utc"]) - EPOCH_DAY) * 86400, last, delta=1e-6)
 
-    def test_covariance(self):
-        lines = (ROOT / SAMPLES / "itc.txt").read_text().splitlines()[1:]
-        points = [lines[i : i + 4] for i in range(0, len(lines), 4)]
-        terms = [[float(term) for line in point[1:] for term in line.split()] for point in points]
-        rows = rows_of(self.succeed("states", SAMPLES / "itc.txt", "--cov"))
-        self.assertEqual([[float(term) for term in list(row.values())[12:]] for row in rows], terms[: len(rows)])
-        self.assertEqual(len(rows), 31)
-
 
 class Check(VectabTest):
     def test_estimates_are_the_true_errors(self):
