@@ -25,7 +25,7 @@ class FixedText {
 
     constexpr std::string_view Trimmed() const noexcept { return View().substr(0, View().find_last_not_of(' ') + 1); }
 
-    constexpr bool IsBlank() const noexcept { return Trimmed().empty(); }
+    constexpr bool IsBlank() const noexcept { return *this == FixedText(); }
 
     friend constexpr bool operator==(const FixedText& a, const FixedText& b) noexcept = default;
 
