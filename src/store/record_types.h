@@ -66,7 +66,7 @@ class VECTABLE_MODULE PointArray {
         return points_[made_++];
     }
 
-    // Makes the capacity what is there, and hands the rest of the memory back.
+    // Sets the capacity to the number of points, and hands the rest of the memory back.
     void Trim() noexcept;
 
     void Free() noexcept;
@@ -86,9 +86,9 @@ class VECTABLE_MODULE PointArray {
 
     // What a request asks of a table first: its ends, and how fast its points come.
     struct TimeSpan {
-        double firstTime = 0.0;     // days since 1950, UTC
-        double lastTime = 0.0;      // same
-        double pointsPerDay = 0.0;  // mean; 0 for a single time
+        double firstTime;     // days since 1950, UTC
+        double lastTime;      // same
+        double pointsPerDay;  // mean; 0 for a single time
     };
     const TimeSpan& Span() const noexcept { return span_; }
 
@@ -96,7 +96,7 @@ class VECTABLE_MODULE PointArray {
     void Reserve();
 
     VecTabPoint* points_ = nullptr;
-    TimeSpan span_;
+    TimeSpan span_{};
     std::uint32_t made_ = 0;  // points that are there
     std::uint32_t capacity_ = 0;
     std::uint32_t reserved_ = 0;  // points that the memory has room for
