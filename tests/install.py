@@ -14,7 +14,7 @@ import sys
 
 root, build, cmake, cc, cxx, flags = sys.argv[1:7]
 scratch = pathlib.Path(build) / "installed"
-warnings = ["-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Wshadow", "-Werror", *flags.split()]
+warnings = f"-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror {flags}"
 
 
 def run(*command, **options):
@@ -32,7 +32,6 @@ environment = {**os.environ, "LD_LIBRARY_PATH": str(library), "PKG_CONFIG_PATH":
 packaged = ["pkg-config", "--cflags", "--libs", "vectable"]
 linked = subprocess.run(packaged, capture_output=True, text=True, check=True, env=environment).stdout.split() + ["-lm"]
 clients = pathlib.Path(root) / "tests/clients"
-story = clients / "all_calls.c"
 
 header = (scratch / "include/vectable/vectable.h").read_text()
 head = header[: header.index("CONVENTIONS")]
@@ -41,14 +40,12 @@ example.write_text("\n".join(re.findall(r"^ \*     (.*)$", head, re.MULTILINE)) 
 if len(example.read_text().splitlines()) > 20:
     sys.exit("the example in vectable.h is longer than 20 lines")
 
-run(cc, "-std=c11", *warnings, story, *linked, "-o", scratch / "story_c")
-run(cxx, "-std=c++20", "-x", "c++", *warnings, story, *linked, "-o", scratch / "story_cpp")
-run(cc, "-std=c11", *warnings, example, *linked, "-o", scratch / "example")
+run(cc, "-std=c11", *warnings.split(), example, *linked, "-o", scratch / "example")
 compilers = [f"-DCMAKE_C_COMPILER={cc}", f"-DCMAKE_CXX_COMPILER={cxx}"]
-flags_of_build = [f"-DCMAKE_C_FLAGS={flags}", f"-DCMAKE_CXX_FLAGS={flags}", f"-DCMAKE_PREFIX_PATH={scratch}"]
+flags_of_build = [f"-DCMAKE_C_FLAGS={warnings}", f"-DCMAKE_CXX_FLAGS={warnings}", f"-DCMAKE_PREFIX_PATH={scratch}"]
 run(cmake, "-S", clients, "-B", scratch / "cmake", *compilers, *flags_of_build, stdout=subprocess.DEVNULL)
 run(cmake, "--build", scratch / "cmake", stdout=subprocess.DEVNULL)
-for client in ("story_c", "story_cpp", "cmake/story_c", "cmake/story_cpp"):
+for client in ("cmake/story_c", "cmake/story_cpp"):
     run(scratch / client, scratch, env=environment)
 run(scratch / "example", pathlib.Path(root) / "examples/samples/10001_leo.e", env=environment)
 

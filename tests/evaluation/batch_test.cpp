@@ -169,6 +169,8 @@ TEST_F(Batch, ArgumentsThatCannotBeAreRefused) {
     }
     EXPECT_EQ(VecBatchPairs(0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
     EXPECT_EQ(VecBatchGrid(5, nullptr, 0, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
-    EXPECT_TRUE(log.entries.empty());
     EXPECT_EQ(states[0], kMark);
+    VecTabStartEndTime(key, &time, &time);
+    EXPECT_EQ(VecBatchPairs(1, &key, &time, states, nullptr, nullptr, nullptr), 0);
+    EXPECT_TRUE(log.entries.empty());
 }

@@ -10,13 +10,10 @@
 #include "helpers/store_test.h"
 #include "support/output.h"
 
+using namespace VecTableSupport;
+
 class Persistence : public StoreTest {
   protected:
-    static std::string ReadAll(const std::string& path) {
-        std::ifstream file(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
     // The files of the folder, so that one left over shows.
     Strings Files() const {
         Strings names;
@@ -33,11 +30,15 @@ TEST_F(Persistence, APipeWithoutAReaderAndASecondFileAreRefused) {
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     for (const int32_t saveMode : {0, 1}) {
         EXPECT_EQ(VecTabSaveFile(pipe.c_str(), saveMode), ENXIO);
-        VecTableSupport::OutputUnit other;
-        ASSERT_EQ(VecTableSupport::FileOpen(8, pipe + "2", VecTableSupport::OutputAction::kReplace, other), 0);
+        OutputUnit other;
+        {
+            OutputUnit closed;  // its end does not make way for a third one
+            ASSERT_EQ(FileOpen(8, pipe + "2", OutputAction::kReplace, closed) + closed.Close(), 0);
+            ASSERT_EQ(FileOpen(8, pipe + "2", OutputAction::kReplace, other), 0);
+        }
         EXPECT_EQ(VecTabSaveFile(list.c_str(), saveMode), EBUSY);
     }
-    EXPECT_EQ(Files(), (Strings{"list.txt", "pipe"}));
+    EXPECT_EQ(Files(), (Strings{"list.txt", "pipe", "pipe2"}));
     EXPECT_EQ(ReadAll(list), "earlier\n");
     EXPECT_NE(VecTabSaveFile("/proc/list.txt", 0), 0);  // a folder in which nobody makes files
 }
@@ -53,6 +54,7 @@ TEST_F(Persistence, ASavedFileKeepsItsModeAndItsLinks) {
         {"first", 0, "list.txt"},    {"second", 1, "list.txt"}, {"early", 0, "no file yet"},
         {"early", 0, "no file yet"}, {longName, 0, longName},   {longName, 1, longName}};
     for (const auto& [name, saveMode, written] : cases) {
+        errno = EIO;  // of an earlier call
         ASSERT_EQ(VecTabSaveFile((folder / name).c_str(), saveMode), 0) << name;
         EXPECT_EQ(std::filesystem::is_symlink(folder / name), name != longName) << name;
         EXPECT_EQ(ReadAll(folder / written), saveMode == 0 ? header : header + header) << name;
@@ -61,11 +63,13 @@ TEST_F(Persistence, ASavedFileKeepsItsModeAndItsLinks) {
     EXPECT_EQ(Files(), (Strings{"early", "first", "list.txt", longName, "no file yet", "second"}));
     EXPECT_TRUE(log.entries.empty());
     const int open = ::open(list.c_str(), O_RDONLY);
-    ::unlink(list.c_str());
-    const std::string unlinked = "/proc/self/fd/" + std::to_string(open);  // a link to "list.txt (deleted)"
+    std::filesystem::rename(list, folder / "kept");
+    ::unlink((folder / "kept").c_str());
+    const std::string other = Write("kept (deleted)", "other");  // where the link in /proc seems to lead
+    const std::string unlinked = "/proc/self/fd/" + std::to_string(open);
     EXPECT_EQ(VecTabSaveFile(unlinked.c_str(), 0), 0);
     EXPECT_EQ(ReadAll(unlinked), header);
-    EXPECT_EQ(Files(), (Strings{"early", "first", longName, "no file yet", "second"}));
+    EXPECT_EQ(ReadAll(other), "other");
     ::close(open);
 }
 

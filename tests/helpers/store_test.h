@@ -70,6 +70,11 @@ class StoreTest : public testing::Test {
         return path;
     }
 
+    static std::string ReadAll(const std::string& path) {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
     static int64_t Add(int32_t satNum, double epoch, int32_t typeCode = 1) {
         return VecTabAddSat(satNum, epoch, 6378.135, 0.0743669161, typeCode);
     }

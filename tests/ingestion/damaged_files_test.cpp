@@ -47,8 +47,7 @@ TEST_F(DamagedFiles, DoNoHarm) {
         SCOPED_TRACE(entry.path());
         const std::string name = entry.path().filename();
         binary = entry.path().extension() == ".dce";
-        std::ifstream file(entry.path(), std::ios::binary);
-        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        const std::string text = ReadAll(entry.path());
         for (std::size_t length = 0; length < text.size() && !HasFatalFailure(); ++length) {
             Load(name, text.substr(0, length));
         }

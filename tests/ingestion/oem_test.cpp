@@ -17,10 +17,7 @@ class Oem : public StoreTest {
         return std::regex_replace(cell, std::regex(R"(\\n)"), "\n");
     }
 
-    const std::string text = [] {
-        std::ifstream stream(TEST_DATA "/files/message.oem");
-        return std::string{std::istreambuf_iterator<char>(stream), {}};
-    }();
+    const std::string text = ReadAll(TEST_DATA "/files/message.oem");
 };
 
 TEST_F(Oem, ErrorsTellTheLineAndLeaveNoRecord) {
