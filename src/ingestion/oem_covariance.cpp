@@ -51,7 +51,6 @@ std::size_t TermOf(std::size_t row, std::size_t column) noexcept {
 }  // namespace
 
 bool TurnToFrameOf(const VecTabPoint& state, std::int32_t coordSys, GivenCovariance& given) noexcept {
-    if (given.axes == CovarianceAxes::kOfStates) return true;
     const double rate = coordSys == VecTableTypes::kEcr ? kEarthRate : 0.0;
     const Vector carried = Cross({0.0, 0.0, rate}, state.pos);
     const Vector inertial = {state.vel[0] + carried[0], state.vel[1] + carried[1], state.vel[2]};

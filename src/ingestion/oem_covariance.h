@@ -22,8 +22,8 @@ struct GivenCovariance {
     std::array<double, VecTableTypes::kCovTerms> terms{};  // lower triangle, row by row; km^2, km^2/s, km^2/s^2
 };
 
-// Turns the terms into the frame of the state, which is that of a record (its code). The rate at which the axes
-// themselves turn is left out. The velocity of an Earth-fixed state is taken to an inertial one and back. False when
+// Turns the terms from axes that go with the satellite into the frame of the state, which is that of a record (its code).
+// The rate at which the axes themselves turn is left out. The velocity of an Earth-fixed state is taken to an inertial one and back. False when
 // position and velocity span no plane.
 bool TurnToFrameOf(const VecTableTypes::VecTabPoint& state, std::int32_t coordSys, GivenCovariance& given) noexcept;
 
