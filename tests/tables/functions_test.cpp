@@ -131,7 +131,7 @@ const std::map<std::string, std::function<std::string(const Row&)>> kFunctions =
      [](const Row& row) {
          return Underscored(FixedNotationText(std::stod(row[1]), std::stoul(row[2]), Integer(row[3])).View());
      }},
-    {"Built", [](const Row& row) { return std::string(TextBuilder<8>().Add(row[1]).Add(row[2]).Text().View()); }},
+    {"Built", [](const Row& row) { return std::string(TextBuilder<8>().Add(row[1]).Add(row[2]).Written()); }},
     {"DotDce", [](const Row& row) { return std::string(FileIsDotDCE(row[1]) ? "yes" : "no"); }},
     {"Frame", [](const Row& row) { return Text(Coord(WithBlanks(row[1]))); }},
     {"TreeKey", [](const Row& row) { return Text(CreateSatKey(Integer(row[1]), 6, std::stod(row[2]))); }},
