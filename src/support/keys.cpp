@@ -1,7 +1,6 @@
 #include "support/keys.h"
 
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 
 #include "support/dates.h"

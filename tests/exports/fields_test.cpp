@@ -1,6 +1,5 @@
 #include <cfenv>
 #include <clocale>
-#include <cmath>
 #include <cstdlib>
 #include <immintrin.h>
 

@@ -1,7 +1,5 @@
 #include "ingestion/point_assembly.h"
 
-#include <cmath>
-
 #include "helpers/store_test.h"
 #include "store/record_lookup.h"
 

@@ -1,6 +1,5 @@
 #include "store/record_lookup.h"
 
-#include <cmath>
 #include <random>
 #include <set>
 
