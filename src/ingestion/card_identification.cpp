@@ -119,9 +119,8 @@ std::string_view FormatName(CardType card) noexcept {
     return {};
 }
 
-// An earlier test may still claim a line that looks like a list line.
-CardType ListCardType(std::string_view line) noexcept {
-    return IsFileLine(line) || IsNameLine(line) ? VecTabCardType(line) : CardType::kNone;
+bool BeginsListLine(std::string_view line) noexcept {
+    return IsFileLine(line) || IsNameLine(line);
 }
 
 bool IsOwnerOperatorFile(std::string_view line) noexcept {

@@ -37,9 +37,8 @@ VECTABLE_MODULE CardType VecTabCardType(std::string_view line) noexcept;
 // The name of the format whose reader a card starts; empty for a card that starts none.
 std::string_view FormatName(CardType card) noexcept;
 
-// VecTabCardType for a walk that looks only for list lines: kFileLine and kNameLine as there, and any other type, or
-// kNone, for a line that is neither.
-CardType ListCardType(std::string_view line) noexcept;
+// Whether the line begins as a line of a list does. An earlier test of VecTabCardType may claim it still.
+bool BeginsListLine(std::string_view line) noexcept;
 
 // Whether at least six fields stand after column 16, with a point after the start of each.
 VECTABLE_MODULE bool IsOwnerOperatorFile(std::string_view line) noexcept;

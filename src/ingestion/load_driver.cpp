@@ -30,12 +30,15 @@ void LoadListedFile(const PathText& path, EphemName& name) {
     ReadOnlyVecTabs(unit, path.View(), name, nullptr);
 }
 
-// The first pass. The name that it leaves is that of the file's own first record.
+// The first pass. The name that it leaves is that of the file's own first record. Nearly every line of a file is none of a
+// list, and is left where it was read.
 void FollowListLines(InputUnit& unit, EphemName& name) {
+    std::string_view read;
     ListLine line;
-    while (unit.ReadLine(line) == ReadStatus::kOk) {
-        if (line.IsCommentOrBlank()) continue;
-        const CardType card = ListCardType(line.Text());
+    while (unit.NextLine(read) == ReadStatus::kOk) {
+        if (!BeginsListLine(read)) continue;
+        line.Assign(read);
+        const CardType card = VecTabCardType(line.Text());
         if (card == CardType::kNameLine) name = EphemName(GetInputFileName(line.Text()));
         if (card == CardType::kFileLine) LoadListedFile(PathText(GetInputFileName(line.Text())), name);
     }

@@ -54,10 +54,9 @@ std::string LineOf(const std::string& cell) {
 }
 
 std::string TypeOfCard(const Row& row) {
-    const CardType type = VecTabCardType(LineOf(row[1])), list = ListCardType(LineOf(row[1]));
+    const CardType type = VecTabCardType(LineOf(row[1]));
     const bool isList = type == CardType::kFileLine || type == CardType::kNameLine;
-    const bool agree = list == type || (!isList && list == CardType::kNone);
-    return agree ? Text(static_cast<int>(type)) : "lists differ";
+    return BeginsListLine(LineOf(row[1])) || !isList ? Text(static_cast<int>(type)) : "begins no list line";
 }
 
 std::string FreeForm(const Row& row) {
