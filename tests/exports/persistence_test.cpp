@@ -68,6 +68,7 @@ TEST_F(Persistence, ASavedFileKeepsItsModeAndItsLinks) {
     EXPECT_EQ(VecTabSaveFile(unlinked.c_str(), 0), 0);
     EXPECT_EQ(ReadAll(unlinked), header);
     EXPECT_EQ(ReadAll(other), "other");
+    EXPECT_EQ(Files(), (Strings{"early", "first", "kept (deleted)", longName, "no file yet", "second"}));
     ::close(open);
 }
 
