@@ -24,22 +24,27 @@ class MedianCollector : public benchmark::ConsoleReporter {
     std::map<std::string, double> medians;
 };
 
-void Print(const Question& q, double figure, double floor) {
-    std::printf("%-58s %12.1f", q.text.c_str(), figure);
-    if (q.floor.empty()) {
-        std::printf(" %12s %7s", "-", "-");
-    } else {
-        std::printf(" %12.1f %7.2f", floor, figure / floor);
-    }
-    if (q.goal == 0.0) {
-        std::printf(" %6s\n", "-");
-    } else {
-        const bool met = (q.floor.empty() ? figure : figure / floor) <= q.goal;
-        std::printf(" %6g %s\n", q.goal, met ? "met" : "NOT MET");
-    }
+}  // namespace
+
+void PrintTitle() {
+    std::printf("%-58s %12s %12s %7s %6s\n", "question", "figure", "floor", "ratio", "goal");
 }
 
-}  // namespace
+void PrintRow(const std::string& text, double figure, double floor, double goal) {
+    const bool hasFloor = floor > 0.0;
+    std::printf("%-58s %12.1f", text.c_str(), figure);
+    if (hasFloor) {
+        std::printf(" %12.1f %7.2f", floor, figure / floor);
+    } else {
+        std::printf(" %12s %7s", "-", "-");
+    }
+    if (goal > 0.0) {
+        const bool met = (hasFloor ? figure / floor : figure) <= goal;
+        std::printf(" %6g %s\n", goal, met ? "met" : "NOT MET");
+    } else {
+        std::printf(" %6s\n", "-");
+    }
+}
 
 int RunWithRatios(int argc, char** argv, const std::vector<Question>& questions) {
 #ifndef __OPTIMIZE__
@@ -56,15 +61,15 @@ int RunWithRatios(int argc, char** argv, const std::vector<Question>& questions)
     reporter.SetOutputStream(&std::cerr);
     benchmark::RunSpecifiedBenchmarks(&reporter);
 
-    std::printf("%-58s %12s %12s %7s %6s\n", "question", "figure", "floor", "ratio", "goal");
+    PrintTitle();
     const std::string filter = benchmark::GetBenchmarkFilter();
     const bool all = filter.empty() || filter == "." || filter == "all";
     int exitStatus = 0;
     for (const Question& q : questions) {
         const double figure = reporter.MedianOf(q.subject);
-        const double floor = q.floor.empty() ? 1.0 : reporter.MedianOf(q.floor);
-        if (figure > 0.0 && floor > 0.0) {
-            Print(q, figure, floor);
+        const double floor = q.floor.empty() ? 0.0 : reporter.MedianOf(q.floor);
+        if (figure > 0.0 && (q.floor.empty() || floor > 0.0)) {
+            PrintRow(q.text, figure, floor, q.goal);
         } else if (all) {
             std::fprintf(stderr, "no figure of %s or %s\n", q.subject.c_str(), q.floor.c_str());
             exitStatus = 1;

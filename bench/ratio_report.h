@@ -12,6 +12,10 @@ struct Question {
     double goal;          // the highest ratio wanted, or the highest figure; 0 for a question without a goal
 };
 
+// The line over the rows, and a row: `floor` 0 for none, `goal` 0 for none.
+void PrintTitle();
+void PrintRow(const std::string& text, double figure, double floor, double goal);
+
 // 0, or 1 with a message when a benchmark that a question names has no figure, be it misspelt or failed. A filter on the
 // command line leaves out questions.
 int RunWithRatios(int argc, char** argv, const std::vector<Question>& questions);

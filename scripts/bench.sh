@@ -19,6 +19,8 @@ for question in catalogue evaluation store load format; do
 done
 PYTHONPATH=python /usr/bin/python3 bench/python_bench.py 2>>"$log"
 
+"$bin/gate_bench" | sed 1d
+
 # Instructions within a call, of a run of the subject.
 count_instructions() {
     valgrind --tool=callgrind --callgrind-out-file=/dev/null --toggle-collect="$1" "$bin/instruction_subject" "$2" "$3" \
