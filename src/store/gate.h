@@ -24,21 +24,29 @@ struct GateThreads {
         return counts[ownCount];
     }
 
-    // A short wait costs the processor a few pauses; a longer one hands the time slice to whoever is waited for.
+    // A short wait costs the processor a few pauses; a longer one hands the time slice to whoever is waited for; a long one
+    // leaves the processor to others and looks from time to time. The yields are few: a thread that yields often has to
+    // wait long for its next turn.
     template <typename Condition>
     static void WaitUntil(Condition condition) noexcept {
         constexpr int kPauses = 64;
-        for (int pause = 0; pause < kPauses; ++pause) {
-            if (condition()) return;
-            Pause();
+        constexpr int kYields = 30;
+        for (int look = 0; !condition(); ++look) {
+            if (look < kPauses) {
+                Pause();
+            } else if (look < kPauses + kYields) {
+                Yield();
+            } else {
+                Rest(look - kPauses - kYields);
+            }
         }
-        while (!condition()) Yield();
     }
 
   private:
     static std::size_t AssignCount() noexcept;
     static void Pause() noexcept;
     static void Yield() noexcept;
+    static void Rest(int restsBefore) noexcept;
 
     // Which count serves this thread, from its first read on.
     [[gnu::tls_model("initial-exec")]] static inline constinit thread_local std::size_t ownCount = kReadCounts;

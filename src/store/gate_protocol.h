@@ -4,8 +4,8 @@
 // sets the flag first and looks at the counts second. Both are sequentially consistent, so one of the two sees the
 // other.
 //
-// A waiting writer keeps new readers out, so readers cannot starve it; a writer lets the readers that waited for the
-// one before it pass first, so writers cannot starve them either.
+// A waiting writer keeps new readers out, so readers cannot starve it. Writers can hold a reader back: one that misses the
+// gap between two of them waits for the next.
 //
 // The readers are counted in several places, each on a cache line of its own and each serving a share of the threads:
 // readers of different threads would otherwise spend more time on handing one line to and fro than on their work. Only
@@ -34,51 +34,55 @@ class GateProtocol {
 
     void BeginRead() noexcept {
         ReadCount& count = Platform::CountOfThread(readCounts_);
-        count.numReads.fetch_add(1);
-        if (isUpdating_.load()) [[unlikely]]
+        count.numReads.fetch_add(1);          // before the look at the flag, in the order that all threads agree on
+        if (isUpdating_.load()) [[unlikely]]  // after it; what the last writer did is seen
             WaitForWriter(count);
     }
 
-    void EndRead() noexcept { Platform::CountOfThread(readCounts_).numReads.fetch_sub(1, std::memory_order_release); }
+    void EndRead() noexcept {
+        // A writer that sees the count sees what this reader did.
+        Platform::CountOfThread(readCounts_).numReads.fetch_sub(1, std::memory_order_release);
+    }
 
     void BeginWrite() noexcept {
         updatenote_.lock();
-        Platform::WaitUntil([this] { return waitingReads_.load() == 0; });
-        isUpdating_.store(true);
+        isUpdating_.store(true);  // before the look at the counts, in the order that all threads agree on
         Platform::WaitUntil([this] { return Readers() <= 0; });
     }
 
     void EndWrite() noexcept {
-        isUpdating_.store(false, std::memory_order_release);
+        isUpdating_.store(false, std::memory_order_release);  // a reader that sees it sees what this writer did
         updatenote_.unlock();
+    }
+
+    // In the child of a fork that was made between BeginWrite and EndWrite: the threads that waited are not there.
+    void ForgetReaders() noexcept {
+        for (ReadCount& count : readCounts_) count.numReads.store(0, std::memory_order_relaxed);  // the only thread
     }
 
     // The readers inside, and for a moment those that step back out. The counts are read one after the other; once the
     // flag is set their sum only falls, so that a sum of 0 says that nobody is inside.
     std::int64_t Readers() const noexcept {
         std::int64_t sum = 0;
-        for (const ReadCount& count : readCounts_) sum += count.numReads.load();
+        for (const ReadCount& count : readCounts_) sum += count.numReads.load();  // after the flag; see EndRead
         return sum;
     }
 
-    std::int32_t WaitingReads() const noexcept { return waitingReads_.load(std::memory_order_relaxed); }
+    // For tests.
     bool IsUpdating() const noexcept { return isUpdating_.load(std::memory_order_relaxed); }
 
   private:
-    // Relaxed: what a reader does that has not been inside, a look that is repeated, a writer that waits too long.
     void WaitForWriter(ReadCount& count) noexcept {
-        waitingReads_.fetch_add(1);
         do {
-            count.numReads.fetch_sub(1, std::memory_order_relaxed);
+            count.numReads.fetch_sub(1, std::memory_order_relaxed);  // nothing was done inside that could be seen
+            // Relaxed: the look below decides.
             Platform::WaitUntil([this] { return !isUpdating_.load(std::memory_order_relaxed); });
-            count.numReads.fetch_add(1);
+            count.numReads.fetch_add(1);  // as in BeginRead
         } while (isUpdating_.load());
-        waitingReads_.fetch_sub(1, std::memory_order_relaxed);
     }
 
     std::array<ReadCount, Platform::kReadCounts> readCounts_;
     alignas(kCacheLine) typename Platform::template Atomic<bool> isUpdating_{false};
-    alignas(kCacheLine) typename Platform::template Atomic<std::int32_t> waitingReads_{0};
     typename Platform::Mutex updatenote_;
 };
 

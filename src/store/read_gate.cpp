@@ -1,9 +1,12 @@
 #include "store/read_gate.h"
 
+#include <algorithm>
+#include <chrono>
 #include <immintrin.h>
 #include <thread>
 
 #include "store/gate.h"
+#include "support/cancellation.h"
 
 namespace VecTableTree {
 
@@ -18,6 +21,14 @@ void GateThreads::Pause() noexcept {
 
 void GateThreads::Yield() noexcept {
     std::this_thread::yield();
+}
+
+// Each rest is twice as long as the one before, up to a length that a writer or a reader does not feel.
+void GateThreads::Rest(int restsBefore) noexcept {
+    constexpr int kMostDoublings = 4;
+    constexpr std::chrono::microseconds kFirstRest{50};
+    const VecTableSupport::CancellationHold hold;
+    std::this_thread::sleep_for(kFirstRest * (1 << std::min(restsBefore, kMostDoublings)));
 }
 
 void BeginRead() noexcept {

@@ -281,12 +281,18 @@ VecTabBinTree* FindNode(std::int64_t key) noexcept {
 }
 
 // The object of a direct-memory key is released inside the section too, so that no walk under the gate meets a record
-// on its way out. What failed is logged after the section: a log may be slow.
+// on its way out; a key that names none is refused without waiting for it. What failed is logged after the section: a
+// log may be slow.
 void RemoveNode(std::int64_t key, std::int32_t& shrunk, std::int32_t& status) noexcept {
     status = 0;
     if (IsDma(key) && key <= 0) {
         status = 2;
         TraceLogError("RemoveNode: Invalid DMA key (<=0).");
+        return;
+    }
+    if (IsDma(key) && FindDmaObject(key) == nullptr) {
+        status = 2;
+        LogDmaRemoval(DmaRemoval::kNoObject);
         return;
     }
     auto removal = DmaRemoval::kRemoved;

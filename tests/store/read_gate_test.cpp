@@ -20,12 +20,20 @@ TEST_F(StoreTest, AWaitingWriterKeepsNewReadersOutUntilItIsThrough) {
     std::thread writer([&] { removed = VecTabRemoveAllSats() == 0; });
     while (!gate.IsUpdating()) std::this_thread::yield();
     std::thread reader([&] { counted = VecTabGetCount(); });
-    while (gate.WaitingReads() == 0) std::this_thread::yield();
     EXPECT_FALSE(removed);
     EndRead();
     writer.join();
     reader.join();
     EXPECT_TRUE(removed && counted == 0);
+}
+
+// The gate is held: a removal that entered it would wait for ever.
+TEST_F(StoreTest, AKeyThatNamesNoObjectIsRefusedWithoutWaiting) {
+    Add(1, 1.0);
+    BeginRead();
+    EXPECT_EQ(VecTabRemoveSat(640), 2);
+    EndRead();
+    EXPECT_EQ(log.Take(), Strings{"RemoveDMA: /DMA doesn't exist or was already deallocated"});
 }
 
 // A batch leaves the gate between its blocks: a removal gets through while one is under way.
