@@ -69,19 +69,22 @@ FieldBuilder FormatField(const VecTabRecord& record, int32_t fieldCode) noexcept
     }
 }
 
-bool HasPoints(std::string_view call, int64_t satKey, const VecTabRecord& record) noexcept {
-    if (record.numOfPts != 0) return true;
+// Hands a record that has points to `use`. A failure is logged after the record is let go: the log may be slow, and a
+// writer would wait for it.
+template <typename Use>
+int32_t UseRecordWithPoints(std::string_view call, int64_t satKey, Use use) noexcept {
+    {
+        const StoredRecord record(satKey);
+        if (!record) return kFailure;
+        if (record->numOfPts != 0) {
+            use(*record);
+            return kSuccess;
+        }
+    }
     VecTableSupport::TextBuilder<128> text;
     text.Add(call).Add(": satKey ").AddInteger(satKey, 19).Add(" does not contain any ephemeris data.");
     VecTableSupport::TraceLogError(text.Text().View());
-    return false;
-}
-
-int32_t FormatStoredField(int64_t satKey, int32_t fieldCode, FieldBuilder& text) noexcept {
-    const StoredRecord record(satKey);
-    if (!record || !HasPoints("VecTabGetField", satKey, *record)) return kFailure;
-    text = FormatField(*record, fieldCode);
-    return kSuccess;
+    return kFailure;
 }
 
 }  // namespace
@@ -89,7 +92,8 @@ int32_t FormatStoredField(int64_t satKey, int32_t fieldCode, FieldBuilder& text)
 int32_t VecTabGetField(int64_t satKey, int32_t fieldCode, char fieldText[VEC_TAB_FIELD_LENGTH]) {
     if (NullArgument("VecTabGetField", fieldText)) return kFailure;
     FieldBuilder text;
-    const int32_t status = FormatStoredField(satKey, fieldCode, text);
+    const int32_t status = UseRecordWithPoints(
+        "VecTabGetField", satKey, [&](const VecTabRecord& record) { text = FormatField(record, fieldCode); });
     StrToCharArr(VecTableSupport::WithoutLeadingBlanks(text.Written()), kFieldLength, fieldText);
     return status;
 }
@@ -153,9 +157,8 @@ int32_t VecTabStartEndTime(int64_t satKey, double* startDs50UTC, double* endDs50
     Clear(startDs50UTC);
     Clear(endDs50UTC);
     if (NullArgument(kCall, startDs50UTC, endDs50UTC)) return kFailure;
-    const StoredRecord record(satKey);
-    if (!record || !HasPoints(kCall, satKey, *record)) return kFailure;
-    *startDs50UTC = record->points[1].ds50UTC;
-    *endDs50UTC = record->LastPoint().ds50UTC;
-    return kSuccess;
+    return UseRecordWithPoints(kCall, satKey, [&](const VecTabRecord& record) {
+        *startDs50UTC = record.points[1].ds50UTC;
+        *endDs50UTC = record.LastPoint().ds50UTC;
+    });
 }

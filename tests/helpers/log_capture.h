@@ -7,11 +7,14 @@
 #include <string>
 #include <vector>
 
+#include "store/gate.h"
+
 struct LogEntry {
     int32_t level;
     std::string text;       // exactly as logged
     std::string path = {};  // of the file being read, and the number of the line
     int64_t line = 0;
+    bool gateHeld = false;  // a slow sink would hold up writers
     bool operator==(const LogEntry&) const = default;
 };
 
@@ -40,6 +43,7 @@ class LogCapture {
         char path[512];
         VecHostReadingLine(path, &entry.line);
         entry.path.assign(path, path + std::string_view(path, 512).find_last_not_of(' ') + 1);
+        entry.gateHeld = VecTableTree::gate.Readers() != 0 || VecTableTree::gate.IsUpdating();
         static_cast<LogCapture*>(context)->entries.push_back(entry);
     }
 };

@@ -79,6 +79,7 @@ class Script : public StoreTest, public testing::WithParamInterface<Case> {
     void CheckLog() {
         Strings logged[2];
         for (const LogEntry& entry : log.entries) {
+            EXPECT_FALSE(entry.gateHeld) << entry.text;
             logged[entry.level - 1].push_back(entry.text.substr(0, entry.text.find_last_not_of(' ') + 1));
         }
         EXPECT_EQ(logged[0], errors);
