@@ -31,15 +31,29 @@ bool IsItcHeader(std::string_view line) noexcept {
            (Holds(line, 113, "SP") || Holds(line, 113, "GP"));
 }
 
-bool IsFileLine(std::string_view line) noexcept {
-    constexpr std::array<std::string_view, 6> kKeywords = {"EPHFIL", "SATFIL",       "EPHINP",
+constexpr std::array<std::string_view, 6> kFileKeywords = {"EPHFIL", "SATFIL",       "EPHINP",
                                                            "VECTAB", "VECTOR_TABLE", "EPHEMFILE"};
-    return std::any_of(kKeywords.begin(), kKeywords.end(),
+constexpr std::string_view kNameKeyword = "#VECTABLE";
+
+// Which characters a line of a list begins with: one look passes over nearly every line of a file.
+constexpr std::array<bool, 256> kBeginsKeyword = [] {
+    std::array<bool, 256> begins{};
+    const auto add = [&](char c) { begins[static_cast<unsigned char>(c)] = true; };
+    add(kNameKeyword.front());
+    for (const std::string_view keyword : kFileKeywords) {
+        add(keyword.front());
+        add(VecTableSupport::ToLowerCase(keyword.front()));
+    }
+    return begins;
+}();
+
+bool IsFileLine(std::string_view line) noexcept {
+    return std::any_of(kFileKeywords.begin(), kFileKeywords.end(),
                        [&](std::string_view keyword) { return Holds(line, 1, keyword); });
 }
 
 bool IsNameLine(std::string_view line) noexcept {
-    return Holds(line, 1, "#VECTABLE");
+    return Holds(line, 1, kNameKeyword);
 }
 
 bool IsOasysDataLine(std::string_view line) noexcept {
@@ -120,6 +134,7 @@ std::string_view FormatName(CardType card) noexcept {
 }
 
 bool BeginsListLine(std::string_view line) noexcept {
+    if (line.empty() || !kBeginsKeyword[static_cast<unsigned char>(line.front())]) return false;
     return IsFileLine(line) || IsNameLine(line);
 }
 

@@ -18,14 +18,6 @@ constexpr std::size_t kBufferSize = 65536;  // a larger one would be mapped from
 constexpr std::size_t kLongestLine = 4096;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-// 0 for a regular file: only such a file can be read twice and comes to an end.
-std::int32_t RefuseIrregular(int descriptor) noexcept {
-    struct stat properties;
-    if (::fstat(descriptor, &properties) != 0) return errno;
-    if (S_ISREG(properties.st_mode)) return 0;
-    return S_ISDIR(properties.st_mode) ? EISDIR : ESPIPE;
-}
-
 std::string_view WithoutCarriageReturn(const char* first, const char* last) noexcept {
     if (first != last && last[-1] == '\r') --last;
     return {first, static_cast<std::size_t>(last - first)};
@@ -40,31 +32,46 @@ std::int32_t InputUnit::Open(std::string_view filePath) {
     buffer_ = std::make_unique_for_overwrite<char[]>(kBufferSize);
     descriptor_ = OpenDescriptor(path.c_str(), O_RDONLY | O_NONBLOCK);  // a pipe must not block here
     if (descriptor_ < 0) return errno;
-    const std::int32_t refusal = RefuseIrregular(descriptor_);
+    const std::int32_t refusal = Examine();
     if (refusal != 0) Close();
     return refusal;
+}
+
+// 0 for a regular file: only such a file can be read twice and comes to an end.
+std::int32_t InputUnit::Examine() noexcept {
+    struct stat properties;
+    if (::fstat(descriptor_, &properties) != 0) return errno;
+    const timespec changed = properties.st_ctim;
+    version_ = {properties.st_dev, properties.st_ino, properties.st_size, changed.tv_sec, changed.tv_nsec};
+    if (S_ISREG(properties.st_mode)) return 0;
+    return S_ISDIR(properties.st_mode) ? EISDIR : ESPIPE;
 }
 
 void InputUnit::Close() noexcept {
     if (descriptor_ >= 0) ::close(descriptor_);
     descriptor_ = -1;
+    holdsAll_ = false;
     StartOver();
 }
 
 void InputUnit::Rewind() noexcept {
-    ::lseek(descriptor_, 0, SEEK_SET);
+    if (!holdsAll_) ::lseek(descriptor_, 0, SEEK_SET);
     StartOver();
 }
 
 void InputUnit::StartOver() noexcept {
-    begin_ = end_ = 0;
+    begin_ = 0;
+    if (!holdsAll_) end_ = 0;
     atStart_ = true;
     lineNumber_ = 0;
 }
 
-// Moves what is not yet handed out to `keptFrom` and reads on after it.
+// Moves what is not yet handed out to `keptFrom` and reads on after it. A file that the buffer holds from its first
+// byte to its last stays there: it is not read from the disk again.
 ReadStatus InputUnit::Fill(std::size_t keptFrom) noexcept {
     if (buffer_ == nullptr) return ReadStatus::kError;
+    if (holdsAll_) return ReadStatus::kEndOfData;
+    const bool fromStart = atStart_ && end_ == 0;
     const std::size_t kept = end_ - begin_;
     std::memmove(buffer_.get() + keptFrom, buffer_.get() + begin_, kept);
     begin_ = keptFrom;
@@ -75,6 +82,7 @@ ReadStatus InputUnit::Fill(std::size_t keptFrom) noexcept {
     } while (count < 0 && errno == EINTR);
     if (count < 0) return ReadStatus::kError;
     end_ += static_cast<std::size_t>(count);
+    holdsAll_ = fromStart && count == version_.size;
     return count == 0 ? ReadStatus::kEndOfData : ReadStatus::kOk;
 }
 
@@ -98,11 +106,11 @@ ReadStatus InputUnit::FindLine(std::string_view& line) noexcept {
             return ReadStatus::kOk;
         }
         searched = end_ - begin_;
-        if (searched >= kLongestLine) return CutLongLine(line);
+        if (searched >= kLongestLine && !holdsAll_) return CutLongLine(line);
         const ReadStatus status = Fill(0);
         if (status == ReadStatus::kEndOfData && searched > 0) {
+            line = WithoutCarriageReturn(buffer_.get() + begin_, buffer_.get() + end_);
             begin_ = end_;
-            line = WithoutCarriageReturn(buffer_.get(), buffer_.get() + searched);
             return ReadStatus::kOk;
         }
         if (status != ReadStatus::kOk) return status;

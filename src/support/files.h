@@ -8,6 +8,8 @@
 #include <memory>
 #include <span>
 #include <string_view>
+#include <sys/types.h>
+#include <tuple>
 
 #include "support/module.h"
 #include "support/number_fields.h"
@@ -49,6 +51,22 @@ class LineBuffer {
     std::size_t length_ = 0;
 };
 
+// What tells a file, and its content at one time, from any other.
+struct FileVersion {
+    dev_t device = 0;
+    ino_t number = 0;
+    off_t size = 0;
+    std::int64_t seconds = 0;  // of its last change
+    std::int64_t nanoseconds = 0;
+
+    friend bool operator<(const FileVersion& a, const FileVersion& b) noexcept {
+        const auto all = [](const FileVersion& v) {
+            return std::tie(v.device, v.number, v.size, v.seconds, v.nanoseconds);
+        };
+        return all(a) < all(b);
+    }
+};
+
 // A file open for reading, closed at the end of its scope. Only regular files are taken: a pipe or a device cannot be
 // rewound, and may never end.
 class InputUnit {
@@ -70,8 +88,10 @@ class InputUnit {
     // first line. Of a longer line at least 4096 characters are kept.
     VECTABLE_MODULE ReadStatus NextLine(std::string_view& line) noexcept;
 
-    // How many lines were handed out since the file's start.
-    std::int64_t LineNumber() const noexcept { return lineNumber_; }
+    // How many lines were handed out since the file's start. The reference counts on.
+    const std::int64_t& LineNumber() const noexcept { return lineNumber_; }
+
+    const FileVersion& Version() const noexcept { return version_; }
 
     // Exactly as many bytes as the target takes; kEndOfData when the file ends before the last one.
     VECTABLE_MODULE ReadStatus ReadBytes(std::span<char> target) noexcept;
@@ -85,17 +105,20 @@ class InputUnit {
     }
 
   private:
+    std::int32_t Examine() noexcept;
     void StartOver() noexcept;
     ReadStatus Fill(std::size_t keptFrom) noexcept;
     ReadStatus FindLine(std::string_view& line) noexcept;
     ReadStatus CutLongLine(std::string_view& line) noexcept;
 
     int descriptor_ = -1;
+    FileVersion version_;
     bool atStart_ = true;
     std::int64_t lineNumber_ = 0;
     std::unique_ptr<char[]> buffer_;
     std::size_t begin_ = 0;  // the characters read and not yet handed out lie from here
     std::size_t end_ = 0;    // to here
+    bool holdsAll_ = false;  // the buffer, of the file
 };
 
 // Opens a file for reading: 0, or the error number of the system. Logs nothing.
