@@ -2,8 +2,11 @@
  * What the host program settles for libvectable: where the trace log goes, and how records are stored; and the
  * library's frame names and date texts for a program that shows and asks for them.
  *
- * Every setting starts at 0. Until a sink is set, error entries go to standard error, as it is when the library is
- * loaded, and information entries nowhere. A host that closes or redirects its standard error later sets a sink or a file.
+ * Every setting starts at 0. Until a sink or a file is set, error entries go to standard error, in the lines that
+ * VecHostTraceToFile describes, and information entries nowhere. The library has no descriptor of its own for that: it
+ * writes to descriptor 2 as long as that is the file, terminal or pipe that it was when the library was loaded. A host
+ * that closes or redirects its standard error later, as a daemon does, sets a sink or a file: until then nothing is
+ * logged.
  * All calls may be made from any thread at any time. Settings count from the next call of the library on; records that
  * are already stored stay as they are.
  */
@@ -28,7 +31,8 @@ extern "C" {
 
 /*
  * Receives one entry of the trace log: `length` characters at `text`, blank-padded where the library builds its texts
- * in fixed buffers, not NUL-terminated, good only during the call. Entries of several threads come one after the
+ * in fixed buffers, not NUL-terminated, good only during the call. It is the text alone: what it quotes of a file may
+ * hold control characters, and VecHostReadingLine tells file and line. Entries of several threads come one after the
  * other: a slow sink holds up every call that has something to log. Of the library's calls a sink may make only
  * VecHostReadingLine: it may run while the library holds its store. An entry that a sink causes, and an exception that
  * it throws, are dropped.
@@ -45,7 +49,16 @@ typedef void (*VecHostTraceSink)(int32_t level, const char* text, int32_t length
 VECTABLE_API void VecHostSetTraceSink(VecHostTraceSink sink, void* context);
 
 /*
- * Appends all entries to a file from now on, a line each: UTC time, level, text without its trailing blanks.
+ * Appends all entries to a file from now on, a line each:
+ *
+ *     2026-03-01T12:00:00.000Z ERROR orbits/10001.e:17: *** ReadDotE : Bad ephemeris data. ***
+ *
+ * UTC time and level; for an entry of a load the file and the line, as VecHostReadingLine gives them, without a line
+ * that is 0; the text without its trailing blanks, cut at 2016 characters. Each byte of a control character, a tab or a
+ * line feed too, and each byte that is no UTF-8 is written as "?".
+ *
+ * A host that closes the descriptor of the file, as one that closes all descriptors does, ends the log: the library
+ * neither writes to the file that has the number next nor closes it. Such a host calls VecHostTraceToFile afterwards.
  *
  * Given:     path      char*          path of the file, NUL-terminated
  * Result:    0, or the error number of the system (errno.h) when the file cannot be opened; the log is then as before.
@@ -53,12 +66,13 @@ VECTABLE_API void VecHostSetTraceSink(VecHostTraceSink sink, void* context);
 VECTABLE_API int32_t VecHostTraceToFile(const char* path);
 
 /*
- * Which line the calling thread is reading: for a sink, the line of which the entry tells.
+ * Which line of which file the calling thread is reading: for a sink, the line of which the entry tells.
  *
- * Returned:  path        char[512]    path of the file, blank-padded
- *            lineNumber  int64*       number of the line read last, from 1; 0 before the first and in a binary file
- * Result:    0, or 2, with blanks and 0, when the thread is not inside a load of VecTabLoadFile or VecTabAddSatFrFile or an
- *            argument is null; without an entry in the log
+ * Returned:  path        char[512]    path of the file, of a list file or the one that it names, blank-padded
+ *            lineNumber  int64*       number of the line read last, or of an earlier one that is to blame, from 1; 0
+ *                                     for an entry about the whole file, and in a binary file
+ * Result:    0, or 2, with blanks and 0, when the thread is not inside VecTabLoadFile, VecTabAddSatFrFile or
+ *            VecOemLoadFile or an argument is null; without an entry in the log
  */
 VECTABLE_API int32_t VecHostReadingLine(char path[VEC_TAB_PATH_LENGTH], int64_t* lineNumber);
 

@@ -6,9 +6,10 @@ import ctypes
 import logging
 import os
 import threading
-from ctypes import c_int32
+from ctypes import c_int32, c_int64
 from typing import Any, Callable, Optional, Union
 
+from ._constants import VEC_TAB_PATH_LENGTH
 from ._library import function
 from .errors import VecTabError
 
@@ -24,13 +25,22 @@ _logs_to_file = False
 
 
 class _TraceLog(threading.local):
-    """What was logged on this thread since its last call was settled: (level, bytes), or an exception."""
+    """What was logged on this thread since its last call was settled: (level, bytes, place), or an exception."""
 
     def __init__(self):
         self.entries = []
 
 
 log = _TraceLog()
+_reading_line = function("VecHostReadingLine", c_int32, ctypes.c_void_p, ctypes.c_void_p)
+
+
+def _place():
+    """Of which file and line an entry of a load tells, as b"path:line: " or b"path: "; otherwise empty."""
+    path, line = ctypes.create_string_buffer(VEC_TAB_PATH_LENGTH), c_int64()
+    if _reading_line(path, ctypes.addressof(line)) != 0:
+        return b""
+    return path.raw.rstrip(b" ") + (b":%d: " % line.value if line.value else b": ")
 
 
 # The pointer is no c_char_p: the text is not NUL-terminated.
@@ -38,9 +48,13 @@ log = _TraceLog()
 def _collect(level, text, length, context):
     try:
         if len(log.entries) < _MOST_ENTRIES:
-            log.entries.append((level, ctypes.string_at(text, length)))
+            log.entries.append((level, ctypes.string_at(text, length), _place()))
     except BaseException as interrupt:  # Ctrl-C in a long load arrives here; nothing may pass through the library
         log.entries.append(interrupt)
+
+
+def _text(entry):
+    return entry.decode("utf-8", "backslashreplace")
 
 
 def _report(level, text):
@@ -56,21 +70,25 @@ def _report(level, text):
 def settle(call, status, failed, reason=None, file=None):
     """Hands out what a call logged, and raises VecTabError when it failed; `failed` None: when it logged an error.
 
-    file  path of the file that the call is about, which the entries for the logger begin with
+    file  path of the file that the call is about, which the entries for the logger begin with, in a load with the line
     """
     entries, log.entries = log.entries, []
     for entry in entries:
         if isinstance(entry, BaseException):
             raise entry
-    texts = [(level, text.decode("utf-8", "backslashreplace").rstrip(" ")) for level, text in entries]
-    errors = [text for level, text in texts if level == VEC_HOST_TRACE_ERROR]
+    texts = [(level, _text(text).rstrip(" "), _text(place)) for level, text, place in entries]
+    errors = [
+        place + text.removeprefix(f"{call}: ") if place else text
+        for level, text, place in texts
+        if level == VEC_HOST_TRACE_ERROR
+    ]
     failed = bool(errors) if failed is None else failed
     about = "" if file is None else f"{os.fspath(file)}: "
-    for level, text in texts:
+    for level, text, place in texts:
         _report(level, text)
         if level == VEC_HOST_TRACE_INFO or not failed:
             severity = logging.INFO if level == VEC_HOST_TRACE_INFO else logging.WARNING
-            _logger.log(severity, "%s%s", about, text, extra={"file": file})
+            _logger.log(severity, "%s%s", place or about, text, extra={"file": file})
     if failed:
         if _logs_to_file:
             reason = f"failed with {status}, see the log file"

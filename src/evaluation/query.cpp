@@ -73,6 +73,7 @@ struct Query {
     }
 
     void Log(Reply reply) const noexcept {
+        if (!VecTableSupport::TraceIsWanted(VecTableSupport::kTraceError)) return;
         switch (reply) {
             case Reply::kState:
             case Reply::kNoRecord:

@@ -3,7 +3,6 @@
 #include <vectable/vectable.h>
 
 #include "exports/boundary.h"
-#include "ingestion/load_driver.h"
 #include "store/frames.h"
 #include "store/record_lookup.h"
 #include "support/dates.h"
@@ -34,11 +33,10 @@ void VecHostFrameName(int32_t coordSys, char name[VEC_HOST_FRAME_NAME_LENGTH]) {
 int32_t VecHostReadingLine(char path[VEC_TAB_PATH_LENGTH], int64_t* lineNumber) {
     ClearText(path, VEC_TAB_PATH_LENGTH);
     Clear(lineNumber);
-    VecTableCardReading::PathText read;
-    int64_t number = 0;
-    if (path == nullptr || lineNumber == nullptr || !VecTableCardReading::PlaceOfWalk(read, number)) return kFailure;
-    StrToCharArr(read.View(), VEC_TAB_PATH_LENGTH, path);
-    *lineNumber = number;
+    const auto* place = VecTableSupport::ReadingPlace::Current();
+    if (path == nullptr || lineNumber == nullptr || place == nullptr) return kFailure;
+    StrToCharArr(place->Path(), VEC_TAB_PATH_LENGTH, path);
+    *lineNumber = place->Line();
     return kSuccess;
 }
 

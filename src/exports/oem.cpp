@@ -19,9 +19,11 @@ int32_t VecOemLoadFile(const char* filePath, int32_t satNum, int64_t* satKeys, i
         return kFailure;
     }
     const VecTableSupport::CancellationHold hold;
+    const PathArgument path(filePath);
+    const VecTableSupport::ReadingPlace place(path.View());
     return Guarded(kCall, kFailure, [&] {
         std::vector<int64_t> keys;
-        const int32_t result = VecTableCardReading::LoadOem(PathArgument(filePath).View(), satNum, keys);
+        const int32_t result = VecTableCardReading::LoadOem(path.View(), satNum, keys);
         std::copy_n(keys.begin(), std::min(keys.size(), static_cast<std::size_t>(capacity)), satKeys);
         *count = static_cast<int32_t>(keys.size());
         return result;

@@ -14,6 +14,7 @@ using namespace VecTableDllExports;
 using VecTableSupport::CancellationHold;
 using VecTableSupport::OutputAction;
 using VecTableSupport::OutputUnit;
+using VecTableSupport::ReadingPlace;
 
 namespace {
 
@@ -25,8 +26,9 @@ int32_t VecTabLoadFile(const char* vecTabFile) {
     constexpr std::string_view kCall = "VecTabLoadFile";
     if (NullArgument(kCall, vecTabFile)) return kFailure;
     const CancellationHold hold;
+    const PathArgument path(vecTabFile);
+    const ReadingPlace place(path.View());
     return Guarded(kCall, kFailure, [&] {
-        const PathArgument path(vecTabFile);
         VecTableSupport::TextBuilder<kLineLength + 45> text;
         text.Add("VecTabLoadFile: Reading VECTABs from file \"").Add(path.View()).Add("\".");
         VecTableSupport::TraceLogInfo(text.Written());
@@ -38,8 +40,9 @@ int64_t VecTabAddSatFrFile(const char* filePath) {
     constexpr std::string_view kCall = "VecTabAddSatFrFile";
     if (NullArgument(kCall, filePath)) return VecTableSupport::kNoKey;
     const CancellationHold hold;
+    const PathArgument path(filePath);
+    const ReadingPlace place(path.View());
     return Guarded(kCall, VecTableSupport::kNoKey, [&] {
-        const PathArgument path(filePath);
         VecTableSupport::InputUnit unit;
         if (VecTableSupport::FileOpenMt(path.View(), unit) != 0) return VecTableSupport::kNoKey;
         return VecTableCardReading::AddVecTabFile(unit, path.View());

@@ -16,33 +16,14 @@ namespace {
 
 using VecTableSupport::GetInputFileName;
 using VecTableSupport::LineBuffer;
+using VecTableSupport::ReadingPlace;
 using VecTableSupport::ReadStatus;
 using VecTableSupport::TextBuilder;
 using VecTableSupport::TraceLogError;
 using VecTableSupport::TraceLogInfo;
 
 // Lists are walked in lines that hold the longest path after its keyword.
-using ListLine = LineBuffer<1500>;
-
-void LoadListedFile(const PathText& path, EphemName& name) {
-    InputUnit unit;
-    if (VecTableSupport::FileOpenMt(path.View(), unit) != 0) return;
-    ReadOnlyVecTabs(unit, path.View(), name, nullptr);
-}
-
-// The first pass. The name that it leaves is that of the file's own first record. Nearly every line of a file is none of a
-// list, and is left where it was read.
-void FollowListLines(InputUnit& unit, EphemName& name) {
-    std::string_view read;
-    ListLine line;
-    while (unit.NextLine(read) == ReadStatus::kOk) {
-        if (!BeginsListLine(read)) continue;
-        line.Assign(read);
-        const CardType card = VecTabCardType(line.Text());
-        if (card == CardType::kNameLine) name = EphemName(GetInputFileName(line.Text()));
-        if (card == CardType::kFileLine) LoadListedFile(PathText(GetInputFileName(line.Text())), name);
-    }
-}
+constexpr std::size_t kListLineLength = 1500;
 
 // The last ephemeris of a walk.
 struct Summary {
@@ -59,17 +40,6 @@ struct Walk {
     VecTabRecord record;
     std::int64_t* satKeyOut;
     Summary summary;
-};
-
-thread_local const Walk* currentWalk = nullptr;  // of this thread
-
-// Lets the log's sink ask where a walk is.
-class WalkScope {
-  public:
-    explicit WalkScope(const Walk& walk) noexcept { currentWalk = &walk; }
-    ~WalkScope() { currentWalk = nullptr; }
-    WalkScope(const WalkScope&) = delete;
-    WalkScope& operator=(const WalkScope&) = delete;
 };
 
 // Stores the record with its points; its texts and numbers stay for the next reader, which makes points of its own.
@@ -177,6 +147,39 @@ void LogSummary(const Summary& summary) noexcept {
     TraceLogInfo(text.Text().View());
 }
 
+// The second pass. 0 or 2.
+std::int32_t ReadFile(Walk& walk, EphemName& ephemName) {
+    walk.record.filePath = PathText(walk.filePath);
+    walk.record.ephemName = ephemName;
+    const ReadingPlace place(walk.filePath, &walk.unit.LineNumber());
+    if (FileIsDotDCE(walk.filePath)) return ReadBinary(walk);
+    if (!ReadByCards(walk, ephemName)) return 2;
+    const ReadingPlace wholeFile(walk.filePath);
+    LogSummary(walk.summary);
+    return 0;
+}
+
+void LoadListedFile(const PathText& path, EphemName& name) {
+    InputUnit unit;
+    if (VecTableSupport::FileOpenMt(path.View(), unit) != 0) return;
+    Walk walk{unit, path.Trimmed(), {}, nullptr, {}};
+    ReadFile(walk, name);
+}
+
+// The first pass. The name that it leaves is that of the file's own first record. Nearly every line of a file is none
+// of a list, and is left where it was read.
+void FollowListLines(InputUnit& unit, EphemName& name) {
+    std::string_view read;
+    LineBuffer<kListLineLength> line;
+    while (unit.NextLine(read) == ReadStatus::kOk) {
+        if (!BeginsListLine(read)) continue;
+        line.Assign(read);
+        const CardType card = VecTabCardType(line.Text());
+        if (card == CardType::kNameLine) name = EphemName(GetInputFileName(line.Text()));
+        if (card == CardType::kFileLine) LoadListedFile(PathText(GetInputFileName(line.Text())), name);
+    }
+}
+
 }  // namespace
 
 std::int32_t ReadVecTabsFrFile(std::string_view filePath) {
@@ -189,6 +192,7 @@ std::int32_t ReadVecTabsFrFile(std::string_view filePath) {
 }
 
 std::int32_t ReadVecTabsFrFileUnit(InputUnit& unit, std::string_view filePath) {
+    const ReadingPlace place(filePath, &unit.LineNumber());
     EphemName name;
     unit.Rewind();
     FollowListLines(unit, name);
@@ -199,20 +203,7 @@ std::int32_t ReadVecTabsFrFileUnit(InputUnit& unit, std::string_view filePath) {
 std::int32_t ReadOnlyVecTabs(InputUnit& unit, std::string_view filePath, EphemName& ephemName,
                              std::int64_t* satKeyOut) {
     Walk walk{unit, filePath, {}, satKeyOut, {}};
-    walk.record.filePath = PathText(filePath);
-    walk.record.ephemName = ephemName;
-    const WalkScope scope(walk);
-    if (FileIsDotDCE(filePath)) return ReadBinary(walk);
-    if (!ReadByCards(walk, ephemName)) return 2;
-    LogSummary(walk.summary);
-    return 0;
-}
-
-bool PlaceOfWalk(PathText& path, std::int64_t& lineNumber) noexcept {
-    if (currentWalk == nullptr) return false;
-    path = currentWalk->record.filePath;
-    lineNumber = currentWalk->unit.LineNumber();
-    return true;
+    return ReadFile(walk, ephemName);
 }
 
 std::int64_t AddVecTabFile(InputUnit& unit, std::string_view filePath) {

@@ -30,9 +30,6 @@ VECTABLE_MODULE std::int32_t ReadVecTabsFrFileUnit(InputUnit& unit, std::string_
 VECTABLE_MODULE std::int32_t ReadOnlyVecTabs(InputUnit& unit, std::string_view filePath, EphemName& ephemName,
                                              std::int64_t* satKeyOut);
 
-// The file that this thread is reading, and the number of the line that it read last, from 1. False when it reads none.
-bool PlaceOfWalk(PathText& path, std::int64_t& lineNumber) noexcept;
-
 // Only the second pass: the key of the last record stored, -1 on failure or when there was none.
 VECTABLE_MODULE std::int64_t AddVecTabFile(InputUnit& unit, std::string_view filePath);
 

@@ -1,5 +1,7 @@
 #include "support/trace_log.h"
 
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <fcntl.h>
@@ -15,29 +17,49 @@
 namespace VecTableSupport {
 namespace {
 
-// Where entries go. At the start errors go to standard error, as it is when the library is loaded, and information goes
-// nowhere.
+constexpr std::size_t kLongestText = 2016;
+constexpr std::size_t kLongestPlace = 560;  // a path, a line number and what stands around them
+
+// Where entries go. At the start errors go to standard error, if it is open, and information goes nowhere.
 struct TraceLog {
-    std::recursive_mutex mutex;  // a sink may replace itself
-    bool busy = false;           // an entry that a sink makes itself is dropped
+    std::mutex mutex;
+    std::atomic<std::int32_t> wanted{0};  // the last level that is taken
     TraceSink sink = nullptr;
     void* context = nullptr;
-    int file = -1;  // -1 when entries go to a sink, or nowhere
-    bool informationToFile = false;
+    KnownDescriptor file;  // none when entries go to a sink, or nowhere
+    bool ownsFile = false;
 };
 
 // Nothing destroys it: other threads may still log while the process ends.
 static_assert(std::is_trivially_destructible_v<TraceLog>);
 constinit TraceLog traceLog;
 
-// A descriptor of its own: a host may close standard error, and the next file that it opens has the same number.
-[[gnu::constructor]] void KeepStandardError() noexcept {
-    traceLog.file = DuplicateDescriptor(STDERR_FILENO);
+constinit thread_local bool isInSink = false;  // and so the thread has the lock already
+constinit thread_local const ReadingPlace* currentPlace = nullptr;
+
+class LogHold {
+  public:
+    LogHold() noexcept { HoldTraceLog(); }
+    ~LogHold() { ReleaseTraceLog(); }
+    LogHold(const LogHold&) = delete;
+    LogHold& operator=(const LogHold&) = delete;
+
+  private:
+    const CancellationHold cancellation_;
+};
+
+[[gnu::constructor]] void TakeStandardError() noexcept {
+    traceLog.file = KnownDescriptor(STDERR_FILENO);
+    if (traceLog.file.Number() >= 0) traceLog.wanted = kTraceError;
 }
 
-void CloseFile() noexcept {
-    if (traceLog.file >= 0) ::close(traceLog.file);
-    traceLog.file = -1;
+void SendTo(TraceSink sink, void* context, KnownDescriptor file) noexcept {
+    if (traceLog.ownsFile && traceLog.file.Number() >= 0) ::close(traceLog.file.Number());
+    traceLog.sink = sink;
+    traceLog.context = context;
+    traceLog.file = file;
+    traceLog.ownsFile = file.Number() >= 0;
+    traceLog.wanted = sink != nullptr || traceLog.ownsFile ? kTraceInfo : 0;
 }
 
 // "2026-01-31T12:00:00.000Z ERROR " or the same with INFO.
@@ -55,37 +77,72 @@ FixedText<31> LinePrefix(std::int32_t level) noexcept {
     return prefix.Text();
 }
 
-// One write for the whole line, so that lines of other processes on the same file do not cut it.
+// "path:line: ", or less of it.
+TextBuilder<kLongestPlace> PlacePrefix() noexcept {
+    TextBuilder<kLongestPlace> prefix;
+    if (currentPlace == nullptr) return prefix;
+    prefix.Add(currentPlace->Path());
+    if (currentPlace->Line() > 0) prefix.Add(":").AddInteger(currentPlace->Line());
+    prefix.Add(": ");
+    return prefix;
+}
+
+// The length of the character in UTF-8 at the head of a text; 0 for a control character and for a byte of no character.
+std::size_t PrintableLength(std::string_view text) noexcept {
+    constexpr std::array<unsigned, 5> kFirst = {0, ' ', 0xA0, 0x800, 0x10000};  // that prints, of so many bytes
+    constexpr unsigned kDelete = 0x7F;
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned>(static_cast<unsigned char>(text[i])); };
+    const unsigned lead = byte(0);
+    if (lead < 0x80) return lead < kFirst[1] || lead == kDelete ? 0 : 1;
+    if (lead < 0xC0 || lead > 0xF4) return 0;
+    const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    if (length > text.size()) return 0;
+    unsigned code = lead & (0x7FU >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xC0) != 0x80) return 0;
+        code = code << 6 | (byte(i) & 0x3F);
+    }
+    const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
+    return code < kFirst[length] || isSurrogate || code > 0x10FFFF ? 0 : length;
+}
+
+// One write for the whole line, so that lines of other processes on the same file do not cut it. What comes out of a
+// file must neither steer a terminal nor forge a line.
 void WriteLine(int file, std::int32_t level, std::string_view text) noexcept {
-    constexpr std::size_t kLongestText = 2048;
-    TextBuilder<kLongestText> line;
-    line.Add(LinePrefix(level).View()).Add(WithoutTrailingBlanks(text).substr(0, kLongestText - 32)).Add("\n");
-    WriteBytes(file, line.Written());
+    TextBuilder<32 + kLongestPlace + kLongestText> line, shown;
+    line.Add(LinePrefix(level).View()).Add(PlacePrefix().Written());
+    line.Add(WithoutTrailingBlanks(text).substr(0, kLongestText));
+    for (std::string_view rest = line.Written(); !rest.empty();) {
+        const std::size_t length = PrintableLength(rest);
+        shown.Add(length == 0 ? "?" : rest.substr(0, length));
+        rest.remove_prefix(length == 0 ? 1 : length);
+    }
+    WriteBytes(file, shown.Add("\n").Written());
 }
 
 // A sink written in C++ may throw; the work that logs goes on.
 void CallSink(std::int32_t level, std::string_view text) noexcept {
+    isInSink = true;
     try {
         traceLog.sink(level, text.data(), static_cast<std::int32_t>(text.size()), traceLog.context);
     } catch (...) {
-        return;
     }
+    isInSink = false;
 }
 
 void Trace(std::int32_t level, std::string_view text) noexcept {
-    const CancellationHold hold;
-    const std::lock_guard lock(traceLog.mutex);
-    if (traceLog.busy) return;
-    traceLog.busy = true;
-    if (traceLog.sink != nullptr) {
-        CallSink(level, text);
-    } else if (traceLog.file >= 0 && (level == kTraceError || traceLog.informationToFile)) {
-        WriteLine(traceLog.file, level, text);
-    }
-    traceLog.busy = false;
+    if (!TraceIsWanted(level) || isInSink) return;
+    const LogHold hold;
+    if (traceLog.sink != nullptr) return CallSink(level, text);
+    const int file = traceLog.file.Number();
+    if (file >= 0) WriteLine(file, level, text);
 }
 
 }  // namespace
+
+bool TraceIsWanted(std::int32_t level) noexcept {
+    return level <= traceLog.wanted.load(std::memory_order_relaxed);
+}
 
 void TraceLogError(std::string_view text) noexcept {
     Trace(kTraceError, text);
@@ -96,24 +153,39 @@ void TraceLogInfo(std::string_view text) noexcept {
 }
 
 void SetTraceSink(TraceSink sink, void* context) noexcept {
-    const CancellationHold hold;
-    const std::lock_guard lock(traceLog.mutex);
-    CloseFile();
-    traceLog.sink = sink;
-    traceLog.context = context;
+    const LogHold hold;
+    SendTo(sink, context, {});
 }
 
 std::int32_t TraceToFile(const char* path) noexcept {
     if (path == nullptr) return EINVAL;
-    const CancellationHold hold;
+    const CancellationHold cancellation;
     const int file = OpenDescriptor(path, O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK, 0666);
     if (file < 0) return errno;
-    const std::lock_guard lock(traceLog.mutex);
-    CloseFile();
-    traceLog.sink = nullptr;
-    traceLog.file = file;
-    traceLog.informationToFile = true;
+    const LogHold hold;
+    SendTo(nullptr, nullptr, KnownDescriptor(file));
     return 0;
+}
+
+void HoldTraceLog() noexcept {
+    if (!isInSink) traceLog.mutex.lock();
+}
+
+void ReleaseTraceLog() noexcept {
+    if (!isInSink) traceLog.mutex.unlock();
+}
+
+ReadingPlace::ReadingPlace(std::string_view path, const std::int64_t* line) noexcept
+    : path_(path), line_(line), outer_(currentPlace) {
+    currentPlace = this;
+}
+
+ReadingPlace::~ReadingPlace() {
+    currentPlace = outer_;
+}
+
+const ReadingPlace* ReadingPlace::Current() noexcept {
+    return currentPlace;
 }
 
 }  // namespace VecTableSupport

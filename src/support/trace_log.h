@@ -12,6 +12,9 @@ inline constexpr std::int32_t kTraceInfo = 2;
 
 using TraceSink = void (*)(std::int32_t level, const char* text, std::int32_t length, void* context);
 
+// Whether anybody takes entries of this level. An entry that many calls may cause is built only then; no lock is taken.
+bool TraceIsWanted(std::int32_t level) noexcept;
+
 void TraceLogError(std::string_view text) noexcept;
 void TraceLogInfo(std::string_view text) noexcept;
 
@@ -20,5 +23,32 @@ void SetTraceSink(TraceSink sink, void* context) noexcept;
 
 // Entries are appended to a file from now on. 0, or the error number of the system; the log is then as it was.
 std::int32_t TraceToFile(const char* path) noexcept;
+
+// Between these the log stays as it is, and entries of other threads wait. Inside a sink they do nothing, as the thread
+// holds the log already.
+void HoldTraceLog() noexcept;
+void ReleaseTraceLog() noexcept;
+
+// What the calling thread reads, for the length of a scope: the entries made in it tell of that file and line. In a
+// scope within another one the inner counts.
+class ReadingPlace {
+  public:
+    // The line is looked at when an entry is made. None for entries that are about the whole file.
+    explicit ReadingPlace(std::string_view path, const std::int64_t* line = nullptr) noexcept;
+    ~ReadingPlace();
+    ReadingPlace(const ReadingPlace&) = delete;
+    ReadingPlace& operator=(const ReadingPlace&) = delete;
+
+    // Null when the thread reads nothing.
+    static const ReadingPlace* Current() noexcept;
+
+    std::string_view Path() const noexcept { return path_; }
+    std::int64_t Line() const noexcept { return line_ == nullptr ? 0 : *line_; }  // from 1; 0 for none
+
+  private:
+    std::string_view path_;
+    const std::int64_t* line_;
+    const ReadingPlace* outer_;
+};
 
 }  // namespace VecTableSupport

@@ -1,10 +1,13 @@
 """A host that unloads the library, or that has closed its standard streams. LIBRARY is the shared library."""
 
+import codecs
 import os
 import pathlib
+import random
 import subprocess
 import sys
 import tempfile
+import unicodedata
 import unittest
 
 LIBRARY = os.environ["LIBRARY"]
@@ -18,6 +21,15 @@ def load():
     library.VecTabRemoveSat.argtypes = [ctypes.c_int64]
     return library
 """
+
+
+codecs.register_error("mark", lambda error: ("?" * (error.end - error.start), error.end))
+
+
+def printable(text):
+    """The text with a question mark for each byte of a control character, and for each that is no part of UTF-8."""
+    shown = ("?" * len(c.encode()) if unicodedata.category(c) == "Cc" else c for c in text.decode(errors="mark"))
+    return "".join(shown).encode()
 
 
 class Host(unittest.TestCase):
@@ -38,22 +50,54 @@ for satNum in range(3):
 """
         self.assertEqual(self.run_host(code), "1\n2\n3\n")
 
-    def test_log_goes_to_standard_error_only(self):
+    def test_log_goes_nowhere_once_the_host_has_closed_its_descriptor(self):
+        """Data that get the number of the log stay as they are and open, and the pipe of the parent is let go."""
         code = """
-library = load()
+library, pipe, first = load(), os.readlink("/proc/self/fd/2"), %d
+if first > 2:
+    library.VecHostTraceToFile(b"log")
+    os.unlink("log")  # so that its number in the file system is free
 library.VecTabRemoveSat(16)
-os.close(2)
-assert os.open("data", os.O_RDWR | os.O_CREAT) == 2
+saved = os.dup2(1, 100)
+os.closerange(first, 100)
+links = [os.readlink(f"/proc/self/fd/{n}") for n in range(100) if os.path.exists(f"/proc/self/fd/{n}")]
+assert (pipe in links) == (first > 2)
+data = [os.open(f"data{i}", os.O_RDWR | os.O_CREAT) for i in range(20)]
 library.VecTabRemoveSat(16)
-print(os.path.getsize("data"))
-sys.stdout.flush()
+library.VecHostSetTraceSink(None, None)
+os.write(saved, str(sum(os.fstat(file).st_size for file in data)).encode())
 os._exit(0)
 """
-        with tempfile.TemporaryDirectory() as folder:
-            done = subprocess.run([sys.executable, "-c", HEAD + code], capture_output=True, text=True, cwd=folder)
-        self.assertEqual((done.returncode, done.stdout), (0, "0\n"))
         words = "Z ERROR RemoveNode: Unable to locate this key                  16 in its binary tree."
-        self.assertEqual([line[23:] for line in done.stderr.splitlines()], [words, words])
+        for first in (0, 2, 3):
+            with self.subTest(first=first), tempfile.TemporaryDirectory() as folder:
+                ran = [sys.executable, "-c", HEAD + code % first]
+                done = subprocess.run(ran, capture_output=True, text=True, cwd=folder)
+                self.assertEqual((done.returncode, done.stdout), (0, "0"), done.stderr)
+                self.assertEqual([line[23:] for line in done.stderr.splitlines()], [words] if first < 3 else [])
+
+    def test_entries_of_a_load_tell_the_line_and_steer_no_terminal(self):
+        """What is no character of UTF-8, or a control character, is a question mark a byte."""
+        source = random.Random(6)
+        codes = [*range(0x20, 0x800), *(source.randrange(0x800, 0xD800) for _ in range(500)), 0xFFFF, 0x10000, 0x10FFFF]
+        texts = ["".join(map(chr, codes[i : i + 99])).encode() for i in range(0, len(codes), 99)]
+        texts += [bytes(source.choices(range(256), k=90)) for _ in range(500)]
+        tails = (source.choices(range(0x80, 0xC0), k=3) for _ in range(40))
+        texts += [bytes([head, *tail]) for tail in tails for head in range(0x80, 0x100)]
+        lines = [b"x" + text.translate(None, b"\n\r") + b"|" for text in texts]
+        with tempfile.TemporaryDirectory() as folder:
+            path = os.path.join(folder, "1\n\x1b\u00f6.e")
+            head = b"stk.v.4\nScenarioEpoch 1 Jan 2025 00:00:00.000\nEphemerisTimePos\n"
+            pathlib.Path(path).write_bytes(head + b"\n".join(lines))
+            calls = f"library.VecHostTraceToFile(b'log'); library.VecTabLoadFile({path.encode()!r})"
+            self.run_host(f"library = load(); {calls}", cwd=folder)
+            logged = pathlib.Path(folder, "log").read_bytes().split(b"\n")
+        shown = printable(path.encode())
+        told = b'Z INFO  %s: VecTabLoadFile: Reading VECTABs from file "%s".' % (shown, shown)
+        self.assertEqual(logged[0][23:], told)
+        expected = [b"%s:%d: %s" % (shown, number, printable(line)) for number, line in enumerate(lines, 4)]
+        for entry, wanted in zip(logged[2:-2:2], expected, strict=True):
+            self.assertEqual(entry[31:], wanted)
 
     def test_files_of_the_library_are_no_standard_streams(self):
         """With 0 to 2 closed, what the library opens has other numbers: the log, a file that is read, a list."""

@@ -150,7 +150,7 @@ class Log(StoreTest):
         with self.assertLogs("vectable", "INFO") as logged:
             vt.VecTabLoadFile(self.bad)
         records = [(record.levelname, record.getMessage(), record.file) for record in logged.records]
-        self.assertIn(("WARNING", f"{self.bad}: 60 7 bad", self.bad), records)
+        self.assertIn(("WARNING", f"{self.bad}:5: 60 7 bad", self.bad), records)
         self.assertEqual(records[0][0], "INFO")
         self.assertIn((vt.VEC_HOST_TRACE_ERROR, "60 7 bad", 1), received)
         self.assertEqual(received[-1][0], vt.VEC_HOST_TRACE_INFO)

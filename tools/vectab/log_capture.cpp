@@ -3,7 +3,6 @@
 #include <vectable/host.h>
 #include <vectable/vectable.h>
 
-#include <charconv>
 #include <utility>
 
 #include "text.h"
@@ -13,16 +12,8 @@ namespace {
 
 constexpr std::size_t kMostEntries = 10000;
 constexpr std::string_view kEndMark = "END Ephemeris";  // which real files have, and the format in another letter case
-constexpr std::string_view kMessageLine = "VecOemLoadFile: Line ";
-constexpr std::string_view kBadLine = "Bad ephemeris data";  // the next entry is the line
-
-// Takes the line number out of the text of an entry on an orbit ephemeris message.
-void TakeLine(LogCapture::Entry& entry) {
-    if (!entry.text.starts_with(kMessageLine)) return;
-    const char* end = entry.text.data() + entry.text.size();
-    const auto [rest, error] = std::from_chars(entry.text.data() + kMessageLine.size(), end, entry.line);
-    if (error == std::errc{}) entry.text = WithoutOuterBlanks({rest + 1, end});
-}
+constexpr std::string_view kMessageCall = "VecOemLoadFile: ";  // which a user of the tool does not call
+constexpr std::string_view kBadLine = "Bad ephemeris data";    // the next entry is the line
 
 }  // namespace
 
@@ -44,8 +35,8 @@ void LogCapture::Add(bool error, std::string_view text) {
     char path[VEC_TAB_PATH_LENGTH];
     std::int64_t line = 0;
     VecHostReadingLine(path, &line);
+    if (text.starts_with(kMessageCall)) text.remove_prefix(kMessageCall.size());
     Entry entry{error, false, std::string(text), std::string(WithoutOuterBlanks({path, sizeof path})), line};
-    TakeLine(entry);
     if (std::exchange(badLineFollows_, false)) {
         const bool harmless = text == kEndMark;
         badLines_[entry.path] += harmless ? 0 : 1;

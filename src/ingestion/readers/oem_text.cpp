@@ -38,6 +38,7 @@ namespace VecTableCardReading {
 namespace {
 
 using VecTableSupport::IsBlankOrTab;
+using VecTableSupport::ReadingPlace;
 using VecTableSupport::TextBuilder;
 using VecTableSupport::TimeScale;
 using VecTableSupport::WithoutOuterBlanks;
@@ -112,10 +113,10 @@ std::string_view TakeWord(std::string_view& text) noexcept {
 
 using Pieces = std::initializer_list<std::string_view>;
 
-// An entry in the log: a line of the file, and what is wrong there.
-void LogAt(std::int64_t line, Pieces pieces) noexcept {
+// An entry in the log: what is wrong with the line that is read.
+void LogError(Pieces pieces) noexcept {
     TextBuilder<256> text;
-    text.Add(kOemCall).Add(": Line ").AddInteger(line).Add(": ");
+    text.Add(kOemCall).Add(": ");
     for (const std::string_view piece : pieces) text.Add(piece);
     VecTableSupport::TraceLogError(text.Written());
 }
@@ -150,16 +151,19 @@ class OemReader {
 
     static constexpr std::size_t kCovarianceRows = 6;
 
-    static bool FailAt(std::int64_t line, Pieces pieces) noexcept {
-        LogAt(line, pieces);
+    static bool Fail(Pieces pieces) noexcept {
+        LogError(pieces);
         return false;
     }
-    bool Fail(Pieces pieces) const noexcept { return FailAt(unit_.LineNumber(), pieces); }
 
     // Ends with the text of the file that is to blame.
-    bool FailQuoting(std::string_view message, std::string_view text) const noexcept {
-        return Fail({message, " \"", text.substr(0, kLongestQuote), "\"."});
+    static bool FailQuoting(std::string_view message, std::string_view text) noexcept {
+        const std::string_view cut = text.size() > kLongestQuote ? "..." : "";
+        return Fail({message, " \"", text.substr(0, kLongestQuote), cut, "\"."});
     }
+
+    // For entries about another line than the one read last.
+    ReadingPlace PlaceOf(const std::int64_t& line) const noexcept { return ReadingPlace(path_, &line); }
 
     bool UseLine(std::string_view line) {
         switch (section_) {
@@ -221,7 +225,8 @@ class OemReader {
             return Refuse(kRefFrame, "EME2000, ICRF, GCRF, TEME or ITRF");
         }
         if (record.coordSys == VecTableTypes::kEci && frameEpochLine_ != 0) {
-            return FailAt(frameEpochLine_, {"TEME is read of date, not of a REF_FRAME_EPOCH."});
+            const ReadingPlace place = PlaceOf(frameEpochLine_);
+            return Fail({"TEME is read of date, not of a REF_FRAME_EPOCH."});
         }
         return UseTimes();
     }
@@ -240,9 +245,10 @@ class OemReader {
 
     bool Refuse(Keyword keyword, std::string_view allowed) const noexcept {
         const auto& [text, line] = metadata_[keyword];
-        const std::string_view found = text;
-        return FailAt(line,
-                      {kKeywords[keyword], " must be ", allowed, ", not \"", found.substr(0, kLongestQuote), "\"."});
+        const ReadingPlace place = PlaceOf(line);
+        TextBuilder<128> message;
+        message.Add(kKeywords[keyword]).Add(" must be ").Add(allowed).Add(", not");
+        return FailQuoting(message.Written(), text);
     }
 
     bool ReadTime(std::string_view text, double& ds50UTC) const noexcept {
@@ -251,7 +257,7 @@ class OemReader {
     }
 
     // Reads all numbers of a line. False when there are more than fit or one is none.
-    bool ReadNumbers(std::string_view text, std::span<double> numbers, std::size_t& count) const noexcept {
+    static bool ReadNumbers(std::string_view text, std::span<double> numbers, std::size_t& count) noexcept {
         if (text.find(',') != std::string_view::npos) return FailQuoting("A comma has no place in", text);
         VecTableSupport::FreeFormScanner scanner(text);
         double further = 0.0;
@@ -337,8 +343,10 @@ class OemReader {
 
     bool End() {
         switch (section_) {
-            case Section::kStart:
-                return FailAt(1, {"No orbit ephemeris message: the file is empty."});
+            case Section::kStart: {
+                const ReadingPlace wholeFile(path_);
+                return Fail({"No orbit ephemeris message: the file is empty."});
+            }
             case Section::kHeader:
                 return Fail({"The file ends before META_START."});
             case Section::kMetadata:
@@ -356,7 +364,8 @@ class OemReader {
         if (record.numOfPts == 0) return Fail({"The segment has no states."});
         TrimVecTablePts(record);
         for (GivenCovariance& given : given_) {
-            if (!TurnToFrame(given)) return FailAt(given.line, {"The states do not tell the axes of this covariance."});
+            const ReadingPlace place = PlaceOf(given.line);
+            if (!TurnToFrame(given)) return Fail({"The states do not tell the axes of this covariance."});
         }
         SpreadOverPoints(given_, record);
         LogSegment();
@@ -373,10 +382,12 @@ class OemReader {
     }
 
     void LogSegment() const noexcept {
+        const ReadingPlace wholeFile(path_);
         const VecTabRecord& record = records_.back();
         const double lacking = (stopTime_ - record.LastPoint().ds50UTC) * VecTableSupport::kSecondsPerDay;
         if (lacking > kStopTolerance) {
-            LogAt(metadata_[kStopTime].line, {"The states end before STOP_TIME. The file may be cut."});
+            const ReadingPlace place = PlaceOf(metadata_[kStopTime].line);
+            LogError({"The states end before STOP_TIME. The file may be cut."});
         }
         LogSpan("states", record.numOfPts, record.points[1].ds50UTC, record.LastPoint().ds50UTC);
         if (given_.empty()) return;
@@ -394,6 +405,8 @@ class OemReader {
 
     InputUnit& unit_;
     const VecTabRecord& pattern_;
+    const std::string_view path_ = pattern_.filePath.Trimmed();
+    const ReadingPlace place_{path_, &unit_.LineNumber()};
     std::vector<VecTabRecord>& records_;
     Section section_ = Section::kStart;
     // Of the segment that is being read:

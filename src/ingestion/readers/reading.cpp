@@ -21,6 +21,7 @@ void FailOnLine(const Reading& reading, const Line& line, std::string_view messa
 }
 
 void SkipBadEphemPoint(std::string_view readerName, std::string_view badText) noexcept {
+    if (!VecTableSupport::TraceIsWanted(VecTableSupport::kTraceError)) return;
     VecTableSupport::TextBuilder<128> text;
     text.Add("*** ").Add(readerName).Add(" : Bad ephemeris data. ***");
     VecTableSupport::TraceLogError(text.Written());
