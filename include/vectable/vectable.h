@@ -406,8 +406,8 @@ VECTABLE_API int32_t VecTabXten(int64_t satKey, int32_t ephType, double value, d
  * Result:    0; 2 when an ephemeris could not be read; the error number of the system when the file cannot be opened
  * Notes:     A list file has lines "EPHFIL = path", one level deep, and lines "#VECTABLE = name" that name the next
  *            record stored. Its result is 0, whatever became of the files that it names: see the trace log. One that
- *            cannot be opened is passed over in silence. A file in which no format is found is no failure, and stores
- *            nothing.
+ *            cannot be opened is passed over in silence. A path of more than 512 characters is cut to them, and an
+ *            error entry tells it. A file in which no format is found is no failure, and stores nothing.
  */
 VECTABLE_API int32_t VecTabLoadFile(const char* vecTabFile);
 

@@ -1,6 +1,8 @@
 #include "ingestion/load_driver.h"
 
+#include <map>
 #include <utility>
+#include <vector>
 
 #include "ingestion/card_identification.h"
 #include "ingestion/point_assembly.h"
@@ -14,6 +16,7 @@
 namespace VecTableCardReading {
 namespace {
 
+using VecTableSupport::EntryKeeper;
 using VecTableSupport::GetInputFileName;
 using VecTableSupport::LineBuffer;
 using VecTableSupport::ReadingPlace;
@@ -40,6 +43,8 @@ struct Walk {
     VecTabRecord record;
     std::int64_t* satKeyOut;
     Summary summary;
+
+    bool HasStored() const noexcept { return summary.numOfPts != 0; }
 };
 
 // Stores the record with its points; its texts and numbers stay for the next reader, which makes points of its own.
@@ -159,11 +164,45 @@ std::int32_t ReadFile(Walk& walk, EphemName& ephemName) {
     return 0;
 }
 
-void LoadListedFile(const PathText& path, EphemName& name) {
+// The files of a list that gave no record, with what they logged. A file that is named again is not read again, so that
+// a long list that names itself, or another long text, takes no time for each pair of its lines.
+class BarrenFiles {
+  public:
+    bool Repeat(const InputUnit& unit, std::string_view path) const noexcept {
+        const auto file = entries_.find(unit.Version());
+        if (file == entries_.end()) return false;
+        EntryKeeper::Repeat(file->second, path);
+        return true;
+    }
+    void Remember(const InputUnit& unit, EntryKeeper& entries) {
+        constexpr std::size_t kMostFiles = 1000;
+        if (entries.HasAll() && entries_.size() < kMostFiles) entries_.emplace(unit.Version(), entries.Take());
+    }
+
+  private:
+    std::map<VecTableSupport::FileVersion, std::vector<EntryKeeper::Entry>> entries_;
+};
+
+// A binary file is told by its name and without a record is short: none is remembered.
+void LoadListedFile(std::string_view path, EphemName& name, BarrenFiles& barren) {
     InputUnit unit;
-    if (VecTableSupport::FileOpenMt(path.View(), unit) != 0) return;
-    Walk walk{unit, path.Trimmed(), {}, nullptr, {}};
+    if (VecTableSupport::FileOpenMt(path, unit) != 0) return;
+    const bool isBinary = FileIsDotDCE(path);
+    if (!isBinary && barren.Repeat(unit, path)) return;
+    EntryKeeper entries;
+    Walk walk{unit, path, {}, nullptr, {}};
     ReadFile(walk, name);
+    if (!isBinary && !walk.HasStored()) barren.Remember(unit, entries);
+}
+
+// The path of a listed file. The interface cuts it, to what may be that of another file.
+std::string_view CutPath(std::string_view path) noexcept {
+    if (path.size() <= VEC_TAB_PATH_LENGTH) return path;
+    TextBuilder<kListLineLength + 128> text;
+    text.Add("ReadVecTabsFrFile: A path of more than ").AddInteger(VEC_TAB_PATH_LENGTH);
+    text.Add(" characters is cut to them: \"").Add(path).Add("\".");
+    TraceLogError(text.Written());
+    return path.substr(0, VEC_TAB_PATH_LENGTH);
 }
 
 // The first pass. The name that it leaves is that of the file's own first record. Nearly every line of a file is none
@@ -171,12 +210,13 @@ void LoadListedFile(const PathText& path, EphemName& name) {
 void FollowListLines(InputUnit& unit, EphemName& name) {
     std::string_view read;
     LineBuffer<kListLineLength> line;
+    BarrenFiles barren;
     while (unit.NextLine(read) == ReadStatus::kOk) {
         if (!BeginsListLine(read)) continue;
         line.Assign(read);
         const CardType card = VecTabCardType(line.Text());
         if (card == CardType::kNameLine) name = EphemName(GetInputFileName(line.Text()));
-        if (card == CardType::kFileLine) LoadListedFile(PathText(GetInputFileName(line.Text())), name);
+        if (card == CardType::kFileLine) LoadListedFile(CutPath(GetInputFileName(line.Text())), name, barren);
     }
 }
 

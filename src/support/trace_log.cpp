@@ -6,6 +6,7 @@
 #include <chrono>
 #include <fcntl.h>
 #include <mutex>
+#include <new>
 #include <type_traits>
 #include <unistd.h>
 
@@ -19,6 +20,7 @@ namespace {
 
 constexpr std::size_t kLongestText = 2016;
 constexpr std::size_t kLongestPlace = 560;  // a path, a line number and what stands around them
+constexpr std::size_t kMostKept = 8;
 
 // Where entries go. At the start errors go to standard error, if it is open, and information goes nowhere.
 struct TraceLog {
@@ -36,6 +38,7 @@ constinit TraceLog traceLog;
 
 constinit thread_local bool isInSink = false;  // and so the thread has the lock already
 constinit thread_local const ReadingPlace* currentPlace = nullptr;
+constinit thread_local EntryKeeper* currentKeeper = nullptr;
 
 class LogHold {
   public:
@@ -132,6 +135,7 @@ void CallSink(std::int32_t level, std::string_view text) noexcept {
 
 void Trace(std::int32_t level, std::string_view text) noexcept {
     if (!TraceIsWanted(level) || isInSink) return;
+    if (currentKeeper != nullptr) currentKeeper->Add(level, text);
     const LogHold hold;
     if (traceLog.sink != nullptr) return CallSink(level, text);
     const int file = traceLog.file.Number();
@@ -186,6 +190,31 @@ ReadingPlace::~ReadingPlace() {
 
 const ReadingPlace* ReadingPlace::Current() noexcept {
     return currentPlace;
+}
+
+EntryKeeper::EntryKeeper() noexcept {
+    currentKeeper = this;
+}
+
+EntryKeeper::~EntryKeeper() {
+    currentKeeper = nullptr;
+}
+
+void EntryKeeper::Add(std::int32_t level, std::string_view text) noexcept {
+    hasAll_ = hasAll_ && entries_.size() < kMostKept;
+    if (!hasAll_) return;
+    try {
+        entries_.push_back({level, currentPlace == nullptr ? 0 : currentPlace->Line(), std::string(text)});
+    } catch (const std::bad_alloc&) {
+        hasAll_ = false;
+    }
+}
+
+void EntryKeeper::Repeat(const std::vector<Entry>& entries, std::string_view path) noexcept {
+    for (const Entry& entry : entries) {
+        const ReadingPlace place(path, &entry.line);
+        Trace(entry.level, entry.text);
+    }
 }
 
 }  // namespace VecTableSupport

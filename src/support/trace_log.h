@@ -3,7 +3,10 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace VecTableSupport {
 
@@ -49,6 +52,34 @@ class ReadingPlace {
     std::string_view path_;
     const std::int64_t* line_;
     const ReadingPlace* outer_;
+};
+
+// Keeps what the calling thread logs in a scope, to log the same again. One scope a thread.
+class EntryKeeper {
+  public:
+    struct Entry {
+        std::int32_t level;
+        std::int64_t line;
+        std::string text;
+    };
+
+    EntryKeeper() noexcept;
+    ~EntryKeeper();
+    EntryKeeper(const EntryKeeper&) = delete;
+    EntryKeeper& operator=(const EntryKeeper&) = delete;
+
+    void Add(std::int32_t level, std::string_view text) noexcept;
+
+    // False when there were more than a few entries, which are not kept.
+    bool HasAll() const noexcept { return hasAll_; }
+    std::vector<Entry> Take() noexcept { return std::move(entries_); }
+
+    // Logs kept entries again, as those of a file.
+    static void Repeat(const std::vector<Entry>& entries, std::string_view path) noexcept;
+
+  private:
+    std::vector<Entry> entries_;
+    bool hasAll_ = true;
 };
 
 }  // namespace VecTableSupport

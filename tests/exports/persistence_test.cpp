@@ -23,6 +23,23 @@ class Persistence : public StoreTest {
     const std::string header = "\n\n\n*** Vector Table Input Files ***\n";
 };
 
+// The interface cuts the path of a listed file, to what may be that of another one.
+TEST_F(Persistence, APathThatIsCutIsTold) {
+    const std::string text = "stk.v.4\nScenarioEpoch 1 Jan 2025 00:00:00.000\nEphemerisTimePos\n0 1 2 3\n";
+    const std::string path = Write("1.e", text), slashes(512 - path.size(), '/');
+    const std::string other = folder.string() + slashes + "/1.e",
+                      list = Write("list.txt", "\nEPHFIL = " + other + "2\n");
+    EXPECT_EQ(VecTabLoadFile(list.c_str()), 0);
+    EXPECT_EQ(VecTabGetCount(), 1);
+    std::erase_if(log.entries, [](const LogEntry& entry) { return entry.level == VEC_HOST_TRACE_INFO; });
+    const std::string told =
+        "ReadVecTabsFrFile: A path of more than 512 characters is cut to them: \"" + other + "2\".";
+    EXPECT_EQ(log.entries, (std::vector{LogEntry{VEC_HOST_TRACE_ERROR, told, list, 2}}));
+    log.entries.clear();
+    EXPECT_EQ(VecTabLoadFile(Write("list.txt", "EPHFIL = " + other).c_str()), 0);  // a path that just fits
+    EXPECT_EQ(log.Take(), Strings{"AddRecToMem: Duplicated record/key     999999281490586 found."});
+}
+
 TEST_F(Persistence, APipeWithoutAReaderAndASecondFileAreRefused) {
     const std::string list = Write("list.txt", "earlier\n"), pipe = folder / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);

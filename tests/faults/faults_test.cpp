@@ -248,6 +248,28 @@ TEST_F(Faults, AFileThatCannotBeReadFailsInOrder) {
                                      "ReadV31", "ReadVTUniversalVecTab", "ReadVecEph", "VecOemLoadFile"}));
 }
 
+// A list that names itself in every line, and other files without a record: what fits the buffer is read from the disk
+// once, and logged as often as it is named. What logs much is read again, and so is what is another format by another
+// name.
+TEST_F(Faults, NoTextIsReadForEachPairOfLines) {
+    const std::string faulty = Write("faulty.e", "stk.v.4\nEphemerisTimePos\nbad\n"), own = folder / "own.txt";
+    const std::string start = "stk.v.4\nScenarioEpoch 1 Jan 2025 00:00:00.000\nEphemerisTimePos\n";
+    const std::string bad = Write("bad.e", start + "bad\nbad\nbad\nbad\n"), binary = folder / "own.dce";
+    std::string text = "EPHFIL = " + bad + "\nEPHFIL = " + bad + "\n";
+    for (int i = 0; i < 300; ++i) text += "EPHFIL = " + own + "\nEPHFIL = " + faulty + "\n";
+    text += "EPHFIL = " + binary + "\n";
+    std::filesystem::create_hard_link(Write("own.txt", text), binary);
+    Injection::readFile.Arm(0);
+    log.entries.clear();
+    EXPECT_EQ(VecTabLoadFile(own.c_str()), 0);
+    EXPECT_EQ(Injection::readFile.made, 6);
+    const LogEntry nothing{VEC_HOST_TRACE_INFO, "Total ephemeris points = 0", own};
+    const LogEntry failure{VEC_HOST_TRACE_ERROR, "*** ReadDotE: Unable to read reference epoch time. ***", faulty, 2};
+    EXPECT_EQ(std::ranges::count(log.entries, nothing), 301);
+    EXPECT_EQ(std::ranges::count(log.entries, failure), 300);
+    EXPECT_EQ(log.entries.size(), 602U + 2 * 9);
+}
+
 // Where the system fails, or the process ends, the list is the earlier one; a signal or a short write costs nothing.
 TEST_F(Faults, ASaveThatFailsOrDiesKeepsTheEarlierList) {
     for (int i = 0; i < 500; ++i) Add(i, 1.0);
