@@ -1,6 +1,8 @@
 // The calls that tie the store to files.
 #include <vectable/vectable.h>
 
+#include <cerrno>
+
 #include "exports/boundary.h"
 #include "ingestion/load_driver.h"
 #include "store/record_lookup.h"
@@ -56,17 +58,21 @@ int32_t VecTabSaveFile(const char* vecTabFile, int32_t saveMode) {
     const CancellationHold hold;
     return Guarded(kCall, kFailure, [&]() -> int32_t {
         const PathArgument path(vecTabFile);
-        OutputUnit unit;
         const auto action = saveMode == 0 ? OutputAction::kReplace : OutputAction::kAppend;
-        const int32_t code = VecTableSupport::FileOpen(kSaveUnit, path.View(), action, unit);
-        if (code != 0) return code;
-        if (unit.EndangersOldFile()) {
+        OutputUnit unit;
+        int32_t written = EEXIST;
+        while (written == EEXIST) {
+            const int32_t code = VecTableSupport::FileOpen(kSaveUnit, path.View(), action, unit);
+            if (code != 0) return code;
+            for (const std::string_view line : {"", "", "", "*** Vector Table Input Files ***"}) unit.WriteLine({line});
+            VecTableTree::VecTabWriteLines(unit);
+            written = unit.Close();
+        }
+        if (unit.WroteInPlace()) {
             VecTableSupport::TraceLogInfo(
                 "Warning-VecTabSaveFile: No file can be made beside the old one. It is written in place.");
         }
-        for (const std::string_view line : {"", "", "", "*** Vector Table Input Files ***"}) unit.WriteLine({line});
-        VecTableTree::VecTabWriteLines(unit);
-        if (unit.Close() == 0) return kSuccess;
+        if (written == 0) return kSuccess;
         LogCall(kCall, "File write error.");
         return kFailure;
     });

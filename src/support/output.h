@@ -1,33 +1,19 @@
-// Writing files.
+// Writing text files.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
-#include <string>
+#include <span>
 #include <string_view>
 
+#include "support/file_update.h"
 #include "support/module.h"
-
-struct stat;
 
 namespace VecTableSupport {
 
-// Writes all bytes: 0, or the error number of the system. A pipe that nobody reads gives EPIPE and no signal.
-std::int32_t WriteBytes(int descriptor, std::string_view bytes) noexcept;
-
-enum class OutputAction : std::int32_t {
-    kReplace = 0,
-    kAppend = 2,
-};
-
-// A text file open for writing. One at a time can be open.
-//
-// A file is written beside its target, an appended one after a copy of the old content, and renamed over it at the close.
-// So a failure at any point, the end of the process too, leaves the earlier file as it was. Where the target is no regular
-// file, or no file can be made beside it, it is written in place; a regular file that is appended to in place is cut back
-// to its old length when a write failed.
+// A text file open for writing. One at a time can be open. What is there is lost by no failure: see file_update.h.
 class OutputUnit {
   public:
     OutputUnit() noexcept = default;
@@ -35,37 +21,28 @@ class OutputUnit {
     OutputUnit& operator=(const OutputUnit&) = delete;
     VECTABLE_MODULE ~OutputUnit();
 
-    // 0, or the error number of the system; EBUSY when another file is open.
+    // 0, or the error number of the system; EBUSY when another file is open, or another process is writing this one.
     VECTABLE_MODULE std::int32_t Open(std::string_view filePath, OutputAction action);
-
-    // Whether a failure may cost a regular file that is there already: no file could be made beside it.
-    bool EndangersOldFile() const noexcept { return endangersOldFile_; }
 
     // Writes a line, given in parts. A line feed inside it is written as a blank. Failures are kept for the close.
     VECTABLE_MODULE void WriteLine(std::initializer_list<std::string_view> parts) noexcept;
 
-    // 0, or the error number of the first failure.
+    // 0, or the error number of the first failure; EEXIST when another process has made the file meanwhile, and what was
+    // to be appended has to be written again.
     VECTABLE_MODULE std::int32_t Close() noexcept;
 
+    // Whether an earlier file was written in place: no other one could be made beside it. Good until the next open.
+    bool WroteInPlace() const noexcept { return file_.IsInPlace(); }
+
   private:
-    std::int32_t OpenTarget(OutputAction action);
-    std::int32_t OpenBeside(const struct stat* old, OutputAction action);
-    std::int32_t OpenInPlace(const struct stat* old, OutputAction action) noexcept;
-    bool CopyOldContent() noexcept;
-    void TakeDescriptor(int descriptor) noexcept;
     void WritePart(std::string_view part) noexcept;
     void Write(std::string_view text) noexcept;
     void Flush() noexcept;
-    void Fail(std::int32_t error) noexcept;
-    void Abandon() noexcept;
     void Release() noexcept;
+    std::span<char> Room() noexcept;
 
     bool isOpen_ = false;
-    int descriptor_ = -1;
-    std::string targetPath_;
-    std::string besidePath_;       // empty when the target itself is written
-    std::int64_t oldLength_ = -1;  // of a regular file that is appended to in place
-    bool endangersOldFile_ = false;
+    FileUpdate file_;
     std::int32_t error_ = 0;
     std::unique_ptr<char[]> buffer_;
     std::size_t used_ = 0;

@@ -12,7 +12,7 @@
 
 #include "support/cancellation.h"
 #include "support/descriptors.h"
-#include "support/output.h"
+#include "support/file_calls.h"
 #include "support/text.h"
 
 namespace VecTableSupport {

@@ -1,11 +1,17 @@
+#include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
+#include <functional>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
 #include "helpers/store_test.h"
+#include "support/beside_file.h"
 #include "support/output.h"
 
 using namespace VecTableSupport;
@@ -18,6 +24,16 @@ class Persistence : public StoreTest {
         for (const auto& entry : std::filesystem::directory_iterator(folder)) names.push_back(entry.path().filename());
         std::sort(names.begin(), names.end());
         return names;
+    }
+
+    // What the call gives in a process of its own, by a user whom the system refuses what it refuses.
+    static int AsNobody(const std::function<int()>& call) {
+        constexpr unsigned kNobody = 65534;
+        const pid_t child = ::fork();
+        if (child == 0) std::_Exit(::geteuid() == 0 && ::setuid(kNobody) != 0 ? -1 : call());
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        return status;
     }
 
     const std::string header = "\n\n\n*** Vector Table Input Files ***\n";
@@ -106,4 +122,80 @@ TEST_F(Persistence, APipeIsWrittenInPlaceAndMayBreak) {
         EXPECT_EQ(status, toTheEnd ? 0 : 2);
         EXPECT_EQ(read, toTheEnd ? header.size() + 1000 * 522 : 100);
     }
+}
+
+TEST_F(Persistence, AppendsOfSeveralProcessesAllStay) {
+    constexpr std::size_t kProcesses = 4, kAppends = 25;
+    const std::string list = Write("list.txt", "");
+    ::unlink(list.c_str());  // the first of them makes it
+    std::array<pid_t, kProcesses> children;
+    for (pid_t& child : children) {
+        child = ::fork();
+        if (child != 0) continue;
+        int failed = 0;
+        for (std::size_t i = 0; i < kAppends; ++i) failed |= VecTabSaveFile(list.c_str(), 1);
+        std::_Exit(failed);
+    }
+    for (const pid_t child : children) {
+        int status = -1;
+        EXPECT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0);
+    }
+    EXPECT_EQ(ReadAll(list).size(), kProcesses * kAppends * header.size());
+    EXPECT_EQ(Files(), Strings{"list.txt"});
+}
+
+TEST_F(Persistence, OnlyWhatDeadSavesOfAListLeftIsRemoved) {
+    const std::string list = Write("list.txt", "");
+    BesideFile alive;
+    ASSERT_EQ(alive.Make(list, 0600), 0);
+    Strings files{"list.tx.vectable-1.tmp",   "list.txt",
+                  "list.txt.vectable-01.tmp", "list.txt.vectable-1.tmp",
+                  "list.txt.vectable-3.tmp",  "list.txt2.vectable-1.tmp"};
+    for (const std::string& file : files) Write(file, "");
+    ::unlink((folder / files[4]).c_str());
+    std::filesystem::create_directory(folder / files[4]);
+    for (const std::string number : {"2", "4"}) Write("list.txt.vectable-" + number + ".tmp", "");
+    EXPECT_EQ(VecTabSaveFile(list.c_str(), 0), 0);
+    EXPECT_EQ(Files(), files);
+    ::unlink((folder / files[3]).c_str());
+    Write(files[3], "half of another one");  // by a host that the locks do not reach
+    EXPECT_EQ(alive.TakeName(list, true), ENOENT);
+    alive.Remove();
+    EXPECT_EQ(Files(), files);
+}
+
+// No signal ends the process.
+TEST_F(Persistence, AListBeyondTheLimitOfTheProcessKeepsTheOldOne) {
+    const std::string list = Write("list.txt", "earlier\n");
+    for (int i = 0; i < 10; ++i) Add(i, 1.0);
+    rlimit before;
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limited{1000, before.rlim_max};
+    for (const int32_t saveMode : {0, 1}) {
+        ::setrlimit(RLIMIT_FSIZE, &limited);
+        const int32_t status = VecTabSaveFile(list.c_str(), saveMode);
+        ::setrlimit(RLIMIT_FSIZE, &before);
+        EXPECT_EQ(status, 2);
+        EXPECT_EQ(ReadAll(list), "earlier\n");
+    }
+}
+
+TEST_F(Persistence, AListInAFolderThatRefusesIsWrittenInPlace) {
+    const std::string list = Write("list.txt", "earlier\n");
+    std::filesystem::permissions(list, std::filesystem::perms{0666});
+    for (const unsigned refusing : {0555U, 01777U}) {  // no new files, no rename over the file of another user
+        std::filesystem::permissions(folder, std::filesystem::perms{refusing});
+        for (const int32_t saveMode : {0, 1}) {
+            EXPECT_EQ(AsNobody([&] { return VecTabSaveFile(list.c_str(), saveMode); }), 0);
+            EXPECT_EQ(ReadAll(list), saveMode == 0 ? header : header + header);
+        }
+    }
+    EXPECT_EQ(std::filesystem::status(list).permissions(), std::filesystem::perms{0666});
+    std::filesystem::permissions(folder, std::filesystem::perms{0777});
+    std::filesystem::permissions(list, std::filesystem::perms{0222});  // cannot be copied
+    EXPECT_EQ(AsNobody([&] { return VecTabSaveFile(list.c_str(), 1); }), 0);
+    std::filesystem::permissions(list, std::filesystem::perms{0666});
+    EXPECT_EQ(ReadAll(list), header + header + header);
+    EXPECT_EQ(Files(), Strings{"list.txt"});
 }

@@ -1,13 +1,19 @@
 // Every call with every allocation failed, every load and save with every access to the file failed.
 #include <cerrno>
+#include <csignal>
 #include <functional>
+#include <regex>
 #include <set>
 #include <sys/wait.h>
+#include <sys/xattr.h>
+#include <utility>
 
 #include "faults/injection.h"
 #include "helpers/store_test.h"
 #include "store/read_gate.h"
 #include "store/search_tree.h"
+#include "support/file_calls.h"
+#include "support/file_update.h"
 
 namespace {
 
@@ -17,6 +23,8 @@ struct Call {
     bool isLoad;
     std::function<int64_t()> make;
 };
+
+Injection::Fault noFault;
 
 }  // namespace
 
@@ -238,8 +246,8 @@ TEST_F(Faults, AFileThatCannotBeReadFailsInOrder) {
     Injection::most = SIZE_MAX;
     Injection::openFile.Arm(1, EMFILE);
     EXPECT_EQ(VecTabLoadFile(file.c_str()), EMFILE);
-    Injection::openFile.Arm(1, EACCES);
-    EXPECT_EQ(VecTabSaveFile(list.c_str(), 0), EACCES);
+    Injection::openFile.Arm(1, EMFILE);
+    EXPECT_EQ(VecTabSaveFile(list.c_str(), 0), EMFILE);
     Injection::openFile.Disarm();
     EXPECT_GT(injected, 100);
     EXPECT_EQ(readers,
@@ -270,89 +278,171 @@ TEST_F(Faults, NoTextIsReadForEachPairOfLines) {
     EXPECT_EQ(log.entries.size(), 602U + 2 * 9);
 }
 
-// Where the system fails, or the process ends, the list is the earlier one; a signal or a short write costs nothing.
-TEST_F(Faults, ASaveThatFailsOrDiesKeepsTheEarlierList) {
-    for (int i = 0; i < 500; ++i) Add(i, 1.0);
-    Injection::most = 40000;
-    const std::pair<Injection::Fault*, int> faults[] = {{&Injection::writeFile, ENOSPC},
+// Whatever call of the system fails, and wherever the process ends, a save leaves the old list whole or the new one, and the
+// next save finds nothing in its way.
+class Saves : public Faults, public testing::WithParamInterface<std::tuple<Injection::Fault*, std::string, int32_t>> {
+  protected:
+    Saves() {
+        for (int i = 0; i < 4; ++i) Add(i, 1.0);
+        std::filesystem::remove(list);
+        VecTabSaveFile(list.c_str(), 0);
+        section = ReadAll(list);
+        expected = (saveMode == 0 ? "" : old) + section;
+        Injection::most = 1000;
+    }
+    ~Saves() override { Injection::most = SIZE_MAX; }
+
+    // The status; -1 when the process ended.
+    int SaveOver(bool inChild) {
+        std::filesystem::remove(list);
+        if (!old.empty()) Write("list.txt", old);
+        const pid_t child = inChild ? ::fork() : 0;
+        int status = child == 0 ? VecTabSaveFile(list.c_str(), saveMode) : 0;
+        if (inChild && child == 0) std::_Exit(status == 0 ? 0 : 2);
+        if (inChild) ::waitpid(child, &status, 0);
+        return inChild && status != 0 ? -1 : status;
+    }
+
+    void CheckWhatIsLeft(int status, int error) {
+        const std::string left = ReadAll(list);
+        const bool holdsNew = left.find(expected) != std::string::npos;
+        const bool holdsOld = left.find(old) != std::string::npos;
+        const bool isKept = refusal == &noFault ? left == old || left == expected : holdsOld || holdsNew;
+        const bool isUndone = left == old || holdsNew;
+        ASSERT_TRUE(status == 0 ? left == expected : status == -1 ? isKept : isUndone) << status << left;
+        ASSERT_TRUE(status == -1 || std::filesystem::exists(list) == !left.empty());
+        ASSERT_TRUE(GateIsFree());
+        const auto warnings = std::ranges::count_if(log.entries, [](const LogEntry& entry) {
+            return entry.text ==
+                   "Warning-VecTabSaveFile: No file can be made beside the old one. It is written in place.";
+        });
+        ASSERT_EQ(log.Take(), status == 2 ? Strings{"VecTabSaveFile: File write error."} : Strings{});
+        if (status != 0 || error == EACCES || error == Injection::kKilled) return;
+        ASSERT_EQ(warnings, refusal == &noFault || old.empty() ? 0 : 1);
+        // What is written is on the disk before a name is given and before anything is cut off; the folder is at the end.
+        ASSERT_TRUE(std::regex_match(Injection::changes, std::regex(" *(wf[rlt]*|f)+F"))) << Injection::changes;
+    }
+
+    Injection::Fault* refusal = std::get<0>(GetParam());  // what the system never lets a save do
+    const std::string old = std::get<1>(GetParam());      // empty for no file
+    const int32_t saveMode = std::get<2>(GetParam());
+    std::string section, expected;
+};
+
+TEST_P(Saves, ThatFailOrDieLeaveTheOldListOrTheNewOne) {
+    const std::pair<Injection::Fault*, int> faults[] = {{&Injection::fileCall, EIO},
+                                                        {&Injection::fileCall, EACCES},
+                                                        {&Injection::fileCall, Injection::kKilled},
                                                         {&Injection::writeFile, EINTR},
-                                                        {&Injection::writeFile, Injection::kKilled},
-                                                        {&Injection::syncFile, EIO},
-                                                        {&Injection::renameFile, EACCES}};
-    const auto isLeftOver = [](const auto& entry) { return entry.path().extension() == ".tmp"; };
-    int killed = 0;
-    for (const int32_t saveMode : {0, 1}) {
-        for (const auto& [fault, error] : faults) {
-            bool happened = true;
-            for (int number = 1; happened; ++number) {
-                std::ofstream(list) << "earlier\n";
-                const pid_t child = error == Injection::kKilled ? ::fork() : 0;
-                int status = 0;
-                fault->Arm(number, error);
-                if (child == 0) status = VecTabSaveFile(list.c_str(), saveMode);
-                happened = fault->Happened();
-                fault->Disarm();
-                if (child == 0 && error == Injection::kKilled) std::_Exit(status);
-                if (child != 0) {
-                    ASSERT_EQ(::waitpid(child, &status, 0), child);
-                    happened = status != 0;
-                }
-                ASSERT_TRUE(GateIsFree() && (happened || number > 1)) << error;
-                const bool failed = happened && error != EINTR;
-                ASSERT_EQ(status != 0, failed);
-                ASSERT_EQ(log.Take(), failed && child == 0 ? Strings{"VecTabSaveFile: File write error."} : Strings{});
-                const std::size_t whole = (saveMode == 0 ? 0 : 8) + 36 + 501 * 522U;
-                ASSERT_EQ(ReadAll(list).size(), failed ? 8U : whole) << number;
-                killed += child != 0 && happened ? 1 : 0;
-                ASSERT_EQ(std::ranges::count_if(std::filesystem::directory_iterator(folder), isLeftOver), killed);
-                ASSERT_LT(number, 20);
-            }
+                                                        {&Injection::readFile, EINTR}};
+    for (const auto& [fault, error] : faults) {
+        bool happened = true;
+        for (int number = 1; happened; ++number) {
+            SCOPED_TRACE(std::to_string(error) + " at " + std::to_string(number));
+            refusal->Arm(Injection::kEach, EBUSY);
+            fault->Arm(number, error);
+            Injection::changes.assign(100, ' ');
+            const int status = SaveOver(error == Injection::kKilled);
+            happened = error == Injection::kKilled ? status == -1 : fault->Happened();
+            fault->Disarm();
+            refusal->Disarm();
+            CheckWhatIsLeft(status, error);
+            ASSERT_TRUE(status == 0 || (happened && error != EINTR));
+            ASSERT_EQ(VecTabSaveFile(list.c_str(), 0), 0);
+            ASSERT_EQ(ReadAll(list), section);
+            const auto isLeftOver = [](const auto& entry) { return entry.path().extension() == ".tmp"; };
+            ASSERT_EQ(std::ranges::count_if(std::filesystem::directory_iterator(folder), isLeftOver), 0);
+            if (HasFatalFailure()) return;
         }
     }
-    Injection::most = SIZE_MAX;
 }
 
-TEST_F(Faults, ANewListIsPrivateUntilItHasTheOldOwner) {
-    std::filesystem::permissions(list, std::filesystem::perms{0644});
+INSTANTIATE_TEST_SUITE_P(Faults, Saves,
+                         testing::Combine(testing::Values(&noFault, &Injection::besideFile, &Injection::renameFile),
+                                          testing::Values("", "short\n", std::string(4000, 'x')),
+                                          testing::Values(0, 1)));
+
+TEST_F(Faults, ANewListHasTheRightsOfTheOldOneOrFewer) {
     const auto mode = [&] { return static_cast<int>(std::filesystem::status(list).permissions()); };
-    Injection::ownFile.Arm(0);
-    EXPECT_EQ(VecTabSaveFile(list.c_str(), 0), 0);
-    EXPECT_EQ(Injection::modeOfNewFile, 0600);
-    EXPECT_EQ(mode(), 0644);
-    Injection::ownFile.Arm(1, EPERM);
-    EXPECT_EQ(VecTabSaveFile(list.c_str(), 0), 0);
-    EXPECT_EQ(mode(), 0600);
+    const std::tuple<long, int, int> cases[] = {
+        {0, 0764, 0764}, {1, 0464, 0664}, {2, 0664, 0644}, {2, 0646, 0644}, {Injection::kEach, 0464, 0644}};
+    for (const auto& [failing, before, after] : cases) {
+        std::filesystem::permissions(list, std::filesystem::perms{static_cast<unsigned>(before)});
+        Injection::ownFile.Arm(failing, EPERM);  // the owner, then the group
+        EXPECT_EQ(VecTabSaveFile(list.c_str(), 0), 0);
+        EXPECT_EQ(Injection::modeOfNewFile, 0600);
+        EXPECT_EQ(mode(), after);
+    }
+    Injection::ownFile.Disarm();
 }
 
-TEST_F(Faults, AListThatIsWrittenInPlaceIsToldInTheLog) {
-    Injection::Fault none;
-    // The second file opened is the one beside, the third one the old list for reading.
-    const std::tuple<int32_t, Injection::Fault*, int> cases[] = {{0, &Injection::openFile, 2},
-                                                                 {1, &none, 0},
-                                                                 {1, &Injection::openFile, 2},
-                                                                 {1, &Injection::openFile, 3},
-                                                                 {1, &Injection::readFile, 2}};
-    const std::string warning =
-        "Warning-VecTabSaveFile: No file can be made beside the old one. It is written in place.";
-    Injection::most = 557;  // a byte of the first list is left for the second read
-    std::size_t size = 0;
-    for (const auto& [saveMode, fault, number] : cases) {
-        fault->Arm(number, EACCES);
+// One user more may write than the bits tell, and the group may not: with a list lost, the bits would say otherwise.
+TEST_F(Faults, AnAccessListIsKeptOrNothingIsShared) {
+    using namespace std::string_literals;
+    constexpr const char* kList = "system.posix_acl_access";
+    const std::string access = "\2\0\0\0\1\0\6\0\xff\xff\xff\xff\2\0\6\0\1\0\0\0\4\0\4\0\xff\xff\xff\xff"s +
+                               "\x10\0\6\0\xff\xff\xff\xff\x20\0\4\0\xff\xff\xff\xff"s;
+    const auto listNow = [&] {
+        std::string text(access.size(), '-');
+        return ::getxattr(list.c_str(), kList, text.data(), text.size()) < 0 ? "" : text;
+    };
+    const auto give = [&](const std::string& path, const char* name) {
+        return ::setxattr(path.c_str(), name, access.data(), access.size(), 0) == 0;
+    };
+    if (!give(folder, "system.posix_acl_default")) GTEST_SKIP() << "no access lists here";
+    EXPECT_EQ(VecTabSaveFile(list.c_str(), 0), 0);
+    EXPECT_EQ(listNow(), "");  // though new files of the folder have one
+    ASSERT_TRUE(give(list, kList));
+    EXPECT_EQ(VecTabSaveFile(list.c_str(), 0), 0);
+    EXPECT_EQ(listNow(), access);
+    Injection::ownFile.Arm(2, EPERM);
+    EXPECT_EQ(VecTabSaveFile(list.c_str(), 0), 0);
+    Injection::ownFile.Disarm();
+    EXPECT_EQ(std::filesystem::status(list).permissions(), std::filesystem::perms{0600});
+}
+
+// A save takes in what another process does to the list: while it opens it, while it waits for the lock, and while there is
+// no list yet. The wait has an end.
+TEST_F(Faults, SavesOfSeveralProcessesFollowOneAnother) {
+    using VecTableSupport::OutputAction;
+    for (const auto& [meeting, saveMode] : {std::pair{'k', 0}, {'k', 1}, {'p', 0}, {'p', 1}, {'l', 1}}) {
+        VecTableSupport::FileUpdate other;
+        std::array<char, 100> room;
+        std::filesystem::remove(list);
+        if (meeting != 'l') other.Open(Write("list.txt", "earlier\n"), OutputAction::kReplace);
+        bool met = false;
+        Injection::meanwhile = [&](char when, double) {
+            if (when != meeting || std::exchange(met, true)) return;
+            if (when == 'l') other.Open(list, OutputAction::kReplace);
+            VecTableSupport::WriteBytes(other.Descriptor(), "other\n");
+            other.Commit(room);
+            other.Abandon();
+        };
         EXPECT_EQ(VecTabSaveFile(list.c_str(), saveMode), 0);
-        fault->Disarm();
-        EXPECT_EQ(log.Take(VEC_HOST_TRACE_INFO), fault == &none ? Strings{} : Strings{warning});
-        EXPECT_EQ(ReadAll(list).size(), size += 36 + 522);
+        EXPECT_TRUE(met);
+        EXPECT_EQ(ReadAll(list).size(), (saveMode == 0 ? 0U : 6U) + 36 + 522) << meeting;
+        ASSERT_EQ(other.Open(list, OutputAction::kReplace), 0);
+        double waited = 0.0;
+        Injection::meanwhile = [&](char, double seconds) { waited += seconds; };
+        EXPECT_EQ(VecTabSaveFile(list.c_str(), saveMode), EBUSY);
+        EXPECT_NEAR(waited, 30.0, 1.0);
+        Injection::meanwhile = nullptr;
     }
-    Injection::openFile.Arm(2, EACCES);
-    EXPECT_EQ(VecTabSaveFile((list + ".new").c_str(), 1), 0);
-    Injection::most = 100;
-    Injection::openFile.Arm(2, EACCES);
-    Injection::writeFile.Arm(3, ENOSPC);
-    EXPECT_EQ(VecTabSaveFile(list.c_str(), 1), 2);
-    Injection::openFile.Disarm();
-    Injection::writeFile.Disarm();
-    Injection::most = SIZE_MAX;
-    EXPECT_EQ(ReadAll(list).size(), size);  // what was appended so far is taken back
+}
+
+TEST_F(Faults, AProcessForkedInASaveKeepsNoLock) {
+    std::filesystem::remove(list);
+    pid_t child = -1;
+    Injection::meanwhile = [&](char when, double) {
+        if (when == 'l') child = ::fork();
+        if (child == 0) ::pause();
+    };
+    EXPECT_EQ(VecTabSaveFile(list.c_str(), 1), 0);
+    Injection::meanwhile = [](char, double) {};
+    EXPECT_EQ(VecTabSaveFile(list.c_str(), 1), 0);
+    Injection::meanwhile = nullptr;
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
 }
 
 // Whatever number of points a table is cut to and goes on from, nothing is written outside its memory.

@@ -8,9 +8,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <new>
+#include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <sys/types.h>
 
 extern "C" {
@@ -18,16 +21,25 @@ void* __real__ZN13VecTableTypes15TakeTableMemoryEm(std::size_t size);
 void* __real__ZN13VecTableTypes17ResizeTableMemoryEPvmm(void* bytes, std::size_t used, std::size_t size);
 void __real__ZN13VecTableTypes18ReleaseTableMemoryEPv(void* bytes);
 int __real_open(const char* path, int flags, int mode);
+int __real_fcntl(int file, int command, void* argument);
 ssize_t __real_read(int file, void* bytes, std::size_t count);
+ssize_t __real_pread(int file, void* bytes, std::size_t count, off_t first);
 ssize_t __real_write(int file, const void* bytes, std::size_t count);
 int __real_fsync(int file);
+int __real_ftruncate(int file, off_t length);
+int __real_link(const char* from, const char* to);
 int __real_rename(const char* from, const char* to);
+int __real_unlink(const char* path);
 int __real_fchown(int file, unsigned owner, unsigned group);
+int __real_fchmod(int file, unsigned mode);
+int __real_nanosleep(const timespec* length, timespec* rest);
 }
 
 namespace Injection {
 
-Fault allocation, openFile, readFile, writeFile, syncFile, renameFile, ownFile, blockOfObjects;
+Fault allocation, openFile, besideFile, readFile, writeFile, renameFile, ownFile, fileCall, blockOfObjects;
+std::function<void(char, double)> meanwhile;
+std::string changes(100, ' ');  // takes no memory later
 int modeOfNewFile = 0;
 std::size_t most = SIZE_MAX;
 
@@ -94,10 +106,25 @@ class Guarded {
     alignas(std::max_align_t) std::size_t size_;
 };
 
-// What a failing call gives, the error number set.
-int Fail(const Fault& fault) {
-    errno = fault.error;
-    return -1;
+// Whether a call on files is to fail, the error number set.
+bool Fails(Fault* kind = nullptr) {
+    for (Fault* fault : {kind, &fileCall}) {
+        if (fault == nullptr || !fault->Due()) continue;
+        if (fault->error == kKilled) std::_Exit(1);
+        errno = fault->error;
+        return true;
+    }
+    return false;
+}
+
+void Meanwhile(char when, double seconds = 0.0) {
+    if (meanwhile) meanwhile(when, seconds);
+}
+
+void Note(char change) {
+    if (changes.back() == change) return;
+    changes.erase(0, 1);
+    changes += change;
 }
 
 }  // namespace
@@ -160,31 +187,72 @@ void __wrap__ZN13VecTableTypes18ReleaseTableMemoryEPv(void* bytes) {
 }
 
 int __wrap_open(const char* path, int flags, int mode) {
+    using Injection::Fails;
     if ((flags & O_CREAT) != 0) Injection::modeOfNewFile = mode;
-    return Injection::openFile.Due() ? Injection::Fail(Injection::openFile) : __real_open(path, flags, mode);
+    if ((std::string_view(path).ends_with(".tmp") && Fails(&Injection::besideFile)) || Fails(&Injection::openFile))
+        return -1;
+    return __real_open(path, flags, mode);
 }
 
 // Without an error number the file ends where the fault is.
 ssize_t __wrap_read(int file, void* bytes, std::size_t count) {
-    if (!Injection::readFile.Due()) return __real_read(file, bytes, std::min(count, Injection::most));
-    return Injection::readFile.error == 0 ? 0 : Injection::Fail(Injection::readFile);
+    if (!Injection::Fails(&Injection::readFile)) return __real_read(file, bytes, std::min(count, Injection::most));
+    return errno == 0 ? 0 : -1;
+}
+
+ssize_t __wrap_pread(int file, void* bytes, std::size_t count, off_t first) {
+    return Injection::Fails(&Injection::readFile) ? -1
+                                                  : __real_pread(file, bytes, std::min(count, Injection::most), first);
 }
 
 ssize_t __wrap_write(int file, const void* bytes, std::size_t count) {
-    if (!Injection::writeFile.Due()) return __real_write(file, bytes, std::min(count, Injection::most));
-    if (Injection::writeFile.error == Injection::kKilled) std::_Exit(1);
-    return Injection::Fail(Injection::writeFile);
+    Injection::Note('w');
+    return Injection::Fails(&Injection::writeFile) ? -1 : __real_write(file, bytes, std::min(count, Injection::most));
+}
+
+int __wrap_fcntl(int file, int command, void* argument) {
+    if (command == F_OFD_SETLK) Injection::Meanwhile('k');
+    return Injection::Fails() ? -1 : __real_fcntl(file, command, argument);
 }
 
 int __wrap_fchown(int file, unsigned owner, unsigned group) {
-    return Injection::ownFile.Due() ? Injection::Fail(Injection::ownFile) : __real_fchown(file, owner, group);
+    return Injection::Fails(&Injection::ownFile) ? -1 : __real_fchown(file, owner, group);
+}
+
+int __wrap_fchmod(int file, unsigned mode) {
+    return Injection::Fails() ? -1 : __real_fchmod(file, mode);
 }
 
 int __wrap_fsync(int file) {
-    return Injection::syncFile.Due() ? Injection::Fail(Injection::syncFile) : __real_fsync(file);
+    struct stat properties;
+    if (Injection::Fails()) return -1;
+    Injection::Note(::fstat(file, &properties) == 0 && S_ISDIR(properties.st_mode) ? 'F' : 'f');
+    return __real_fsync(file);
+}
+
+int __wrap_ftruncate(int file, off_t length) {
+    Injection::Note('t');
+    return Injection::Fails() ? -1 : __real_ftruncate(file, length);
+}
+
+int __wrap_link(const char* from, const char* to) {
+    Injection::Note('l');
+    Injection::Meanwhile('l');
+    return Injection::Fails() ? -1 : __real_link(from, to);
 }
 
 int __wrap_rename(const char* from, const char* to) {
-    return Injection::renameFile.Due() ? Injection::Fail(Injection::renameFile) : __real_rename(from, to);
+    Injection::Note('r');
+    return Injection::Fails(&Injection::renameFile) ? -1 : __real_rename(from, to);
+}
+
+int __wrap_unlink(const char* path) {
+    return Injection::Fails() ? -1 : __real_unlink(path);
+}
+
+int __wrap_nanosleep(const timespec* length, timespec* rest) {
+    if (!Injection::meanwhile) return __real_nanosleep(length, rest);
+    Injection::Meanwhile('p', static_cast<double>(length->tv_sec) + 1e-9 * static_cast<double>(length->tv_nsec));
+    return 0;
 }
 }

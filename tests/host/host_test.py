@@ -35,8 +35,8 @@ def printable(text):
 class Host(unittest.TestCase):
     def run_host(self, code, stderr="", **options):
         with tempfile.TemporaryDirectory() as folder:
-            options = {"capture_output": True, "text": True, "cwd": folder, **options}
-            done = subprocess.run([sys.executable, "-c", HEAD + code], **options)
+            options = {"stdout": subprocess.PIPE, "text": True, "cwd": folder, **options}
+            done = subprocess.run([sys.executable, "-c", HEAD + code], stderr=subprocess.PIPE, **options)
             self.assertEqual((done.returncode, done.stderr), (0, stderr))
             return done.stdout
 
@@ -98,6 +98,20 @@ os._exit(0)
         expected = [b"%s:%d: %s" % (shown, number, printable(line)) for number, line in enumerate(lines, 4)]
         for entry, wanted in zip(logged[2:-2:2], expected, strict=True):
             self.assertEqual(entry[31:], wanted)
+
+    def test_list_on_standard_output_stands_between_what_the_host_prints(self):
+        code = """
+library = load()
+for saveMode, path in ((0, b"/dev/stdout"), (1, b"/proc/self/fd/1")):
+    print(saveMode, flush=True)
+    assert library.VecTabSaveFile(path, saveMode) == 0
+print("end")
+"""
+        header = "\n\n\n*** Vector Table Input Files ***\n"
+        with tempfile.TemporaryFile("w+") as output:
+            self.run_host(code, stdout=output)
+            output.seek(0)
+            self.assertEqual(output.read(), "0\n" + header + "1\n" + header + "end\n")
 
     def test_files_of_the_library_are_no_standard_streams(self):
         """With 0 to 2 closed, what the library opens has other numbers: the log, a file that is read, a list."""
