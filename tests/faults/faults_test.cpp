@@ -1,6 +1,5 @@
 // Every call with every allocation failed, every load and save with every access to the file failed.
 #include <cerrno>
-#include <csignal>
 #include <functional>
 #include <regex>
 #include <set>
@@ -432,17 +431,22 @@ TEST_F(Faults, SavesOfSeveralProcessesFollowOneAnother) {
 
 TEST_F(Faults, AProcessForkedInASaveKeepsNoLock) {
     std::filesystem::remove(list);
-    pid_t child = -1;
+    std::array<int, 2> pipe;
+    ASSERT_EQ(::pipe(pipe.data()), 0);
     Injection::meanwhile = [&](char when, double) {
-        if (when == 'l') child = ::fork();
-        if (child == 0) ::pause();
+        if (when != 'l' || ::fork() != 0) return;
+        ::close(pipe[1]);
+        char end;
+        std::_Exit(static_cast<int>(::read(pipe[0], &end, 1)));  // lives until the test closes the pipe
     };
     EXPECT_EQ(VecTabSaveFile(list.c_str(), 1), 0);
     Injection::meanwhile = [](char, double) {};
     EXPECT_EQ(VecTabSaveFile(list.c_str(), 1), 0);
     Injection::meanwhile = nullptr;
-    ::kill(child, SIGKILL);
-    ::waitpid(child, nullptr, 0);
+    for (const int end : pipe) ::close(end);
+    int status = -1;
+    EXPECT_GT(::wait(&status), 0);
+    EXPECT_EQ(status, 0);
 }
 
 // Whatever number of points a table is cut to and goes on from, nothing is written outside its memory.
