@@ -1,6 +1,8 @@
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <fcntl.h>
 #include <functional>
 #include <gtest/gtest.h>
@@ -165,20 +167,30 @@ TEST_F(Persistence, OnlyWhatDeadSavesOfAListLeftIsRemoved) {
     EXPECT_EQ(Files(), files);
 }
 
-// No signal ends the process.
+// No signal ends the process, and one that was pending before stays.
 TEST_F(Persistence, AListBeyondTheLimitOfTheProcessKeepsTheOldOne) {
     const std::string list = Write("list.txt", "earlier\n");
     for (int i = 0; i < 10; ++i) Add(i, 1.0);
     rlimit before;
     ::getrlimit(RLIMIT_FSIZE, &before);
     const rlimit limited{1000, before.rlim_max};
-    for (const int32_t saveMode : {0, 1}) {
+    const auto save = [&](int32_t saveMode) {
         ::setrlimit(RLIMIT_FSIZE, &limited);
         const int32_t status = VecTabSaveFile(list.c_str(), saveMode);
         ::setrlimit(RLIMIT_FSIZE, &before);
         EXPECT_EQ(status, 2);
         EXPECT_EQ(ReadAll(list), "earlier\n");
-    }
+    };
+    save(0);
+    sigset_t signal;
+    ::sigemptyset(&signal);
+    ::sigaddset(&signal, SIGXFSZ);
+    ::pthread_sigmask(SIG_BLOCK, &signal, nullptr);
+    ::raise(SIGXFSZ);
+    save(1);
+    constexpr timespec kNoWait{};
+    EXPECT_EQ(::sigtimedwait(&signal, nullptr, &kNoWait), SIGXFSZ);
+    ::pthread_sigmask(SIG_UNBLOCK, &signal, nullptr);
 }
 
 TEST_F(Persistence, AListInAFolderThatRefusesIsWrittenInPlace) {

@@ -15,6 +15,7 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <unistd.h>
 
 extern "C" {
 void* __real__ZN13VecTableTypes15TakeTableMemoryEm(std::size_t size);
@@ -206,7 +207,9 @@ ssize_t __wrap_pread(int file, void* bytes, std::size_t count, off_t first) {
 }
 
 ssize_t __wrap_write(int file, const void* bytes, std::size_t count) {
-    Injection::Note('w');
+    struct stat properties;
+    const bool isInside = ::fstat(file, &properties) == 0 && ::lseek(file, 0, SEEK_CUR) < properties.st_size;
+    Injection::Note(isInside ? 'o' : 'w');
     return Injection::Fails(&Injection::writeFile) ? -1 : __real_write(file, bytes, std::min(count, Injection::most));
 }
 

@@ -37,8 +37,8 @@ inline constexpr int kKilled = -1;
 // The mode of the last file made.
 extern int modeOfNewFile;
 
-// The calls that change files so far, the last ones where there are many: w for writes, f and F for a file and a folder that
-// is synchronised, r, l and t for names that are given and files that are cut.
+// The last calls that changed files: w for what is written at the end, o for what is overwritten, f and F for a file and a
+// folder that are synchronised, r, l and t for names that are given and files that are cut.
 extern std::string changes;
 
 // What other processes do meanwhile, if anything is set: before a lock is taken (k), before a name is given (l) and in the
