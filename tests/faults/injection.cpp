@@ -22,17 +22,9 @@ void* __real__ZN13VecTableTypes15TakeTableMemoryEm(std::size_t size);
 void* __real__ZN13VecTableTypes17ResizeTableMemoryEPvmm(void* bytes, std::size_t used, std::size_t size);
 void __real__ZN13VecTableTypes18ReleaseTableMemoryEPv(void* bytes);
 int __real_open(const char* path, int flags, int mode);
-int __real_fcntl(int file, int command, void* argument);
 ssize_t __real_read(int file, void* bytes, std::size_t count);
-ssize_t __real_pread(int file, void* bytes, std::size_t count, off_t first);
 ssize_t __real_write(int file, const void* bytes, std::size_t count);
 int __real_fsync(int file);
-int __real_ftruncate(int file, off_t length);
-int __real_link(const char* from, const char* to);
-int __real_rename(const char* from, const char* to);
-int __real_unlink(const char* path);
-int __real_fchown(int file, unsigned owner, unsigned group);
-int __real_fchmod(int file, unsigned mode);
 int __real_nanosleep(const timespec* length, timespec* rest);
 }
 
@@ -107,10 +99,12 @@ class Guarded {
     alignas(std::max_align_t) std::size_t size_;
 };
 
+Fault otherCall;
+
 // Whether a call on files is to fail, the error number set.
-bool Fails(Fault* kind = nullptr) {
-    for (Fault* fault : {kind, &fileCall}) {
-        if (fault == nullptr || !fault->Due()) continue;
+bool Fails(Fault& kind) {
+    for (Fault* fault : {&kind, &fileCall}) {
+        if (!fault->Due()) continue;
         if (fault->error == kKilled) std::_Exit(1);
         errno = fault->error;
         return true;
@@ -190,67 +184,29 @@ void __wrap__ZN13VecTableTypes18ReleaseTableMemoryEPv(void* bytes) {
 int __wrap_open(const char* path, int flags, int mode) {
     using Injection::Fails;
     if ((flags & O_CREAT) != 0) Injection::modeOfNewFile = mode;
-    if ((std::string_view(path).ends_with(".tmp") && Fails(&Injection::besideFile)) || Fails(&Injection::openFile))
+    if ((std::string_view(path).ends_with(".tmp") && Fails(Injection::besideFile)) || Fails(Injection::openFile))
         return -1;
     return __real_open(path, flags, mode);
 }
 
 // Without an error number the file ends where the fault is.
 ssize_t __wrap_read(int file, void* bytes, std::size_t count) {
-    if (!Injection::Fails(&Injection::readFile)) return __real_read(file, bytes, std::min(count, Injection::most));
+    if (!Injection::Fails(Injection::readFile)) return __real_read(file, bytes, std::min(count, Injection::most));
     return errno == 0 ? 0 : -1;
-}
-
-ssize_t __wrap_pread(int file, void* bytes, std::size_t count, off_t first) {
-    return Injection::Fails(&Injection::readFile) ? -1
-                                                  : __real_pread(file, bytes, std::min(count, Injection::most), first);
 }
 
 ssize_t __wrap_write(int file, const void* bytes, std::size_t count) {
     struct stat properties;
     const bool isInside = ::fstat(file, &properties) == 0 && ::lseek(file, 0, SEEK_CUR) < properties.st_size;
     Injection::Note(isInside ? 'o' : 'w');
-    return Injection::Fails(&Injection::writeFile) ? -1 : __real_write(file, bytes, std::min(count, Injection::most));
-}
-
-int __wrap_fcntl(int file, int command, void* argument) {
-    if (command == F_OFD_SETLK) Injection::Meanwhile('k');
-    return Injection::Fails() ? -1 : __real_fcntl(file, command, argument);
-}
-
-int __wrap_fchown(int file, unsigned owner, unsigned group) {
-    return Injection::Fails(&Injection::ownFile) ? -1 : __real_fchown(file, owner, group);
-}
-
-int __wrap_fchmod(int file, unsigned mode) {
-    return Injection::Fails() ? -1 : __real_fchmod(file, mode);
+    return Injection::Fails(Injection::writeFile) ? -1 : __real_write(file, bytes, std::min(count, Injection::most));
 }
 
 int __wrap_fsync(int file) {
     struct stat properties;
-    if (Injection::Fails()) return -1;
+    if (Injection::Fails(Injection::otherCall)) return -1;
     Injection::Note(::fstat(file, &properties) == 0 && S_ISDIR(properties.st_mode) ? 'F' : 'f');
     return __real_fsync(file);
-}
-
-int __wrap_ftruncate(int file, off_t length) {
-    Injection::Note('t');
-    return Injection::Fails() ? -1 : __real_ftruncate(file, length);
-}
-
-int __wrap_link(const char* from, const char* to) {
-    Injection::Note('l');
-    Injection::Meanwhile('l');
-    return Injection::Fails() ? -1 : __real_link(from, to);
-}
-
-int __wrap_rename(const char* from, const char* to) {
-    Injection::Note('r');
-    return Injection::Fails(&Injection::renameFile) ? -1 : __real_rename(from, to);
-}
-
-int __wrap_unlink(const char* path) {
-    return Injection::Fails() ? -1 : __real_unlink(path);
 }
 
 int __wrap_nanosleep(const timespec* length, timespec* rest) {
@@ -258,4 +214,22 @@ int __wrap_nanosleep(const timespec* length, timespec* rest) {
     Injection::Meanwhile('p', static_cast<double>(length->tv_sec) + 1e-9 * static_cast<double>(length->tv_nsec));
     return 0;
 }
+
+#define WRAP(type, call, kind, first, parameters, arguments)                     \
+    type __real_##call parameters;                                               \
+    type __wrap_##call parameters {                                              \
+        first;                                                                   \
+        return Injection::Fails(Injection::kind) ? -1 : __real_##call arguments; \
+    }
+using Injection::Meanwhile;
+using Injection::Note;
+WRAP(int, fchmod, otherCall, , (int file, unsigned mode), (file, mode))
+WRAP(int, fchown, ownFile, , (int file, unsigned owner, unsigned group), (file, owner, group))
+WRAP(int, fcntl, otherCall, if (command == F_OFD_SETLK) Meanwhile('k'), (int file, int command, void* argument),
+     (file, command, argument))
+WRAP(ssize_t, pread, readFile, , (int file, void* bytes, std::size_t count, off_t first), (file, bytes, count, first))
+WRAP(int, ftruncate, otherCall, Note('t'), (int file, off_t length), (file, length))
+WRAP(int, link, otherCall, (Note('l'), Meanwhile('l')), (const char* from, const char* to), (from, to))
+WRAP(int, rename, renameFile, Note('r'), (const char* from, const char* to), (from, to))
+WRAP(int, unlink, otherCall, , (const char* path), (path))
 }

@@ -13,6 +13,8 @@ import unittest
 LIBRARY = os.environ["LIBRARY"]
 SAMPLES = pathlib.Path(__file__).resolve().parents[2] / "examples/samples"
 
+EMPTY_LIST = "\n\n\n*** Vector Table Input Files ***\n"
+
 HEAD = f"""
 import _ctypes, ctypes, os, sys
 def load():
@@ -107,11 +109,37 @@ for saveMode, path in ((0, b"/dev/stdout"), (1, b"/proc/self/fd/1")):
     assert library.VecTabSaveFile(path, saveMode) == 0
 print("end")
 """
-        header = "\n\n\n*** Vector Table Input Files ***\n"
         with tempfile.TemporaryFile("w+") as output:
             self.run_host(code, stdout=output)
             output.seek(0)
-            self.assertEqual(output.read(), "0\n" + header + "1\n" + header + "end\n")
+            self.assertEqual(output.read(), f"0\n{EMPTY_LIST}1\n{EMPTY_LIST}end\n")
+
+    def test_lists_that_four_processes_append_are_all_kept(self):
+        code = f"""
+library = load()
+children = [os.fork(), os.fork()]
+assert not any(library.VecTabSaveFile(b"list", 1) for _ in range(25))
+if 0 in children:
+    os._exit(not all(child == 0 or os.waitpid(child, 0)[1] == 0 for child in children[children.index(0):]))
+assert all(os.waitpid(child, 0)[1] == 0 for child in children)
+assert open("list").read() == 100 * {EMPTY_LIST!r}
+print(os.listdir())
+"""
+        self.assertEqual(self.run_host(code), "['list']\n")
+
+    def test_list_beyond_the_limit_of_a_file_raises_no_signal_and_takes_none(self):
+        code = """
+import resource, signal
+library = load()
+library.VecHostSetTraceSink(None, None)
+signal.signal(signal.SIGXFSZ, signal.SIG_DFL)
+resource.setrlimit(resource.RLIMIT_FSIZE, (30, 30))
+print(library.VecTabSaveFile(b"list", 0), end=" ")
+signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGXFSZ})
+signal.raise_signal(signal.SIGXFSZ)
+print(library.VecTabSaveFile(b"list", 1), signal.sigpending() == {signal.SIGXFSZ}, os.listdir())
+"""
+        self.assertEqual(self.run_host(code), "2 2 True []\n")
 
     def test_files_of_the_library_are_no_standard_streams(self):
         """With 0 to 2 closed, what the library opens has other numbers: the log, a file that is read, a list."""
