@@ -432,21 +432,21 @@ VECTABLE_API int64_t VecTabAddSatFrFile(const char* filePath);
  * Notes:     VecTabLoadFile reads it back. A record that came from no file does not come back.
  *            The new list, after a copy of the old one when it is appended, is written beside the old file, to stable
  *            storage, and renamed over it: whatever happens meanwhile, a power cut too, the file is the old one or the
- *            whole new one. At the end the folder is synchronised, if it may be read; when that fails the result is 2 and
- *            the list is the new one. A save that is killed leaves a file NAME.vectable-1.tmp beside, which the next save
- *            of the same list removes.
- *            Owner, group, mode and access list are those of the old file. Where the system refuses the owner, the others
- *            are kept. Where it refuses the group, members of the new one have what both group and others had, and nothing
- *            when there is an access list. Nobody but the new owner gets more rights than before.
+ *            whole new one. At the end the folder is synchronised, if it may be read; when that fails the result is 2
+ *            and the list is the new one. A save that is killed leaves a file NAME.vectable-1.tmp beside, which the
+ *            next save of the same list removes.
+ *            Owner, group, mode and access list are those of the old file. Where the system refuses the owner, the
+ *            others are kept. Where it refuses the group, members of the new one have what both group and others had,
+ *            and nothing when there is an access list. Nobody but the new owner gets more rights than before.
  *            Where the system refuses to make or rename a file in the folder (EACCES, EPERM, EROFS, EBUSY, EXDEV; a
  *            folder that may not be written, say, or a file that is mounted), the old file is written in place, and the
  *            log tells it, as information. The new list is written after the old one, to stable storage, then copied to
  *            the start, and the rest is cut off. So at every moment the file holds the old list whole or the new one. A
- *            failure before the old list is touched takes the new one away again; after one that comes later, which gives
- *            2, and after a kill, parts of the other list stay beside it. This takes the room of both lists, and of the
- *            new one twice when it is the longer one; and a file that is replaced has to be readable.
- *            Saves of several processes to one file follow one another, so that no append is lost (a lock of fcntl on the
- *            open file; on a file system without such locks they must be kept apart).
+ *            failure before the old list is touched takes the new one away again; after one that comes later, which
+ *            gives 2, and after a kill, parts of the other list stay beside it. This takes the room of both lists, and
+ *            of the new one twice when it is the longer one; and a file that is replaced has to be readable.
+ *            Saves of several processes to one file follow one another, so that no append is lost (a lock of fcntl on
+ *            the open file; on a file system without such locks they must be kept apart).
  *            A pipe and a device are written as they are, in both modes, and so is what a path such as /dev/stdout or
  *            /dev/fd/3 names, if this process has it open for writing: at the position of that descriptor.
  */

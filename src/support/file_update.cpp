@@ -25,7 +25,7 @@ constexpr mode_t kNewFileMode = 0666;  // less what the process masks
 constexpr int kMostTries = 6000;       // with the pause: half a minute
 constexpr timespec kPause{.tv_sec = 0, .tv_nsec = 5'000'000};
 
-// Whether the system refuses to make or rename files in a folder, which says nothing against writing to one that is there.
+// Whether a folder refuses new files and renames, which says nothing against writing to a file that is there.
 bool IsRefusal(std::int32_t error) noexcept {
     constexpr std::array kRefusals{EACCES, EPERM, EROFS, EBUSY, EXDEV};
     return std::ranges::find(kRefusals, error) != kRefusals.end();
@@ -40,8 +40,8 @@ bool IsInProc(const std::string& path) {
     return ::statfs(FolderOf(path).c_str(), &properties) == 0 && properties.f_type == PROC_SUPER_MAGIC;
 }
 
-// The path that symbolic links lead to, so that a rename replaces the file and not a link to it. The file itself need not
-// be there. A link in /proc stays: its text need not be a path.
+// The path that symbolic links lead to, so that a rename replaces the file and not a link to it. The file itself need
+// not be there. A link in /proc stays: its text need not be a path.
 std::string WithoutLinks(std::string path) {
     constexpr int kMostLinks = 40;  // as the system follows
     std::array<char, PATH_MAX> target;
@@ -95,8 +95,8 @@ int OpenForWriting(const std::string& path) noexcept {
     return OpenDescriptor(path.c_str(), O_WRONLY | O_NONBLOCK);
 }
 
-// A descriptor of what the process has open itself under the number that ends the path, or -1: what the host writes there
-// before and after goes on at one position with what is written here.
+// A descriptor of what the process has open itself under the number that ends the path, or -1: what the host writes
+// there before and after goes on at one position with what is written here.
 int DuplicateOfNamed(const std::string& path) noexcept {
     int number = -1;
     std::from_chars(path.data() + path.rfind('/') + 1, path.data() + path.size(), number);
@@ -119,8 +119,8 @@ std::int32_t FileUpdate::Open(const std::string& path, OutputAction action) {
     return IsRefusal(refusal) ? OpenInPlace() : refusal;
 }
 
-// Opening the file first shows what it is and that it may be written; there need be none. A process that has it locked may
-// give its name to another one.
+// Opening the file first shows what it is and that it may be written; there need be none. A process that has it locked
+// may give its name to another one.
 std::int32_t FileUpdate::OpenTarget() noexcept {
     oldLength_ = -1;
     for (int tries = 0; tries < kMostTries; ++tries) {

@@ -1,11 +1,11 @@
 // New content for a file, which takes the place of the old content whole or not at all.
 //
-// It is written beside the file, when it is appended after a copy of the old content, and renamed over it: whatever fails,
-// the end of the process and a power cut too, the file is the old one or the whole new one.
+// It is written beside the file, when it is appended after a copy of the old content, and renamed over it: whatever
+// fails, the end of the process and a power cut too, the file is the old one or the whole new one.
 //
-// Where no file can be made or renamed in the folder, the new text is written in place, after the old one. When it is on the
-// disk it is copied to the start, and the rest is cut off. So at every moment the file holds the old text or the new one
-// whole, beside parts of the other; a failure before the old text is touched cuts the file back.
+// Where no file can be made or renamed in the folder, the new text is written in place, after the old one. When it is
+// on the disk it is copied to the start, and the rest is cut off. So at every moment the file holds the old text or the
+// new one whole, beside parts of the other; a failure before the old text is touched cuts the file back.
 //
 // What is no regular file, and what the process itself has open for writing (/dev/stdout), is written like a pipe.
 //

@@ -27,8 +27,8 @@ class OutputUnit {
     // Writes a line, given in parts. A line feed inside it is written as a blank. Failures are kept for the close.
     VECTABLE_MODULE void WriteLine(std::initializer_list<std::string_view> parts) noexcept;
 
-    // 0, or the error number of the first failure; EEXIST when another process has made the file meanwhile, and what was
-    // to be appended has to be written again.
+    // 0, or the error number of the first failure; EEXIST when another process has made the file meanwhile, and what
+    // was to be appended has to be written again.
     VECTABLE_MODULE std::int32_t Close() noexcept;
 
     // Whether an earlier file was written in place: no other one could be made beside it. Good until the next open.
@@ -48,8 +48,8 @@ class OutputUnit {
     std::size_t used_ = 0;
 };
 
-// Opens a file for writing text: 0, or the error number of the system. Logs nothing. The interface fixes the unit number;
-// as one file can be open, it says nothing.
+// Opens a file for writing text: 0, or the error number of the system. Logs nothing. The interface fixes the unit
+// number; as one file can be open, it says nothing.
 VECTABLE_MODULE std::int32_t FileOpen(std::int32_t unitNumber, std::string_view filePath, OutputAction action,
                                       OutputUnit& unit);
 

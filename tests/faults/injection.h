@@ -37,20 +37,13 @@ inline constexpr int kKilled = -1;
 // The mode of the last file made.
 extern int modeOfNewFile;
 
-// The last calls that changed files: w for what is written at the end, o for what is overwritten, f and F for a file and a
-// folder that are synchronised, r, l and t for names that are given and files that are cut.
+// The last calls that changed files: w for what is written at the end, o for what is overwritten, f and F for a file
+// and a folder that are synchronised, r, l and t for names that are given and files that are cut.
 extern std::string changes;
 
-// What other processes do meanwhile, if anything is set: before a lock is taken (k), before a name is given (l) and in the
-// place of a pause (p), of so many seconds.
+// What other processes do meanwhile, if anything is set: before a lock is taken (k), before a name is given (l) and in
+// the place of a pause (p), of so many seconds.
 extern std::function<void(char when, double seconds)> meanwhile;
-
-// The calls that change files so far, the last ones where there are many: w for writes, f and F for a file and a folder that
-// is synchronised, r, l and t for names that are given and files that are cut.
-extern std::string changes;
-
-// What happens in the place of a pause, if anything is set.
-extern std::function<void(double seconds)> pause;
 
 // What fresh memory of great alignment is filled with.
 inline constexpr unsigned char kFreshByte = 0xAA;
