@@ -58,8 +58,9 @@ std::int32_t BesideFile::Make(const std::string& path, mode_t mode) {
 std::int32_t BesideFile::TakeName(const std::string& path, bool replaces) noexcept {
     if (!IsOpenAs(path_, descriptor_)) return ENOENT;  // another host took it for one left over: locks do not reach it
     if (!replaces) {
-        if (::link(path_.c_str(), path.c_str()) == 0) return 0;
-        if (errno == EEXIST) return EEXIST;  // other errors: a file system without hard links
+        const std::int32_t code = ::link(path_.c_str(), path.c_str()) == 0 ? 0 : errno;
+        if (code == 0 || IsOpenAs(path, descriptor_)) return 0;  // a server may tell of its own first answer
+        if (code == EEXIST) return EEXIST;                       // other errors: a file system without hard links
     }
     if (::rename(path_.c_str(), path.c_str()) != 0) return errno;
     path_.clear();
