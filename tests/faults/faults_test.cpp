@@ -277,8 +277,8 @@ TEST_F(Faults, NoTextIsReadForEachPairOfLines) {
     EXPECT_EQ(log.entries.size(), 602U + 2 * 9);
 }
 
-// Whatever call of the system fails, and wherever the process ends, a save leaves the old list whole or the new one, and the
-// next save finds nothing in its way.
+// Whatever call of the system fails, and wherever the process ends, a save leaves the old list whole or the new one,
+// and the next save finds nothing in its way.
 class Saves : public Faults, public testing::WithParamInterface<std::tuple<Injection::Fault*, std::string, int32_t>> {
   protected:
     Saves() {
@@ -396,8 +396,8 @@ TEST_F(Faults, ANewListHasTheRightsOfTheOldOneOrFewer) {
     EXPECT_EQ(std::filesystem::status(list).permissions(), std::filesystem::perms{0600});
 }
 
-// A save takes in what another process does to the list: while it opens it, while it waits for the lock, and while there is
-// no list yet. The wait has an end. A process that is forked meanwhile keeps no lock.
+// A save takes in what another process does to the list: while it opens it, while it waits for the lock, and while
+// there is no list yet. The wait has an end. A process that is forked meanwhile keeps no lock.
 TEST_F(Faults, SavesOfSeveralProcessesFollowOneAnother) {
     using VecTableSupport::OutputAction;
     std::array<int, 2> pipe;
