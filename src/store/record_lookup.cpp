@@ -1,6 +1,7 @@
 #include "store/record_lookup.h"
 
 #include <array>
+#include <limits>
 #include <memory>
 #include <new>
 #include <utility>
@@ -16,6 +17,7 @@ namespace VecTableTree {
 namespace {
 
 using VecTableSupport::IsDma;
+using VecTableSupport::KeyRange;
 using VecTableSupport::kNoKey;
 using VecTableSupport::TextBuilder;
 using VecTableSupport::TraceLogError;
@@ -125,12 +127,15 @@ VecTabRecord* FindInTree(std::int64_t key) noexcept {
     return last.record;
 }
 
-std::int64_t FindAssociatedKey(const VecTabBinTree* root, std::int32_t satNum) noexcept {
+// Node, left subtree, right subtree; what cannot hold one of the keys is left out.
+std::int64_t FindAssociatedKey(const VecTabBinTree* root, std::int32_t satNum, const KeyRange& keys) noexcept {
     if (root == nullptr) return kNoKey;
+    if (root->satKey < keys.first) return FindAssociatedKey(root->right, satNum, keys);
+    if (root->satKey > keys.last) return FindAssociatedKey(root->left, satNum, keys);
     const VecTabRecord* record = GetRec(*root);
     if (record != nullptr && record->satNum == satNum) return root->satKey;
-    const std::int64_t key = FindAssociatedKey(root->left, satNum);
-    return key != kNoKey ? key : FindAssociatedKey(root->right, satNum);
+    const std::int64_t key = FindAssociatedKey(root->left, satNum, keys);
+    return key != kNoKey ? key : FindAssociatedKey(root->right, satNum, keys);
 }
 
 }  // namespace
@@ -191,16 +196,19 @@ void FindRec(std::int64_t key, VecTabRecord& recOut, FixedText<128>* errText) {
     } else {
         const ReadSection section;
         const VecTabBinTree* node = FindNode(key);
-        if (node != nullptr) recOut = VecTabRecord(*node->rec);
-        if (node == nullptr) message = "FindRec: search key doens't exist.";
+        const bool found = node != nullptr && node->rec != nullptr;
+        if (found) recOut = VecTabRecord(*node->rec);
+        if (!found) message = "FindRec: search key doens't exist.";
     }
     if (errText != nullptr) *errText = FixedText<128>(message);
 }
 
 std::int64_t SatKeyGet(std::int32_t satNum) noexcept {
     if (TreeIsEmpty()) return kNoKey;
+    constexpr KeyRange kAny{std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max()};
     const ReadSection section;
-    return FindAssociatedKey(VecTabTreeRoot(), satNum);
+    const KeyRange keys = KeysTellSatellites() ? VecTableSupport::TreeKeysOf(satNum) : kAny;
+    return FindAssociatedKey(VecTabTreeRoot(), satNum, keys);
 }
 
 // The log may be slow, and a writer would wait for it.

@@ -24,6 +24,8 @@ void AskAhead(const VecTabBinTree& node, const VecTabRecord& record) noexcept {
     for (std::size_t i = 0; i < sizeof(VecTabRecord); i += kCacheLine) __builtin_prefetch(first + i);
 }
 
+}  // namespace
+
 // The records are read in place: a save copies no points.
 void VecTabWriteLinesRecursive(OutputUnit& unit, const VecTabBinTree* node) noexcept {
     if (node == nullptr) return;
@@ -36,8 +38,6 @@ void VecTabWriteLinesRecursive(OutputUnit& unit, const VecTabBinTree* node) noex
     VecTabWriteLinesRecursive(unit, node->left);
     VecTabWriteLinesRecursive(unit, node->right);
 }
-
-}  // namespace
 
 VecTableSupport::FixedText<521> FileLine(const VecTabRecord& record) noexcept {
     return TextBuilder<521>().Add(kFileKeyword).Add(record.filePath.View()).Text();

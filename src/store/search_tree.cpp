@@ -42,8 +42,19 @@ void Publish(VecTabBinTree* root) noexcept {
     treeVersion.store(treeVersion.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
 }
 
-// The nodes linked into the tree; changed only by writers.
+// The nodes linked into the tree, and those of them whose key does not tell the satellite; changed only by writers.
 constinit std::int32_t nodeCount = 0;
+constinit std::int32_t strayCount = 0;
+
+bool IsStray(const VecTabBinTree& node) noexcept {
+    return node.rec == nullptr || !VecTableSupport::TreeKeysOf(node.rec->satNum).Holds(node.satKey);
+}
+
+// Counts a node in, by +1, or out.
+void Count(const VecTabBinTree& node, std::int32_t by) noexcept {
+    nodeCount += by;
+    if (IsStray(node)) strayCount += by;
+}
 
 // The last sequence number given out; changed only by writers. It stays at its limit once it gets there.
 constinit std::int32_t SEQNUM = 0;
@@ -124,7 +135,6 @@ void AddNodeRecursive(Subtree& root, VecTabBinTree& node, std::int32_t& status) 
     if (root == nullptr) {
         if (SEQNUM < std::numeric_limits<std::int32_t>::max()) ++SEQNUM;
         node.seqNum = SEQNUM;
-        ++nodeCount;
         root = &node;
         status = kHeightGrew;
         return;
@@ -151,11 +161,11 @@ void SwapNode(Subtree& root, VecTabBinTree& target, std::int32_t& shrunk) noexce
     target.seqNum = predecessor->seqNum;
     root = predecessor->left;
     shrunk = 1;
-    --nodeCount;
     delete predecessor;
 }
 
 void RemoveFoundNode(Subtree& root, std::int32_t& shrunk) noexcept {
+    Count(*root, -1);
     if (root->left != nullptr && root->right != nullptr) {
         SwapNode(root->left, *root, shrunk);
         if (shrunk == 1) RebalanceShrunk(root, kLeft, shrunk);
@@ -164,7 +174,6 @@ void RemoveFoundNode(Subtree& root, std::int32_t& shrunk) noexcept {
     VecTabBinTree* removed = root;
     root = removed->right == nullptr ? removed->left : removed->right;
     shrunk = 1;
-    --nodeCount;
     delete removed;
 }
 
@@ -251,6 +260,10 @@ std::uint64_t TreeVersion() noexcept {
     return treeVersion.load(std::memory_order_relaxed);
 }
 
+bool KeysTellSatellites() noexcept {
+    return strayCount == 0;
+}
+
 std::int64_t AddNode(VecTabBinTree& node, std::int32_t& status) noexcept {
     constexpr int kMostAttempts = 100;
     const WriteSection section;
@@ -266,6 +279,7 @@ std::int64_t AddNode(VecTabBinTree& node, std::int32_t& status) noexcept {
             }
         }
     }
+    if (status < kKeyTaken) Count(node, +1);
     Publish(root);
     return node.satKey;
 }
@@ -320,7 +334,7 @@ void EmptyTree(std::int32_t& status) noexcept {
         const WriteSection section;
         Subtree root = VecTabTreeRoot();
         EmptyTreeRecursive(root, removals);
-        nodeCount = 0;
+        nodeCount = strayCount = 0;
         Publish(root);
     }
     for (const auto failed : {DmaRemoval::kNoObject, DmaRemoval::kWrongObject}) {

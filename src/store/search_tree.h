@@ -16,14 +16,15 @@ namespace VecTableTree {
 using VecTableTypes::VecTabBinTree;
 using VecTableTypes::VecTabRecord;
 
-// The effective key mode: kDirectMemoryMode, or kTreeMode for any other setting.
-std::int32_t KeyMode() noexcept;
-
 // The root, null when the tree is empty.
 VecTabBinTree* VecTabTreeRoot() noexcept;
 
 // A number that changes with every change of the tree. Inside the gate it stays.
 std::uint64_t TreeVersion() noexcept;
+
+// Whether the key of every node tells the satellite of its record: it is one of TreeKeysOf. A direct-memory key never is,
+// nor is a key that was stepped out of them. The gate is for the caller to hold.
+bool KeysTellSatellites() noexcept;
 
 // Links a node that has its key and, in tree mode, its record. In tree mode a key held by a different record is
 // stepped, up to 100 attempts. `status`: 0 or 1 when the node is in the tree, 2 or 3 when it is not. The result is the

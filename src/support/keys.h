@@ -22,6 +22,15 @@ std::int64_t CreateSatKey(std::int32_t satNum, std::int32_t elementType, std::st
 // end.
 std::int64_t NextSatKey(std::int64_t key) noexcept;
 
+// The tree keys of a satellite: those of its number in their head. A step past a collision may lead out of them.
+struct KeyRange {
+    std::int64_t first;
+    std::int64_t last;
+
+    bool Holds(std::int64_t key) const noexcept { return key >= first && key <= last; }
+};
+KeyRange TreeKeysOf(std::int32_t satNum) noexcept;
+
 constexpr bool IsDma(std::int64_t key) noexcept {
     return key % 10 == 0;
 }

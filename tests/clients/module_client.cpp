@@ -70,6 +70,7 @@ int main(int argc, char** argv) {
     VecTableSupport::OutputUnit output;
     EXPECT(VecTableSupport::FileOpen(8, argv[2], VecTableSupport::OutputAction::kReplace, output) == 0);
     VecTableTree::VecTabWriteLines(output);
+    VecTableTree::VecTabWriteLinesRecursive(output, VecTableTree::FindNode(key));
     EXPECT(output.Close() == 0 && VecTableTree::GetNumOfTreeNodes() == 2);
     std::int32_t shrunk = 0, status = 0;
     VecTableTree::RemoveNode(key, shrunk, status);  // waits for ever when a read is left open

@@ -1,5 +1,6 @@
 #include "store/record_lookup.h"
 
+#include <functional>
 #include <random>
 #include <set>
 
@@ -118,5 +119,52 @@ TEST_F(RecordLookup, ACopyOfARecordIsItsOwn) {
             EXPECT_EQ(words.Trimmed(), told);
         }
         VecTabRemoveAllSats();
+    }
+}
+
+TEST_F(RecordLookup, ANodeWithoutARecordIsNone) {
+    auto node = std::make_unique<VecTabBinTree>();
+    node->satKey = 16;
+    std::int32_t status = 0;
+    AddNode(*node.release(), status);
+    VecTabRecord copy;
+    VecTableSupport::FixedText<128> words;
+    FindRec(16, copy, &words);
+    EXPECT_EQ(words.Trimmed(), "FindRec: search key doens't exist.");
+    EXPECT_EQ(copy.satNum, -123);
+    State state;
+    std::int64_t listed = 0;
+    VecTabGetLoaded(0, &listed);
+    EXPECT_EQ(AskByIndex(16, 1, state), 2);
+    EXPECT_EQ(VecTabGetSatKey(0), -1);
+    EXPECT_TRUE(listed == 16 && VecTabSaveFile(Write("list.txt", "").c_str(), 0) == 0 && VecTabRemoveSat(16) == 0);
+}
+
+// As the plain walk finds it: satellites whose numbers share keys, keys stepped past the last of a satellite, keys that
+// tell no satellite.
+TEST_F(RecordLookup, TheKeyOfASatelliteIsThatOfItsFirstNode) {
+    const std::function<std::int64_t(const VecTabBinTree*, std::int32_t)> walk = [&](const VecTabBinTree* node,
+                                                                                     std::int32_t satNum) {
+        if (node == nullptr) return VecTableSupport::kNoKey;
+        if (GetRec(*node)->satNum == satNum) return node->satKey;
+        const std::int64_t key = walk(node->left, satNum);
+        return key != VecTableSupport::kNoKey ? key : walk(node->right, satNum);
+    };
+    constexpr std::array satNums = {0, 1, 2, 3, -1, -2, 922337202, 922337203, -922337203, INT32_MAX, INT32_MIN};
+    constexpr double kLastKey = 999999936 / 86400000.0;  // the epoch whose key is the last of a satellite
+    std::mt19937 random(3);
+    std::vector<int64_t> keys;
+    for (int step = 0; step < 6000; ++step) {
+        VecHostSetElsetKeyMode(step > 4000 && random() % 8 == 0);
+        if (keys.size() < 40 && random() % 5 < 3) {
+            const double part = static_cast<double>(random() % 9);
+            const double epoch = random() % 4 == 0 ? kLastKey + part * 1e-10 : part;
+            if (const int64_t key = Add(satNums[random() % satNums.size()], epoch); key != 0) keys.push_back(key);
+        } else if (!keys.empty()) {
+            std::swap(keys[random() % keys.size()], keys.back());
+            ASSERT_EQ(VecTabRemoveSat(keys.back()), 0);
+            keys.pop_back();
+        }
+        for (const std::int32_t satNum : satNums) ASSERT_EQ(SatKeyGet(satNum), walk(VecTabTreeRoot(), satNum)) << step;
     }
 }
