@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <sstream>
 #include <unistd.h>
 
 #include "fresh_memory.h"
@@ -36,11 +37,32 @@ std::vector<State> ManyStates(const Sample& sample) {
     return states;
 }
 
+// The message of the samples with a covariance at every state, along the orbit.
+void WriteTurnedCovariances(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
+    std::stringstream message;
+    kSamples.back().write(message, sample, states);
+    std::vector<std::string> dates;
+    for (std::string line; std::getline(message, line) && line != "COVARIANCE_START";) {
+        out << line << '\n';
+        if (line.starts_with("20")) dates.push_back(line.substr(0, line.find(' ')));
+    }
+    out << "COVARIANCE_START\n";
+    for (const std::string& date : dates) {
+        out << "EPOCH = " << date << "\nCOV_REF_FRAME = RTN\n";
+        for (int row = 1; row <= 6; ++row) {
+            for (int column = 1; column <= row; ++column)
+                out << (column < row ? "1.25000000E-07 " : "4.12345678E-04\n");
+        }
+    }
+    out << "COVARIANCE_STOP\n";
+}
+
 // The numbers that a reader has to read for a point: time and state, and what else stands in its lines.
 double NumbersPerPoint(const Sample& sample) {
     const std::map<std::string, double> others = {
         {"itc.txt", 28.0},    {"simulated_observations.txt", 8.0}, {"lch.txt", 8.0},     {"dce_text.txt", 14.0},
-        {"launch.txt", 15.0}, {"ecr_position.txt", 4.0},           {"binary.dce", 13.0}, {"10018_position.e", 4.0}};
+        {"launch.txt", 15.0}, {"ecr_position.txt", 4.0},           {"binary.dce", 13.0}, {"10018_position.e", 4.0},
+        {"turned.oem", 29.0}};
     const auto other = others.find(sample.file);
     return other == others.end() ? 7.0 : other->second;
 }
@@ -69,8 +91,8 @@ void Load(benchmark::State& state, const Sample& sample, const std::string& path
     state.counters["MB/s"] = megabytes * static_cast<double>(state.iterations()) / seconds;
 }
 
-// Finds the lines, runs std::from_chars over all that stands between blanks, and stores a point for every `perPoint`
-// numbers. Reports the time per number.
+// Runs std::from_chars over all that stands between blanks, and stores a point for every `perPoint` numbers. Reports the
+// time per number.
 void Bare(benchmark::State& state, const std::string& path, std::size_t perPoint) {
     const auto size = static_cast<std::size_t>(std::filesystem::file_size(path));
     std::vector<char> text(size);
@@ -90,8 +112,9 @@ void Bare(benchmark::State& state, const std::string& path, std::size_t perPoint
                 continue;
             }
             const char* after = std::from_chars(next, end, values[count]).ptr;
-            next = after == next ? next + 1 : after;
-            if (++count < perPoint) continue;
+            const bool isNumber = after != next;
+            for (next = after; next != end && *next != ' ' && *next != '\n';) ++next;
+            if (!isNumber || ++count < perPoint) continue;
             count = 0;
             if (total < kPoints) std::copy(values.begin(), values.end(), points + 29 * total);
             ++total;
@@ -141,7 +164,12 @@ int main(int argc, char** argv) {
     const auto folder = std::filesystem::temp_directory_path() / "vectable_format_bench";
     std::filesystem::create_directories(folder);
     std::vector<Question> questions;
-    for (const Sample& sample : kSamples) {
+    std::vector<Sample> samples = kSamples;
+    Sample turned = samples.back();
+    turned.file = "turned.oem";
+    turned.write = WriteTurnedCovariances;
+    samples.push_back(turned);
+    for (const Sample& sample : samples) {
         const std::string path = folder / sample.file;
         std::ofstream out(path);
         sample.write(out, sample, ManyStates(sample));
@@ -151,13 +179,20 @@ int main(int argc, char** argv) {
             ->Iterations(2)
             ->Unit(benchmark::kNanosecond);
         const std::string dotE = sample.velDigit == 0.0 ? "10018_position.e" : "10001_leo.e";
-        if (sample.file != dotE) questions.push_back({sample.file + ", ns a number", sample.file, dotE, 1.5});
+        if (sample.file != dotE && sample.file != turned.file)
+            questions.push_back({sample.file + ", ns a number", sample.file, dotE, 1.5});
     }
     benchmark::RegisterBenchmark("itc_bare", Bare, (folder / "itc.txt").string(), 28)
         ->UseManualTime()
         ->Iterations(2)
         ->Unit(benchmark::kNanosecond);
     questions.push_back({"itc.txt beside the bare pass over its numbers", "itc.txt", "itc_bare", 2.5});
+    benchmark::RegisterBenchmark("turned_bare", Bare, (folder / turned.file).string(), 29)
+        ->UseManualTime()
+        ->Iterations(2)
+        ->Unit(benchmark::kNanosecond);
+    questions.push_back(
+        {"message with covariances along the orbit, beside a bare pass", turned.file, "turned_bare", 2.0});
     benchmark::RegisterBenchmark("binary_bare", BareBinary, (folder / "binary.dce").string(), 13.0)
         ->UseManualTime()
         ->Iterations(2)
