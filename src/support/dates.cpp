@@ -20,10 +20,6 @@ constexpr std::int32_t kLastYear = 9999;
 constexpr std::int32_t kFirstTwoDigitYear = 1957;
 constexpr std::int32_t kMillisecondsPerDay = 86400000;
 
-std::int32_t FullYear(std::int32_t twoDigits) noexcept {
-    return twoDigits + (twoDigits < kFirstTwoDigitYear - 1900 ? 2000 : 1900);
-}
-
 std::int32_t DaysInYear(std::int32_t year) noexcept {
     return std::chrono::year{year}.is_leap() ? 366 : 365;
 }
@@ -58,27 +54,26 @@ class DateScanner {
         return taken;
     }
 
-    // A whole number of up to four digits, padded by blanks before it; -1 when there is none.
-    std::int32_t TakeInteger() noexcept {
+    // A whole number of so many digits, padded by blanks before it; -1 when there is none.
+    std::int32_t TakeDigits(std::size_t fewest, std::size_t most) noexcept {
         SkipBlanks();
         std::int32_t value = 0;
-        digits_ = 0;
-        for (; !rest_.empty() && IsDigit(rest_.front()); rest_.remove_prefix(1)) {
-            if (++digits_ > 4) return -1;
-            value = value * 10 + (rest_.front() - '0');
+        std::size_t digits = 0;
+        for (; digits <= most && digits < rest_.size() && IsDigit(rest_[digits]); ++digits) {
+            value = value * 10 + (rest_[digits] - '0');
         }
-        return digits_ == 0 ? -1 : value;
+        if (digits < fewest || digits > most) return -1;
+        rest_.remove_prefix(digits);
+        return value;
     }
 
-    std::int32_t TakeYear() noexcept {
-        const std::int32_t year = TakeInteger();
-        return digits_ == 4 ? year : -1;
-    }
+    std::int32_t TakeYear() noexcept { return TakeDigits(4, 4); }
+    std::int32_t TakeDayOfYear() noexcept { return TakeDigits(3, 3); }
+    std::int32_t TakeInteger() noexcept { return TakeDigits(1, 2); }
 
     // The month of an English name of three letters, in any letter case; -1 when there is none.
     std::int32_t TakeMonthName() noexcept {
         constexpr std::string_view kNames = "JANFEBMARAPRMAYJUNJULAUGSEPOCTNOVDEC";
-        SkipBlanks();
         const auto name = ToUpperCase(FixedText<3>(rest_));
         for (std::size_t month = 0; month < 12; ++month) {
             if (kNames.substr(month * 3, 3) != name.View()) continue;
@@ -93,16 +88,16 @@ class DateScanner {
         SkipBlanks();
         const auto* const next =
             std::find_if(rest_.begin(), rest_.end(), [](char c) { return !IsDigit(c) && c != '.'; });
-        const auto end = static_cast<std::size_t>(next - rest_.begin());
+        const std::string_view digits(rest_.begin(), next);
+        const std::size_t whole = std::min(digits.find('.'), digits.size());
         double seconds = -1.0;
-        if (end == 0 || ReadRealField(rest_.substr(0, end), 0, seconds) != ReadStatus::kOk) return -1.0;
-        rest_.remove_prefix(end);
+        if (digits.empty() || whole > 2 || ReadRealField(digits, 0, seconds) != ReadStatus::kOk) return -1.0;
+        rest_.remove_prefix(digits.size());
         return seconds;
     }
 
   private:
     std::string_view rest_;
-    int digits_ = 0;
 };
 
 struct CalendarDay {
@@ -127,16 +122,21 @@ double ToDs50(const DateParts& parts) noexcept {
 CalendarDay TakeYearFirst(DateScanner& scanner) noexcept {
     const std::int32_t year = scanner.TakeYear();
     const char mark = scanner.Take("/-");
-    const std::int32_t monthOrDay = scanner.TakeInteger();
-    if (mark == '\0' || scanner.Take({&mark, 1}) == '\0') return {year, monthOrDay};
-    return {year, MmDd2Jul(year, monthOrDay, scanner.TakeInteger())};
+    const std::int32_t dayOfYear = scanner.TakeDayOfYear();
+    if (dayOfYear >= 0 || mark == '\0') return {year, dayOfYear};
+    const std::int32_t month = scanner.TakeInteger();
+    if (scanner.Take({&mark, 1}) == '\0') return {};
+    return {year, MmDd2Jul(year, month, scanner.TakeInteger())};
 }
 
 // "DD Mon YYYY".
 CalendarDay TakeDayFirst(DateScanner& scanner) noexcept {
     const std::int32_t day = scanner.TakeInteger();
+    const bool blanksBefore = scanner.SkipBlanks();
     const std::int32_t month = scanner.TakeMonthName();
+    const bool blanksAfter = scanner.SkipBlanks();
     const std::int32_t year = scanner.TakeYear();
+    if (!blanksBefore || !blanksAfter) return {};
     return {year, MmDd2Jul(year, month, day)};
 }
 
@@ -222,6 +222,11 @@ CalendarDate SystemClockDate() noexcept {
 constinit std::atomic<CalendarDate (*)() noexcept> currentClock{SystemClockDate};
 
 }  // namespace
+
+std::int32_t FullYear(std::int32_t year) noexcept {
+    if (year < 0 || year > 99) return year;
+    return year + (year < kFirstTwoDigitYear - 1900 ? 2000 : 1900);
+}
 
 double Date_In(std::string_view text) noexcept {
     return ToDs50(ReadColumns(text));

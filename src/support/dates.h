@@ -13,13 +13,17 @@ namespace VecTableSupport {
 inline constexpr double kSecondsPerDay = 86400.0;
 inline constexpr double kMinutesPerDay = 1440.0;
 
+// A year of 0 to 99 as two digits of year mean it, 1957 to 2056; any other as it is.
+std::int32_t FullYear(std::int32_t year) noexcept;
+
 // Columns "YYDDDHHMMSS.SSS" (length 15) or "YYYYDDDHHMMSS.SSS" (length 17), fixed fields. Year and day of the year need
-// digits; blank hours, minutes and seconds are 0. Two digits of year are 1957 to 2056.
+// digits; blank hours, minutes and seconds are 0. A year of two digits as FullYear.
 double Date_In(std::string_view text) noexcept;
 
 // A date-time text, blanks around it ignored: "YYYY/MM/DD", "YYYY-MM-DD", "YYYY/DDD", "YYYY-DDD", "YYYY DDD" or
 // "DD Mon YYYY"; blanks or a "T"; "HH:MM:SS[.f]" or "HH:MM"; optionally a "Z". Or one of the two forms of Date_In.
-// Tabs count as blanks, and blanks may pad a number.
+// Tabs count as blanks. Month, day, hours, minutes and whole seconds have one or two digits, and blanks may pad them; year
+// and day of the year have all of theirs.
 // The interface has two names for it.
 double Dtg2Ds50UTC(std::string_view text) noexcept;
 double DateStr2Ds50(std::string_view text) noexcept;

@@ -1,7 +1,7 @@
 // EELV: a launch in feet and seconds.
 //
-// The card line is the epoch: year, month, day, hour, minute, seconds, free form in columns 1 to 137. Then a point a
-// line, free form:
+// The card line is the epoch: year (0 to 99 are 1957 to 2056), month, day, hour, minute, seconds, free form in columns 1 to
+// 137. Then a point a line, free form:
 //   1      time                 s from the epoch
 //   2-4    position             feet
 //   5-7    velocity             feet a second
@@ -25,7 +25,7 @@ std::int32_t WholeNumber(double number) noexcept {
 double ReadEpoch(const Line& card) noexcept {
     std::array<double, 6> c{};
     if (VecTableSupport::ReadFreeForm(card.Columns(1, kEpochColumns), c) != ReadStatus::kOk) return 0.0;
-    const std::int32_t year = WholeNumber(c[0]);
+    const std::int32_t year = c[0] < 0.0 ? -1 : VecTableSupport::FullYear(WholeNumber(c[0]));
     const std::int32_t dayOfYear = VecTableSupport::MmDd2Jul(year, WholeNumber(c[1]), WholeNumber(c[2]));
     return VecTableSupport::TComps2UTC(dayOfYear, WholeNumber(c[3]), WholeNumber(c[4]), c[5], year);
 }
