@@ -10,6 +10,7 @@
 #include "evaluation/evaluator.h"
 #include "store/gate.h"
 #include "store/record_lookup.h"
+#include "support/finite.h"
 #include "support/keys.h"
 #include "support/time_scales.h"
 
@@ -57,7 +58,7 @@ struct Block {
         for (; count < wanted; ++count, cursor.Next(requests)) {
             if (cursor.key != lastKey) keys[records++] = requests.satKeys[lastKey = cursor.key];
             recordOf[count] = static_cast<std::uint8_t>(records - 1);
-            times[count] = requests.ds50UTCs[cursor.time];
+            times[count] = VecTableSupport::Quieted(requests.ds50UTCs[cursor.time]);
         }
     }
 
@@ -74,7 +75,7 @@ struct Block {
 // Asks for the points that a request will need, unless they are those asked for last.
 template <bool kWithCovariance>
 void AskAhead(const Table& table, double t, const VecTabPoint*& asked) noexcept {
-    if (table.count < kStencilPoints) return;
+    if (table.count < kStencilPoints || !table.Holds(t)) return;
     const VecTabPoint* first = VecTableProcessing::GuessStencil(table, t);
     if (first == std::exchange(asked, first)) return;
     VecTableProcessing::AskForStencil<kWithCovariance>(first);
@@ -100,7 +101,7 @@ BatchOutcome Answer(Evaluator<true>& evaluator, const Table& table, double t, Ve
     if (table.count == 0) return BatchOutcome::kNoRecord;
     if (!table.Holds(t)) return BatchOutcome::kOutside;
     const double request = VecTableSupport::Tai2Utc(VecTableSupport::Utc2Tai(t));
-    return OutcomeOf(evaluator.Evaluate<kWithCovariance>(table, request, point));
+    return OutcomeOf(evaluator.Evaluate<kWithCovariance>(table, t, request, point));
 }
 
 template <bool kWithCovariance>

@@ -48,12 +48,33 @@ std::int32_t CountRevolution(const Table& table, std::size_t low, const VecTabPo
     return revolution == countFrom(std::min(low + 1, table.count)) ? revolution : countFrom(LastMid(table.count, low));
 }
 
-Refusal TakeStoredPoint(const Table& table, double t, VecTabPoint& point) noexcept {
+void Table::CutTo(std::int32_t numOfPts) noexcept {
+    count = numOfPts > 0 && static_cast<std::size_t>(numOfPts) < count ? static_cast<std::size_t>(numOfPts) : 0;
+    span = VecTableTypes::SpanOf({points, count});
+}
+
+bool IsOutside(const Table& table, double t) noexcept {
+    constexpr double kFar = 1.0;  // days; the seconds to a time further away may overflow
+    const double early = table.span.firstTime - t;
+    const double late = t - table.span.lastTime;
+    const double distance = std::isgreater(early, late) ? early : late;
+    return !std::isless(distance, kFar) || distance * VecTableSupport::kSecondsPerDay > kEndTolerance;
+}
+
+const VecTabPoint* FindStoredPoint(const Table& table, double time) noexcept {
+    const std::size_t low = SearchLow(table, GuessPoint(table, time), time);
+    if (!FallsOnPoint(table, low, time)) return nullptr;
+    return FindSameTime({&table[FirstOfStencil(table, low)], kStencilPoints}, time);
+}
+
+Refusal TakeStoredPoint(const Table& table, double time, double t, VecTabPoint& point) noexcept {
     if (table.count == 0) return Refusal::kNotInitialized;
     const VecTabPoint* hit = table.points;
     if (table.count > 1) {
         if (IsOutside(table, t)) return Refusal::kOutside;
-        hit = FindSameTime({table.points, table.count}, t);
+        const std::span all(table.points, table.count);
+        hit = FindSameTime(all, t);
+        if (hit == nullptr) hit = FindSameTime(all, time);
         if (hit == nullptr) return Refusal::kTooFew;
     }
     point = *hit;

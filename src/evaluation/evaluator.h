@@ -25,27 +25,38 @@ inline constexpr double kEndTolerance = 0.0005;             // s
 struct Table {
     const VecTabPoint* points;
     std::size_t count;
-    VecTableTypes::PointArray::TimeSpan span;
+    VecTableTypes::TimeSpan span;
 
     Table() noexcept = default;
     explicit Table(const VecTabRecord& record) noexcept {
-        const auto all = record.points.First(static_cast<std::size_t>(std::max(record.numOfPts, 0)));
+        const auto all = record.points.All();
         points = all.data();
         count = all.size();
         span = record.points.Span();
+        if (static_cast<std::size_t>(record.numOfPts) != count) [[unlikely]]
+            CutTo(record.numOfPts);
     }
 
     const VecTabPoint& operator[](std::size_t number) const noexcept { return points[number - 1]; }
 
-    // Whether a time lies within the table; no NaN does.
-    bool Holds(double t) const noexcept { return t >= span.firstTime && span.lastTime >= t; }
+    // Whether a time lies within the table; no NaN does. The comparisons are those that a NaN does not upset.
+    bool Holds(double t) const noexcept {
+        return std::isgreaterequal(t, span.firstTime) && std::islessequal(t, span.lastTime);
+    }
+
+  private:
+    // For a record whose count a caller of the modules has set back; none when it counts points that are not there.
+    void CutTo(std::int32_t numOfPts) noexcept;
 };
 
-// A point near the time, as far along the table as the time is along its span.
+// A point near the time, as far along the table as the time is along its span. By way of signed numbers: the processor
+// has no conversion of unsigned ones.
 inline std::size_t GuessPoint(const Table& table, double t) noexcept {
     const double along = (t - table.span.firstTime) * table.span.pointsPerDay;
     if (!(along > 0.0)) return 1;
-    return along < static_cast<double>(table.count - 1) ? static_cast<std::size_t>(along) + 1 : table.count;
+    const auto last = static_cast<std::int64_t>(table.count - 1);
+    return along < static_cast<double>(last) ? static_cast<std::size_t>(static_cast<std::int64_t>(along)) + 1
+                                             : table.count;
 }
 
 // The first of the four points round a time that lies after `low` points: two on either side, fewer at an end.
@@ -81,9 +92,9 @@ template <bool kWithCovariance>
 // An even table has it within two looks, any table within twice the looks of a bisection.
 std::size_t SearchLow(const Table& table, std::size_t guess, double t) noexcept;
 
-// Whether an ascending crossing of the equatorial plane lies between the point and a stored one.
+// Whether an ascending crossing of the equatorial plane lies between the point and a stored one. States may be NaN.
 inline bool CrossesBetween(const VecTabPoint& point, const VecTabPoint& stored) noexcept {
-    return 0.0 > point.pos[2] * stored.pos[2] && point.vel[2] > 0.0;
+    return std::isgreater(0.0, point.pos[2] * stored.pos[2]) && std::isgreater(point.vel[2], 0.0);
 }
 
 inline constexpr std::int32_t kRevolutionModulus = 100000;
@@ -103,12 +114,8 @@ inline std::int32_t RevolutionAt(const Table& table, std::size_t low, const VecT
 // Why there is no state.
 enum class Refusal : std::uint8_t { kNone, kNotInitialized, kOutside, kTooFew, kGap };
 
-// Whether a time lies before the table or after it, by more than the tolerance.
-inline bool IsOutside(const Table& table, double t) noexcept {
-    using VecTableSupport::kSecondsPerDay;
-    return -kEndTolerance > (t - table.span.firstTime) * kSecondsPerDay ||
-           (t - table.span.lastTime) * kSecondsPerDay > kEndTolerance;
-}
+// Whether a time lies before the table or after it, by more than the tolerance. A NaN does.
+bool IsOutside(const Table& table, double t) noexcept;
 
 inline bool IsSameTime(const VecTabPoint& point, double t) noexcept {
     return kSameTime > std::fabs(t - point.ds50UTC);
@@ -122,13 +129,16 @@ inline const VecTabPoint* FindSameTime(std::span<const VecTabPoint> points, doub
     return nullptr;
 }
 
-// Whether the time falls on a point: on one of the two beside it then, since no other is nearer.
+// Whether a time falls on a point: on one of the two beside it then, since no other is nearer.
 inline bool FallsOnPoint(const Table& table, std::size_t low, double t) noexcept {
     return IsSameTime(table[std::max<std::size_t>(low, 1)], t) || IsSameTime(table[std::min(low + 1, table.count)], t);
 }
 
-// A table with fewer points than a stencil serves only its points.
-Refusal TakeStoredPoint(const Table& table, double t, VecTabPoint& point) noexcept;
+// The point that a time within the table falls on, or null. For a table of at least a stencil.
+const VecTabPoint* FindStoredPoint(const Table& table, double time) noexcept;
+
+// A table with fewer points than a stencil serves only its points. `time` and `t` as for Evaluate.
+Refusal TakeStoredPoint(const Table& table, double time, double t, VecTabPoint& point) noexcept;
 
 // The ends of a stencil that is too far apart, days since 1950, UTC.
 struct Gap {
@@ -150,24 +160,34 @@ inline std::size_t FindLow(const Table& table, double t) noexcept {
 template <bool kMany>
 class Evaluator {
   public:
-    // The state of the table at t, days since 1950, UTC. Without covariance its terms are not written, but for a stored
-    // point. A refusal writes nothing.
+    // The state of the table at a time that is not outside, days since 1950, UTC. `t` is the time after its way to another
+    // scale and back, which may have moved it: a stored time gives its point all the same. Without covariance its terms are
+    // not written, but for a stored point. A refusal writes nothing.
     template <bool kWithCovariance>
-    [[gnu::always_inline]] Refusal Evaluate(const Table& table, double t, VecTabPoint& point) noexcept {
+    [[gnu::always_inline]] Refusal Evaluate(const Table& table, double time, double t, VecTabPoint& point) noexcept {
         if (table.count < kStencilPoints) [[unlikely]]
-            return TakeStoredPoint(table, t, point);
-        if (IsOutside(table, t)) return Refusal::kOutside;
-        const std::size_t low = kMany ? FindLowFromLast(table, t) : FindLow(table, t);
-        const Stencil points(&table[FirstOfStencil(table, low)], kStencilPoints);
-        if (!kMany || points.data() != stencil_) {
-            stencil_ = points.data();
-            tooFarApart_ = (points.back().ds50UTC - points.front().ds50UTC) / 3.0 > kSpacingLimit;
-            times_.Measure(points);
+            return TakeStoredPoint(table, time, t, point);
+        if (std::islessgreater(time, t)) [[unlikely]] {
+            if (const VecTabPoint* stored = FindStoredPoint(table, time)) {
+                point = *stored;
+                return Refusal::kNone;
+            }
+            if (IsOutside(table, t)) return Refusal::kOutside;
         }
-        low_ = low;
+        const std::size_t low = kMany ? FindLowFromLast(table, t) : FindLow(table, t);
+        if constexpr (kMany) {
+            points_ = table.points;
+            low_ = low;
+        }
+        const Stencil points(&table[FirstOfStencil(table, low)], kStencilPoints);
         if (FallsOnPoint(table, low, t)) [[unlikely]] {
             point = *FindSameTime(points, t);
             return Refusal::kNone;
+        }
+        if (!kMany || points.data() != stencil_) {
+            stencil_ = points.data();
+            tooFarApart_ = (points.back().ds50UTC - points.front().ds50UTC) / 3.0 > kSpacingLimit;
+            if (!tooFarApart_) times_.Measure(points);
         }
         if (tooFarApart_) return Refusal::kGap;
         HermiteOverStencil<kWithCovariance>(points, times_, t, point);
@@ -180,8 +200,7 @@ class Evaluator {
 
   private:
     std::size_t FindLowFromLast(const Table& table, double t) const noexcept {
-        const bool sameTable = stencil_ != nullptr && stencil_ >= table.points && stencil_ < table.points + table.count;
-        if (sameTable && (low_ == 0 || table[low_].ds50UTC < t)) {
+        if (table.points == points_ && (low_ == 0 || table[low_].ds50UTC < t)) {
             for (const std::size_t low : {low_, low_ + 1}) {
                 if (low >= table.count || !(table[low + 1].ds50UTC < t)) return low;
             }
@@ -189,8 +208,9 @@ class Evaluator {
         return FindLow(table, t);
     }
 
+    const VecTabPoint* points_ = nullptr;  // of the last table
+    std::size_t low_ = 0;                  // points of it before the last time
     const VecTabPoint* stencil_ = nullptr;
-    std::size_t low_ = 0;  // points before the last time, in the table of the stencil
     bool tooFarApart_ = false;
     StencilTimes times_{};
 };

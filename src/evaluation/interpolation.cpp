@@ -1,13 +1,18 @@
 #include "evaluation/interpolation.h"
 
 #include "evaluation/evaluator.h"
+#include "support/finite.h"
 #include "support/time_scales.h"
 
 namespace VecTableProcessing {
 
 std::int32_t InterpolateEP(const VecTabRecord& record, double timeTai, VecTabPoint& point) noexcept {
+    using VecTableSupport::IsFinite, VecTableSupport::Quieted, VecTableSupport::Tai2Utc;
+    const double t = IsFinite(timeTai) ? Tai2Utc(timeTai) : Quieted(timeTai);
+    const Table table(record);
     Evaluator<false> evaluator;
-    const Refusal refusal = evaluator.Evaluate<true>(Table(record), VecTableSupport::Tai2Utc(timeTai), point);
+    auto refusal = Refusal::kOutside;
+    if (table.count < kStencilPoints || !IsOutside(table, t)) refusal = evaluator.Evaluate<true>(table, t, t, point);
     if (refusal == Refusal::kNone) return 0;
     LogRefusal(refusal, refusal == Refusal::kGap ? evaluator.LastGap() : Gap{});
     point = VecTabPoint{};

@@ -1,8 +1,12 @@
 #include "evaluation/query.h"
 
+#include <cmath>
+#include <limits>
+
 #include "evaluation/evaluator.h"
 #include "store/record_lookup.h"
 #include "support/dates.h"
+#include "support/finite.h"
 #include "support/keys.h"
 #include "support/text.h"
 #include "support/time_scales.h"
@@ -15,7 +19,9 @@ using VecTableProcessing::Evaluator;
 using VecTableProcessing::Gap;
 using VecTableProcessing::Refusal;
 using VecTableProcessing::Table;
+using VecTableSupport::IsFinite;
 using VecTableSupport::kMinutesPerDay;
+using VecTableSupport::Quieted;
 using VecTableSupport::Tai2Utc;
 using VecTableSupport::TextBuilder;
 using VecTableSupport::TraceLogError;
@@ -25,11 +31,20 @@ using VecTableSupport::Utc2Tai;
 enum class Reply { kState, kNoRecord, kNoPoints, kNoIndex, kNoTime, kRefused };
 
 Reply TakeIndexed(const Table& table, double value, double& outTime, VecTabPoint& point, double* outMse) noexcept {
-    if (!(value >= 1.0 && value < static_cast<double>(table.count) + 1.0)) return Reply::kNoIndex;
+    const bool inside = IsFinite(value) && value >= 1.0 && value < static_cast<double>(table.count) + 1.0;
+    if (!inside) return Reply::kNoIndex;
     point = table[static_cast<std::size_t>(value)];
     outTime = point.ds50UTC;
     if (outMse != nullptr) *outMse = (point.ds50UTC - table.span.firstTime) * kMinutesPerDay;
     return Reply::kState;
+}
+
+// Minutes from one time to another, which may lie anywhere: what would overflow is infinite without an operation.
+double MinutesTo(double ds50UTC, double firstTime) noexcept {
+    constexpr double kFarthest = 1e300;  // days
+    const double days = ds50UTC - firstTime;
+    const bool far = std::isgreater(std::fabs(days), kFarthest);
+    return far ? std::copysign(std::numeric_limits<double>::infinity(), days) : days * kMinutesPerDay;
 }
 
 // One request, and what is known of its failure.
@@ -43,19 +58,18 @@ struct Query {
     template <bool kWithCovariance>
     Reply TakeTimed(const Table& table, double& outTime, VecTabPoint& point) noexcept {
         const double firstTime = table.span.firstTime;
-        double t = value;
-        if (timeType == TimeType::kMse) {
-            t = value / kMinutesPerDay + firstTime;
-            outTime = t;
-        } else {
-            outTime = (value - firstTime) * kMinutesPerDay;
+        const bool byMse = timeType == TimeType::kMse;
+        const double t = !IsFinite(value) ? Quieted(value) : byMse ? value / kMinutesPerDay + firstTime : value;
+        if (!table.Holds(t)) [[unlikely]] {
+            outTime = byMse ? t : MinutesTo(t, firstTime);
+            return Reply::kNoTime;
         }
-        if (!table.Holds(t)) return Reply::kNoTime;
+        outTime = byMse ? t : (t - firstTime) * kMinutesPerDay;
         if (table.count >= VecTableProcessing::kStencilPoints) {
             VecTableProcessing::AskForStencil<kWithCovariance>(VecTableProcessing::GuessStencil(table, t));
         }
         Evaluator<false> evaluator;
-        refusal = evaluator.template Evaluate<kWithCovariance>(table, Tai2Utc(Utc2Tai(t)), point);
+        refusal = evaluator.template Evaluate<kWithCovariance>(table, t, Tai2Utc(Utc2Tai(t)), point);
         if (refusal == Refusal::kNone) [[likely]]
             return Reply::kState;
         if (refusal == Refusal::kGap) gap = evaluator.LastGap();

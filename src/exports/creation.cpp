@@ -5,15 +5,17 @@
 #include "ingestion/new_record.h"
 #include "ingestion/point_assembly.h"
 #include "store/record_lookup.h"
+#include "support/finite.h"
 #include "support/keys.h"
 
 using namespace VecTableDllExports;
+using VecTableSupport::Quieted;
 using VecTableTypes::kCovTerms;
 
 namespace {
 
 bool HasCovariance(const double* covTerms) noexcept {
-    return covTerms != nullptr && std::any_of(covTerms, covTerms + kCovTerms, [](double term) { return term != 0.0; });
+    return covTerms != nullptr && !std::all_of(covTerms, covTerms + kCovTerms, VecTableSupport::IsZero);
 }
 
 // `covTerms` may be null.
@@ -22,7 +24,7 @@ int32_t AddPoint(std::string_view call, int64_t satKey, double ds50UTC, const do
     return Guarded(call, kFailure, [&] {
         const VecTableTree::StoredRecord record(satKey);
         if (!record) return kFailure;
-        VecTableTypes::VecTabPoint* point = VecTableCardReading::AddPointAt(ds50UTC, *record);
+        VecTableTypes::VecTabPoint* point = VecTableCardReading::AddPointAt(Quieted(ds50UTC), *record);
         if (point == nullptr) return kSuccess;
         for (std::size_t i = 0; i < 3; ++i) {
             point->pos[i] = pos[i];

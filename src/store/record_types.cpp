@@ -57,6 +57,11 @@ void PointArray::Reserve() {
     reserved_ = static_cast<std::uint32_t>(wanted);
 }
 
+void PointArray::Forget(std::size_t count) noexcept {
+    made_ -= static_cast<std::uint32_t>(count);
+    span_ = SpanOf(All());
+}
+
 void PointArray::Trim() noexcept {
     capacity_ = made_;
     if (reserved_ == made_) return;

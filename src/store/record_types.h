@@ -38,6 +38,25 @@ struct VecTabPoint {
 
 inline constexpr VecTabPoint kDefaultPoint{};
 
+// What a request asks of a table first: its ends, and how fast its points come.
+struct TimeSpan {
+    double firstTime;     // days since 1950, UTC
+    double lastTime;      // same
+    double pointsPerDay;  // mean; 0 for a single time, and where the division might overflow: a search starts from it
+};
+
+inline TimeSpan SpanOver(double firstTime, double lastTime, std::uint32_t steps) noexcept {
+    constexpr double kFarthest = 1e300, kShortest = 1e-290;  // days
+    const bool divides =
+        steps > 0 && firstTime > -kFarthest && lastTime < kFarthest && lastTime - firstTime > kShortest;
+    return {firstTime, lastTime, divides ? steps / (lastTime - firstTime) : 0.0};
+}
+
+inline TimeSpan SpanOf(std::span<const VecTabPoint> points) noexcept {
+    if (points.empty()) return {};
+    return SpanOver(points.front().ds50UTC, points.back().ds50UTC, static_cast<std::uint32_t>(points.size() - 1));
+}
+
 // The array of points that a record owns. Its capacity moves in the steps that its user asks for, and memory follows the
 // points: what lies between them and the capacity are default points, which take none.
 class VECTABLE_MODULE PointArray {
@@ -59,11 +78,15 @@ class VECTABLE_MODULE PointArray {
     // capacity is for the caller to grow. On std::bad_alloc the array is as it was.
     VecTabPoint& Append(double ds50UTC) {
         if (made_ == reserved_) Reserve();
-        if (made_ == 0) span_.firstTime = ds50UTC;
-        span_.lastTime = ds50UTC;
-        span_.pointsPerDay = made_ == 0 ? 0.0 : made_ / (ds50UTC - span_.firstTime);
+        span_ = SpanOver(made_ == 0 ? ds50UTC : span_.firstTime, ds50UTC, made_);
         points_[made_].ds50UTC = ds50UTC;
         return points_[made_++];
+    }
+
+    // Forgets the points after the first `count`. The capacity stays.
+    void CutTo(std::size_t count) noexcept {
+        if (count < made_) [[unlikely]]
+            Forget(made_ - count);
     }
 
     // Sets the capacity to the number of points, and hands the rest of the memory back.
@@ -79,21 +102,14 @@ class VECTABLE_MODULE PointArray {
     // The covariance of a point that is there, to be changed.
     std::array<double, kCovTerms>& ChangeCovariance(std::size_t number) noexcept { return points_[number - 1].cov; }
 
-    // The first `count` points; none when some of them are not there.
-    std::span<const VecTabPoint> First(std::size_t count) const noexcept {
-        return {points_, count <= made_ ? count : 0};
-    }
+    // The points that are there.
+    std::span<const VecTabPoint> All() const noexcept { return {points_, made_}; }
 
-    // What a request asks of a table first: its ends, and how fast its points come.
-    struct TimeSpan {
-        double firstTime;     // days since 1950, UTC
-        double lastTime;      // same
-        double pointsPerDay;  // mean; 0 for a single time
-    };
     const TimeSpan& Span() const noexcept { return span_; }
 
   private:
     void Reserve();
+    void Forget(std::size_t count) noexcept;
 
     VecTabPoint* points_ = nullptr;
     TimeSpan span_{};

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <ctime>
 
+#include "support/finite.h"
 #include "support/number_fields.h"
 #include "support/text.h"
 #include "support/time_scales.h"
@@ -272,7 +273,7 @@ double EpochTextToDs50(std::string_view text) noexcept {
 
 FixedText<15> Ds50ToDate15(double ds50UTC) noexcept {
     const FixedText<15> noDate("***************");
-    if (!(ds50UTC > 0.0 && ds50UTC < StartOfYear(kLastYear))) return noDate;
+    if (IsNan(ds50UTC) || ds50UTC <= 0.0 || ds50UTC >= StartOfYear(kLastYear)) return noDate;
     auto day = static_cast<std::int32_t>(std::floor(ds50UTC));
     auto milliseconds = static_cast<std::int32_t>(std::round((ds50UTC - day) * kMillisecondsPerDay));
     if (milliseconds == kMillisecondsPerDay) {

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "support/dates.h"
+#include "support/finite.h"
 
 namespace VecTableSupport {
 namespace {
@@ -21,7 +22,7 @@ std::int64_t HeadOf(std::int32_t satNum) noexcept {
 }  // namespace
 
 std::int64_t CreateSatKey(std::int32_t satNum, std::int32_t elementType, double ds50UTC) noexcept {
-    if (!(std::fabs(ds50UTC) <= kFarthestEpoch)) return kNoKey;
+    if (!IsFinite(ds50UTC) || std::fabs(ds50UTC) > kFarthestEpoch) return kNoKey;
     const auto milliseconds = static_cast<std::int64_t>(std::round(ds50UTC * kMillisecondsPerDay));
     const std::int64_t epoch = (milliseconds % kEpochModulus + kEpochModulus) % kEpochModulus;
     const std::int64_t tail = epoch * 10 + elementType;

@@ -3,6 +3,8 @@
 #include <charconv>
 #include <cmath>
 
+#include "support/finite.h"
+
 namespace VecTableSupport {
 namespace {
 
@@ -69,8 +71,8 @@ NumberText DigitsText(std::int64_t value, std::size_t width) noexcept {
 }
 
 NumberText FixedNotationText(double value, std::size_t width, int decimals) noexcept {
-    if (std::isnan(value)) return RightAligned("NaN", width);
-    if (std::isinf(value)) return RightAligned(value < 0 ? "-Infinity" : "Infinity", width);
+    if (IsNan(value)) return RightAligned("NaN", width);
+    if (!IsFinite(value)) return RightAligned(value < 0 ? "-Infinity" : "Infinity", width);
     std::array<char, 64> digits;
     const auto [end, error] =
         std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed, decimals);

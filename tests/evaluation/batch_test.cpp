@@ -124,7 +124,7 @@ TEST_F(Batch, AGridIsTheProductOfKeysAndTimes) {
     for (const std::size_t numTimes : {1, 7, 64, 500}) {
         std::vector<double> times;
         for (std::size_t i = 0; i < numTimes; ++i) times.push_back(AnyTime(keys[1 + random() % 10]));
-        if (numTimes != 7) std::sort(times.begin(), times.end(), [](double a, double b) { return a < b; });
+        if (numTimes != 7) std::sort(times.begin(), times.end(), [](double a, double b) { return std::isless(a, b); });
         const std::size_t count = keys.size() * numTimes;
         Answers answers(count), bare(count);
         const auto ask = [&](double* states, double* covs, int32_t* revNums, uint8_t* outcomes) {

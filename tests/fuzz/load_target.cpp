@@ -5,6 +5,7 @@
 #include <vectable/vectable.h>
 
 #include <array>
+#include <cfenv>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -86,10 +87,12 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const MemoryFile& file = files.loaded[data[0] % 3];
     file.Write(data + 1, size - 1);
     const std::string& path = file.path;
+    std::feclearexcept(FE_ALL_EXCEPT);
     // Most inputs take one way only, for the sake of speed.
     const int call = data[0] / 48;  // 0: both
     if (call % 2 == 0) VecTabLoadFile(path.c_str());
     if (call % 2 == 1 || call == 0) VecTabAddSatFrFile(path.c_str());
+    if (std::fetestexcept(FE_INVALID | FE_DIVBYZERO | FE_OVERFLOW) != 0) std::abort();
     int32_t count = 0;
     if (call == 0 || call == 4) VecOemLoadFile(path.c_str(), 0, nullptr, 0, &count);
     std::vector<int64_t> keys(static_cast<size_t>(VecTabGetCount()) + 1);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cfenv>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -44,9 +45,14 @@ inline int32_t LoadByName(const std::string& path, int32_t satNum = 0) {
 
 class StoreTest : public testing::Test {
   protected:
-    StoreTest() { Reset(); }
-    // Whatever a test does, no call stays inside the gate, and no file stays open.
+    StoreTest() {
+        Reset();
+        std::feclearexcept(FE_ALL_EXCEPT);
+    }
+    // Whatever a test does, no call stays inside the gate, no file stays open, and no operation on numbers is one that a
+    // host may have turned into a signal.
     ~StoreTest() override {
+        EXPECT_EQ(std::fetestexcept(FE_INVALID | FE_DIVBYZERO | FE_OVERFLOW), 0);
         using VecTableTree::gate;
         EXPECT_TRUE(gate.Readers() == 0 && !gate.IsUpdating());
         EXPECT_EQ(OpenFiles(), openFiles);

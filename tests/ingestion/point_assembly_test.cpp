@@ -1,7 +1,8 @@
 #include "ingestion/point_assembly.h"
 
+#include "evaluation/interpolation.h"
 #include "helpers/store_test.h"
-#include "store/record_lookup.h"
+#include "support/time_scales.h"
 
 using namespace VecTableCardReading;
 
@@ -20,4 +21,26 @@ TEST(PointAssembly, TheCapacityMovesInStepsOfAThousand) {
     EXPECT_EQ(record.points.Capacity(), 1234U);
     EXPECT_EQ(add(1), 2234U);
     for (std::size_t i = 1; i <= 2234; ++i) ASSERT_EQ(record.points[i].ds50UTC, i <= 1235 ? 99.0 + double(i) : 0.0);
+}
+
+TEST(PointAssembly, ACountThatACallerSetsBackCutsTheTable) {
+    for (const int count : {0, 1, 3, 7}) {
+        VecTabRecord record;
+        for (int i = 0; i < 9; ++i) AddOneEpPoint({100.0 + i / 1440.0, {}, {}, i, {}}, record);
+        record.numOfPts = count;
+        const LogCapture log;
+        VecTabPoint state;
+        const double afterIt = VecTableSupport::Utc2Tai(100.0 + (count + 0.5) / 1440.0);
+        EXPECT_EQ(VecTableProcessing::InterpolateEP(record, afterIt, state), count == 1 ? 0 : 2);
+        VecTabRecord trimmed = record;
+        TrimVecTablePts(trimmed);
+        EXPECT_EQ(trimmed.points.Capacity(), count == 0 ? 1000U : static_cast<std::size_t>(count));
+        for (VecTabRecord* cut : {&record, &trimmed}) {
+            AddOneEpPoint({100.0 + (count - 0.5) / 1440.0, {}, {}, 77, {}}, *cut);
+            EXPECT_EQ(cut->numOfPts, count + 1);
+            EXPECT_EQ(cut->LastPoint().revNum, 77);
+            EXPECT_EQ(cut->epochDs50UTC, cut->points[1].ds50UTC);
+            EXPECT_EQ(cut->points.Span().lastTime, cut->LastPoint().ds50UTC);
+        }
+    }
 }

@@ -44,8 +44,8 @@ std::vector<Number> ToNumbers(const std::string& list) {
     for (std::string word; std::getline(stream, word, ',');) {
         const auto dots = word.find("..");
         numbers.push_back(ToNumber<Number>(word.substr(0, dots)));
-        const Number last = dots == std::string::npos ? numbers.back() : ToNumber<Number>(word.substr(dots + 2));
-        while (numbers.back() < last) numbers.push_back(numbers.back() + 1);
+        if (dots == std::string::npos) continue;
+        while (numbers.back() < ToNumber<Number>(word.substr(dots + 2))) numbers.push_back(numbers.back() + 1);
     }
     return numbers;
 }

@@ -14,6 +14,7 @@
 
 #include "ingestion/readers/dce.h"
 #include "ingestion/readers/reading.h"
+#include "support/finite.h"
 #include "support/text.h"
 
 namespace VecTableCardReading {
@@ -36,7 +37,7 @@ double RealAt(const DceRecord& bytes, std::size_t offset) noexcept {
     std::uint64_t value = 0;
     std::memcpy(&value, bytes.data() + offset, sizeof value);
     if constexpr (std::endian::native == std::endian::little) value = __builtin_bswap64(value);
-    return std::bit_cast<double>(value);
+    return VecTableSupport::Quieted(std::bit_cast<double>(value));
 }
 
 // The satellite number counts as soon as its own bytes are there.
