@@ -91,8 +91,8 @@ void Load(benchmark::State& state, const Sample& sample, const std::string& path
     state.counters["MB/s"] = megabytes * static_cast<double>(state.iterations()) / seconds;
 }
 
-// Runs std::from_chars over all that stands between blanks, and stores a point for every `perPoint` numbers. Reports the
-// time per number.
+// Runs std::from_chars over all that stands between blanks, and stores a point for every `perPoint` numbers. Reports
+// the time per number.
 void Bare(benchmark::State& state, const std::string& path, std::size_t perPoint) {
     const auto size = static_cast<std::size_t>(std::filesystem::file_size(path));
     std::vector<char> text(size);
@@ -192,7 +192,7 @@ int main(int argc, char** argv) {
         ->Iterations(2)
         ->Unit(benchmark::kNanosecond);
     questions.push_back(
-        {"message with covariances along the orbit, beside a bare pass", turned.file, "turned_bare", 2.0});
+        {"message, covariances along the orbit, beside a bare pass", turned.file, "turned_bare", 2.0});
     benchmark::RegisterBenchmark("binary_bare", BareBinary, (folder / "binary.dce").string(), 13.0)
         ->UseManualTime()
         ->Iterations(2)

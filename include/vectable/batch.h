@@ -2,10 +2,12 @@
  * Many states a call. The library asks early for the memory that later requests will need, so that a catalogue is
  * answered at the speed of memory, and finds a record once for all its times.
  *
- * Conventions 2 to 8 of vectable.h hold here too. A state has the bits that VecTabDs50UTC and VecTabDs50UTCCovMtx give.
- * Where there is none, that is no failure of the call: state and covariance are NaN, the revolution number is 0, and the
- * outcome says why. The log gets one information entry a call when requests had no state, such as
- * "VecBatchGrid: 12 of 40000 requests have no state."
+ * Conventions 2 to 10 of vectable.h hold here too, the eighth above all: answers are written before the last request is
+ * read, so that the arrays of the answers must overlap neither those of the requests nor one another.
+ *
+ * A state has the bits that VecTabDs50UTC and VecTabDs50UTCCovMtx give. Where there is none, that is no failure of
+ * the call: state and covariance are NaN, the revolution number is 0, and the outcome says why. The log gets one
+ * information entry a call when requests had no state, such as "VecBatchGrid: 12 of 40000 requests have no state."
  *
  * THREADS
  *

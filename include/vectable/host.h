@@ -119,10 +119,11 @@ VECTABLE_API void VecHostFrameName(int32_t coordSys, char name[VEC_HOST_FRAME_NA
 /*
  * The time of a date text, as the library reads dates.
  *
- * "2026-03-01" or "2026/03/01", "2026-060" or "2026/060" or "2026 060" (day of the year), "1 Mar 2026"; then blanks or a
- * "T" and "12:00" or "12:00:06.25", or nothing for the start of the day; then an optional "Z". Or one of the columns
- * "26060120006.250" and "2026060120006.250". Blanks around the text do not count. Years are 1950 to 9999. "23:59:60.5"
- * is a time only where the table of leap seconds has one, and is then half a second into the next day.
+ * "2026-03-01" or "2026/03/01", "2026-060" or "2026/060" or "2026 060" (day of the year, three digits), "1 Mar 2026";
+ * then blanks or a "T" and "12:00" or "12:00:06.25", or nothing for the start of the day; then an optional "Z". Or
+ * one of the columns "26060120006.250" and "2026060120006.250". Blanks around the text do not count. Years are 1950
+ * to 9999. "23:59:60.5" is a time only where the table of leap seconds has one, and is then half a second into the
+ * next day.
  *
  * Given:     text      char*          the text, NUL-terminated
  * Returned:  ds50UTC   double*        days since 1950, UTC, to the nearest double (see vectable.h); 0 for no date

@@ -35,8 +35,14 @@
  *    can fail without an entry, it says so.
  *  7 A failed call leaves the store as it was and all its outputs zero or blank; a failed load keeps the records that
  *    it had finished. A null pointer for an array or a text is a failure. No exception leaves the library.
- *  8 The caller owns every array; the library keeps none of them after a call.
+ *  8 The caller owns every array; the library keeps none of them after a call. An array that a call writes must overlap
+ *    neither another one that it writes nor one that it reads.
  *  9 The store lives until the process ends, also when the library is unloaded and loaded again.
+ * 10 The floating-point environment is the host's, and the calls leave it as it is. No argument and no file raises the
+ *    exceptions invalid, division by zero and overflow, which a host may trap. Only an interpolation over absurd numbers
+ *    in a table may: infinite ones, or some such as 1e200. States, and numbers read from text, are those of rounding to
+ *    nearest; under another rounding mode their last bits may differ, and a state may be that of the time next to the
+ *    one asked for. A stored time gives its point as it is stored under every mode.
  *
  * THREADS
  *
@@ -186,7 +192,7 @@ VECTABLE_API int32_t VecTabRemoveAllSats(void);
  *
  * Given:     satNum        int32      satellite number
  * Result:    the key of one of its records, the same one until the store changes; -1 when there is none
- * Notes:     Takes time in proportion to the number of records.
+ * Notes:     Takes time in proportion to the number of records as long as one of them is of direct-memory mode.
  */
 VECTABLE_API int64_t VecTabGetSatKey(int32_t satNum);
 

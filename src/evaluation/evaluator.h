@@ -160,9 +160,9 @@ inline std::size_t FindLow(const Table& table, double t) noexcept {
 template <bool kMany>
 class Evaluator {
   public:
-    // The state of the table at a time that is not outside, days since 1950, UTC. `t` is the time after its way to another
-    // scale and back, which may have moved it: a stored time gives its point all the same. Without covariance its terms are
-    // not written, but for a stored point. A refusal writes nothing.
+    // The state of the table at a time that is not outside, days since 1950, UTC. `t` is the time after its way to
+    // another scale and back, which may have moved it: a stored time gives its point all the same. Without covariance
+    // its terms are not written, but for a stored point. A refusal writes nothing.
     template <bool kWithCovariance>
     [[gnu::always_inline]] Refusal Evaluate(const Table& table, double time, double t, VecTabPoint& point) noexcept {
         if (table.count < kStencilPoints) [[unlikely]]
@@ -195,8 +195,11 @@ class Evaluator {
         return Refusal::kNone;
     }
 
-    // Of the last request, which was refused for it.
-    Gap LastGap() const noexcept { return {stencil_[0].ds50UTC, stencil_[kStencilPoints - 1].ds50UTC}; }
+    // Of the last request, where it was refused for it.
+    Gap LastGap() const noexcept {
+        if (stencil_ == nullptr) return {};
+        return {stencil_[0].ds50UTC, stencil_[kStencilPoints - 1].ds50UTC};
+    }
 
   private:
     std::size_t FindLowFromLast(const Table& table, double t) const noexcept {

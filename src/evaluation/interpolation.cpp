@@ -14,7 +14,7 @@ std::int32_t InterpolateEP(const VecTabRecord& record, double timeTai, VecTabPoi
     auto refusal = Refusal::kOutside;
     if (table.count < kStencilPoints || !IsOutside(table, t)) refusal = evaluator.Evaluate<true>(table, t, t, point);
     if (refusal == Refusal::kNone) return 0;
-    LogRefusal(refusal, refusal == Refusal::kGap ? evaluator.LastGap() : Gap{});
+    LogRefusal(refusal, evaluator.LastGap());
     point = VecTabPoint{};
     return 2;
 }

@@ -72,7 +72,7 @@ struct Query {
         refusal = evaluator.template Evaluate<kWithCovariance>(table, t, Tai2Utc(Utc2Tai(t)), point);
         if (refusal == Refusal::kNone) [[likely]]
             return Reply::kState;
-        if (refusal == Refusal::kGap) gap = evaluator.LastGap();
+        gap = evaluator.LastGap();
         return Reply::kRefused;
     }
 

@@ -35,9 +35,9 @@ void FindRecords(std::span<const std::int64_t> keys, std::span<const VecTabRecor
 // of the library uses it: it is for module-level callers.
 VECTABLE_MODULE void FindRec(std::int64_t key, VecTabRecord& recOut, FixedText<128>* errText = nullptr);
 
-// The key of the first record of a satellite, in the order node, left subtree, right subtree; -1 when there is none. A
-// descent to the satellite's keys; a walk over all nodes where some keys do not tell the satellite, direct-memory ones above
-// all: an index of them would cost every store more than it saves.
+// The key of the first record of a satellite, in the order node, left subtree, right subtree; -1 when there is none.
+// A descent to the satellite's keys; a walk over all nodes where some keys do not tell the satellite, direct-memory
+// ones above all: an index of them would cost every store more than it saves.
 VECTABLE_MODULE std::int64_t SatKeyGet(std::int32_t satNum) noexcept;
 
 // A stored record for the length of a scope, the gate with it. A failed lookup holds nothing, and is logged.

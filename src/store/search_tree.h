@@ -22,8 +22,8 @@ VecTabBinTree* VecTabTreeRoot() noexcept;
 // A number that changes with every change of the tree. Inside the gate it stays.
 std::uint64_t TreeVersion() noexcept;
 
-// Whether the key of every node tells the satellite of its record: it is one of TreeKeysOf. A direct-memory key never is,
-// nor is a key that was stepped out of them. The gate is for the caller to hold.
+// Whether the key of every node tells the satellite of its record: it is one of TreeKeysOf. A direct-memory key never
+// is, nor is a key that was stepped out of them. The gate is for the caller to hold.
 bool KeysTellSatellites() noexcept;
 
 // Links a node that has its key and, in tree mode, its record. In tree mode a key held by a different record is

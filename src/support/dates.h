@@ -22,8 +22,8 @@ double Date_In(std::string_view text) noexcept;
 
 // A date-time text, blanks around it ignored: "YYYY/MM/DD", "YYYY-MM-DD", "YYYY/DDD", "YYYY-DDD", "YYYY DDD" or
 // "DD Mon YYYY"; blanks or a "T"; "HH:MM:SS[.f]" or "HH:MM"; optionally a "Z". Or one of the two forms of Date_In.
-// Tabs count as blanks. Month, day, hours, minutes and whole seconds have one or two digits, and blanks may pad them; year
-// and day of the year have all of theirs.
+// Tabs count as blanks. Month, day, hours, minutes and whole seconds have one or two digits, and blanks may pad them;
+// year and day of the year have all of theirs.
 // The interface has two names for it.
 double Dtg2Ds50UTC(std::string_view text) noexcept;
 double DateStr2Ds50(std::string_view text) noexcept;

@@ -49,8 +49,8 @@ class StoreTest : public testing::Test {
         Reset();
         std::feclearexcept(FE_ALL_EXCEPT);
     }
-    // Whatever a test does, no call stays inside the gate, no file stays open, and no operation on numbers is one that a
-    // host may have turned into a signal.
+    // Whatever a test does, no call stays inside the gate, no file stays open, and no operation on numbers is one
+    // that a host may have turned into a signal.
     ~StoreTest() override {
         EXPECT_EQ(std::fetestexcept(FE_INVALID | FE_DIVBYZERO | FE_OVERFLOW), 0);
         using VecTableTree::gate;

@@ -1,7 +1,7 @@
 // EELV: a launch in feet and seconds.
 //
-// The card line is the epoch: year (0 to 99 are 1957 to 2056), month, day, hour, minute, seconds, free form in columns 1 to
-// 137. Then a point a line, free form:
+// The card line is the epoch: year (0 to 99 are 1957 to 2056), month, day, hour, minute, seconds, free form in
+// columns 1 to 137. Then a point a line, free form:
 //   1      time                 s from the epoch
 //   2-4    position             feet
 //   5-7    velocity             feet a second
