@@ -191,8 +191,7 @@ int main(int argc, char** argv) {
         ->UseManualTime()
         ->Iterations(2)
         ->Unit(benchmark::kNanosecond);
-    questions.push_back(
-        {"message, covariances along the orbit, beside a bare pass", turned.file, "turned_bare", 2.0});
+    questions.push_back({"message, covariances along the orbit, beside a bare pass", turned.file, "turned_bare", 2.0});
     benchmark::RegisterBenchmark("binary_bare", BareBinary, (folder / "binary.dce").string(), 13.0)
         ->UseManualTime()
         ->Iterations(2)

@@ -24,7 +24,7 @@ struct GivenCovariance {
 
 // Turns the terms from axes that go with the satellite into the frame of the state, which is that of a record (its code).
 // The rate at which the axes themselves turn is left out. The velocity of an Earth-fixed state is taken to an inertial one
-// and back. False when position and velocity span no plane.
+// and back. False when position and velocity span no plane, and for absurd numbers.
 bool TurnToFrameOf(const VecTableTypes::VecTabPoint& state, std::int32_t coordSys, GivenCovariance& given) noexcept;
 
 // Gives every point of the record its covariance: the one of its time; between two of them, which rise in time, the

@@ -108,7 +108,12 @@ TEST_F(RecordLookup, ACopyOfARecordIsItsOwn) {
         FindRec(16, copy, &words);
         EXPECT_EQ(words.Trimmed(), "FindRec: Search tree is empty.");
         Add(1, 1.0);
+        auto* withoutRecord = new VecTabBinTree;
+        withoutRecord->satKey = 26;
+        std::int32_t status = 0;
+        AddNode(*withoutRecord, status);
         for (const auto& [wrong, told] : {std::pair{16, "FindRec: search key doens't exist."},
+                                          {26, "FindRec: search key doens't exist."},
                                           {-10, "FindRec: Invalid DMA key (<=0)."},
                                           {0, "FindRec: Invalid DMA key (<=0)."},
                                           {20, ""}}) {
@@ -120,24 +125,6 @@ TEST_F(RecordLookup, ACopyOfARecordIsItsOwn) {
         }
         VecTabRemoveAllSats();
     }
-}
-
-TEST_F(RecordLookup, ANodeWithoutARecordIsNone) {
-    auto node = std::make_unique<VecTabBinTree>();
-    node->satKey = 16;
-    std::int32_t status = 0;
-    AddNode(*node.release(), status);
-    VecTabRecord copy;
-    VecTableSupport::FixedText<128> words;
-    FindRec(16, copy, &words);
-    EXPECT_EQ(words.Trimmed(), "FindRec: search key doens't exist.");
-    EXPECT_EQ(copy.satNum, -123);
-    State state;
-    std::int64_t listed = 0;
-    VecTabGetLoaded(0, &listed);
-    EXPECT_EQ(AskByIndex(16, 1, state), 2);
-    EXPECT_EQ(VecTabGetSatKey(0), -1);
-    EXPECT_TRUE(listed == 16 && VecTabSaveFile(Write("list.txt", "").c_str(), 0) == 0 && VecTabRemoveSat(16) == 0);
 }
 
 // As the plain walk finds it: satellites whose numbers share keys, keys stepped past the last of a satellite, keys that
