@@ -46,10 +46,11 @@ PointArray::~PointArray() {
     Free();
 }
 
-// In steps of a half, so that a table which has to move as it grows moves seldom.
+// In steps of a tenth, of which little is idle; a long table, whose idle memory costs nothing, in steps of a half.
 void PointArray::Reserve() {
-    constexpr std::size_t kFewest = 4;
-    const std::size_t wanted = std::max(reserved_ + std::size_t{reserved_} / 2, kFewest);
+    constexpr std::size_t kFewest = 8;
+    const std::size_t share = Bytes(reserved_) < kLongTable ? 10 : 2;
+    const std::size_t wanted = reserved_ + std::max(reserved_ / share, kFewest);
     void* memory =
         points_ == nullptr ? TakeTableMemory(Bytes(wanted)) : ResizeTableMemory(points_, Bytes(made_), Bytes(wanted));
     if (memory == nullptr) throw std::bad_alloc();
@@ -75,6 +76,20 @@ void PointArray::Free() noexcept {
     ReleaseTableMemory(points_);
     points_ = nullptr;
     made_ = capacity_ = reserved_ = 0;
+}
+
+void* VecTabRecord::operator new(std::size_t size, std::align_val_t, const std::nothrow_t&) noexcept {
+    return TakeTableMemory(size);
+}
+
+void* VecTabRecord::operator new(std::size_t size, std::align_val_t) {
+    void* record = TakeTableMemory(size);
+    if (record == nullptr) throw std::bad_alloc();
+    return record;
+}
+
+void VecTabRecord::operator delete(void* record, std::align_val_t) noexcept {
+    ReleaseTableMemory(record);
 }
 
 void FreeVecTabRecord(VecTabRecord& record) noexcept {

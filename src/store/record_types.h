@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <span>
 #include <string_view>
 
@@ -138,6 +139,11 @@ struct alignas(kCacheLine) VecTabRecord {
     std::string_view format;          // that it was read as, a constant; empty when it came from no file
 
     const VecTabPoint& LastPoint() const noexcept { return points[static_cast<std::size_t>(numOfPts)]; }
+
+    // Records lie where their points do.
+    VECTABLE_MODULE static void* operator new(std::size_t size, std::align_val_t alignment);
+    static void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept;
+    VECTABLE_MODULE static void operator delete(void* record, std::align_val_t alignment) noexcept;
 };
 static_assert(offsetof(VecTabRecord, epochDs50UTC) == kCacheLine);
 
