@@ -13,7 +13,10 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <thread>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 #include "dot_e_file.h"
 #include "floor.h"
@@ -32,19 +35,17 @@ const DotEFile& FileOf(long points) {
     return *file;
 }
 
-// Finds the lines, runs std::from_chars over the numbers, stores the points in an array of its own. The number of points.
-long BarePass(const char* path, long reserved) {
-    constexpr std::size_t kBuffer = 131072;
-    const auto buffer = std::make_unique<char[]>(kBuffer);
-    const FreshMemory memory(static_cast<std::size_t>(reserved) * sizeof(Point));
-    auto* points = memory.As<Point>();
+constexpr std::size_t kBuffer = 131072;
+
+// Finds the lines, runs std::from_chars over the numbers, stores the points. The number of points.
+long BarePass(const char* path, char* buffer, Point* points) {
     const int file = ::open(path, O_RDONLY);
     long count = -4;  // lines of the header
     std::size_t kept = 0;
     for (;;) {
-        const ssize_t got = ::read(file, buffer.get() + kept, kBuffer - kept);
+        const ssize_t got = ::read(file, buffer + kept, kBuffer - kept);
         if (got <= 0) break;
-        const char* line = buffer.get();
+        const char* line = buffer;
         const char* end = line + kept + got;
         while (const void* lineFeed = std::memchr(line, '\n', static_cast<std::size_t>(end - line))) {
             const char* lineEnd = static_cast<const char*>(lineFeed);
@@ -64,7 +65,7 @@ long BarePass(const char* path, long reserved) {
             line = lineEnd + 1;
         }
         kept = static_cast<std::size_t>(end - line);
-        std::memmove(buffer.get(), line, kept);
+        std::memmove(buffer, line, kept);
     }
     ::close(file);
     benchmark::DoNotOptimize(points);
@@ -85,7 +86,9 @@ void Load(benchmark::State& state, long points) {
 void Bare(benchmark::State& state, long points) {
     const DotEFile& file = FileOf(points);
     for (auto _ : state) {
-        if (BarePass(file.Path(), points) != points) state.SkipWithError("not read");
+        const auto buffer = std::make_unique<char[]>(kBuffer);
+        const FreshMemory memory(static_cast<std::size_t>(points) * sizeof(Point));
+        if (BarePass(file.Path(), buffer.get(), memory.As<Point>()) != points) state.SkipWithError("not read");
     }
     state.counters["MB/s"] =
         benchmark::Counter(file.Megabytes() * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
@@ -105,20 +108,55 @@ void LoadList(benchmark::State& state, const std::string& list, long lines) {
     VecHostSetElsetKeyMode(0);
 }
 
+using Paths = std::vector<std::string>;
+
+void LoadEach(Paths::const_iterator path, Paths::const_iterator end) {
+    for (; path != end; ++path) VecTabLoadFile(path->c_str());
+}
+
+void BareEach(Paths::const_iterator path, Paths::const_iterator end) {
+    const auto buffer = std::make_unique<char[]>(kBuffer);
+    std::vector<Point> points(1000);
+    for (; path != end; ++path) BarePass(path->c_str(), buffer.get(), points.data());
+}
+
+// The time of two threads with half of the files each, in percent of that of one thread.
+void OnTwoThreads(benchmark::State& state, const Paths& paths, decltype(&LoadEach) work) {
+    const auto half = paths.begin() + static_cast<std::ptrdiff_t>(paths.size() / 2);
+    const auto secondsOf = [](auto run) {
+        const auto start = std::chrono::steady_clock::now();
+        run();
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+        VecTabRemoveAllSats();
+        return taken.count();
+    };
+    for (auto _ : state) {
+        const double one = secondsOf([&] { work(paths.begin(), paths.end()); });
+        const double two = secondsOf([&] {
+            std::thread other(work, paths.begin(), half);
+            work(half, paths.end());
+            other.join();
+        });
+        state.SetIterationTime(100.0 * two / one);
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     VecHostSetTraceSink(nullptr, nullptr);
-    constexpr long kFiles = 4000;
+    constexpr long kFiles = 5000;
     const DotEFile small(200);
     const std::filesystem::path folder = std::filesystem::temp_directory_path() / "vectable_load_bench";
     std::filesystem::create_directories(folder);
     const std::string list = folder / "list.txt";
     std::ofstream listed(list);
+    Paths paths;
     for (long i = 0; i < kFiles; ++i) {
         const std::filesystem::path copy = folder / (std::to_string(10000 + i) + ".e");
         std::filesystem::copy_file(small.Path(), copy, std::filesystem::copy_options::overwrite_existing);
         listed << "EPHFIL = " << copy.string() << '\n';
+        paths.push_back(copy);
     }
     listed.close();
     const auto listRun = [&](benchmark::State& state) { LoadList(state, list, kFiles * 200); };
@@ -133,17 +171,22 @@ int main(int argc, char** argv) {
         }
     };
     benchmark::RegisterBenchmark("ListAsOneFile", oneRun)->UseManualTime()->Iterations(1);
+    for (const auto& [name, work] : {std::pair{"FilesOnTwoThreads", &LoadEach}, {"BareOnTwoThreads", &BareEach}}) {
+        const auto run = [&paths, work = work](benchmark::State& state) { OnTwoThreads(state, paths, work); };
+        benchmark::RegisterBenchmark(name, run)->UseManualTime()->Iterations(3)->Unit(benchmark::kSecond);
+    }
     for (const long points : {100'000L, 1'000'000L, 4'000'000L}) {
         const std::string suffix = "_" + std::to_string(points);
         benchmark::RegisterBenchmark(("Load" + suffix).c_str(), Load, points)->Unit(benchmark::kMillisecond);
         benchmark::RegisterBenchmark(("Bare" + suffix).c_str(), Bare, points)->Unit(benchmark::kMillisecond);
     }
-    const int exitStatus =
-        RunWithRatios(argc, argv,
-                      {{"Dot-E, 10^5 lines, ms", "Load_100000", "Bare_100000", 1.6},
-                       {"the same, 10^6 lines", "Load_1000000", "Bare_1000000", 1.6},
-                       {"the same, 4*10^6 lines", "Load_4000000", "Bare_4000000", 1.6},
-                       {"4,000 files of 200 lines beside one of as many, ns a line", "List", "ListAsOneFile", 1.5}});
+    const int exitStatus = RunWithRatios(
+        argc, argv,
+        {{"Dot-E, 10^5 lines, ms", "Load_100000", "Bare_100000", 1.6},
+         {"the same, 10^6 lines", "Load_1000000", "Bare_1000000", 1.6},
+         {"the same, 4*10^6 lines", "Load_4000000", "Bare_4000000", 1.6},
+         {"5,000 files of 200 lines beside one of as many, ns a line", "List", "ListAsOneFile", 1.5},
+         {"5,000 files on two threads, % of the time of one", "FilesOnTwoThreads", "BareOnTwoThreads", 1.05}});
     std::filesystem::remove_all(folder);
     return exitStatus;
 }

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <numeric>
 #include <random>
 #include <tuple>
 #include <unistd.h>
@@ -150,37 +151,94 @@ void Work(benchmark::State& state, int kind) {
     }
 }
 
+// A table of the store, or an array that doubles, which get a point at a time.
+struct StoredTable {
+    int64_t key;
+
+    explicit StoredTable(int32_t satNum = 1) : key(VecTabAddSat(satNum, 27000.0, 6378.135, 0.0743669161, 1)) {}
+    void Add(int i) const {
+        const double pos[3] = {7000.0, 0.0, 0.0};
+        const double vel[3] = {0.0, 7.5, 0.0};
+        VecTabAddSatEphem(key, 27000.0 + i / 86400.0, pos, vel, 0);
+    }
+    void Remove() const { VecTabRemoveSat(key); }
+};
+
+struct BareTable {
+    Floor::Point* array = nullptr;
+    int room = 0;
+
+    explicit BareTable(int32_t /*satNum*/ = 1) {}
+    void Add(int i) {
+        if (i == room) {
+            room = std::max(1000, 2 * room);
+            array = static_cast<Floor::Point*>(std::realloc(array, static_cast<std::size_t>(room) * sizeof(*array)));
+        }
+        array[i] = {27000.0 + i / 86400.0, {7000.0, 0.0, 0.0}, {0.0, 7.5, 0.0}, 0, {}};
+    }
+    void Remove() const { std::free(array); }
+};
+
+template <typename Table>
+void Fill(Table& table, int points) {
+    for (int i = 0; i < points; ++i) table.Add(i);
+    benchmark::DoNotOptimize(table);
+    benchmark::ClobberMemory();
+}
+
+double SecondsOf(const auto& work) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+template <typename Table>
 void Build(benchmark::State& state, int points) {
-    const double pos[3] = {7000.0, 0.0, 0.0};
-    const double vel[3] = {0.0, 7.5, 0.0};
     for (auto _ : state) {
-        const int64_t key = VecTabAddSat(1, 27000.0, 6378.135, 0.0743669161, 1);
-        const auto start = std::chrono::steady_clock::now();
-        for (int i = 0; i < points; ++i) VecTabAddSatEphem(key, 27000.0 + i / 86400.0, pos, vel, 0);
-        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-        VecTabRemoveSat(key);
-        state.SetIterationTime(taken.count() / points);
+        Table table;
+        const double seconds = SecondsOf([&] { Fill(table, points); });
+        table.Remove();
+        state.SetIterationTime(seconds / points);
     }
 }
 
-// The same points into an array that doubles.
-void BuildBare(benchmark::State& state, int points) {
-    using Floor::Point;
+// Of a thousand tables this part is removed, here and there, and built again.
+template <typename Table>
+void Churn(benchmark::State& state, std::size_t removed) {
+    constexpr int kPoints = 1440;
+    std::vector<int32_t> numbers(1000);
+    std::iota(numbers.begin(), numbers.end(), 1);
+    std::vector<Table> tables(numbers.begin(), numbers.end());
+    for (Table& table : tables) Fill(table, kPoints);
+    std::mt19937_64 random(1);
     for (auto _ : state) {
-        const auto start = std::chrono::steady_clock::now();
-        Point* array = nullptr;
-        for (int i = 0, room = 0; i < points; ++i) {
-            if (i == room) {
-                room = std::max(1000, 2 * room);
-                array = static_cast<Point*>(std::realloc(array, static_cast<std::size_t>(room) * sizeof(Point)));
+        std::shuffle(numbers.begin(), numbers.end(), random);
+        const double seconds = SecondsOf([&] {
+            for (std::size_t i = 0; i < removed; ++i) tables[static_cast<std::size_t>(numbers[i] - 1)].Remove();
+            for (std::size_t i = 0; i < removed; ++i) {
+                Table& table = tables[static_cast<std::size_t>(numbers[i] - 1)];
+                table = Table(numbers[i]);
+                Fill(table, kPoints);
             }
-            array[i] = Point{27000.0 + i / 86400.0, {7000.0, 0.0, 0.0}, {0.0, 7.5, 0.0}, 0, {}};
-        }
-        benchmark::DoNotOptimize(array);
-        benchmark::ClobberMemory();
-        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-        std::free(array);
-        state.SetIterationTime(taken.count() / points);
+        });
+        state.SetIterationTime(seconds / static_cast<double>(removed * kPoints));
+    }
+    for (const Table& table : tables) table.Remove();
+}
+
+// Many tables that get a point each in turn, so that each of them has to move as it grows.
+void GrowInTurn(benchmark::State& state) {
+    constexpr int kPoints = 300;
+    for (auto _ : state) {
+        std::vector<StoredTable> tables;
+        for (int32_t number = 1; number <= 5000; ++number) tables.emplace_back(number);
+        const double seconds = SecondsOf([&] {
+            for (int i = 0; i < kPoints; ++i) {
+                for (const StoredTable& table : tables) table.Add(i);
+            }
+        });
+        VecTabRemoveAllSats();
+        state.SetIterationTime(seconds / (static_cast<double>(tables.size()) * kPoints));
     }
 }
 
@@ -241,16 +299,32 @@ int main(int argc, char** argv) {
     Register("Save", [path](benchmark::State& state) { Save(state, path); })->UseRealTime();
     Register("WriteSameBytes", [path](benchmark::State& state) { WriteSameBytes(state, path); })->UseRealTime();
     questions.push_back({"100,000 records: save, beside the same bytes, ms", "Save", "WriteSameBytes", 1.5});
-    for (const auto& [points, goal] : {std::pair{1'440, 2.5}, {100'000, 1.6}, {2'000'000, 1.3}}) {
+    const auto registerInPoints = [](const std::string& name, auto run) {
+        return Register(name, run)->UseManualTime()->Unit(benchmark::kNanosecond);
+    };
+    for (const auto& [points, goal] : {std::pair{1'440, 2.5}, {100'000, 1.6}, {2'000'000, 1.3}, {10'000'000, 1.3}}) {
         const std::string name = "Build_" + std::to_string(points);
-        const std::string floor = "BuildBare_" + std::to_string(points);
-        for (const auto& [subject, run] : {std::pair{name, &Build}, {floor, &BuildBare}}) {
-            Register(subject, [points, build = run](benchmark::State& state) { build(state, points); })
-                ->UseManualTime()
-                ->Unit(benchmark::kNanosecond)
-                ->Iterations(std::max(1, 1'000'000 / points));
-        }
-        questions.push_back({std::to_string(points) + " points by calls, ns a point", name, floor, goal});
+        const auto runs = std::max(1, 1'000'000 / points);
+        registerInPoints(name, [n = points](benchmark::State& state) {
+            Build<StoredTable>(state, n);
+        })->Iterations(runs);
+        registerInPoints(name + "Bare", [n = points](benchmark::State& state) {
+            Build<BareTable>(state, n);
+        })->Iterations(runs);
+        questions.push_back({std::to_string(points) + " points by calls, ns a point", name, name + "Bare", goal});
     }
+    for (const std::size_t removed : {100U, 990U}) {
+        const std::string name = "Churn_" + std::to_string(removed);
+        registerInPoints(name, [removed](benchmark::State& state) {
+            Churn<StoredTable>(state, removed);
+        })->Iterations(5);
+        registerInPoints(name + "Bare", [removed](benchmark::State& state) {
+            Churn<BareTable>(state, removed);
+        })->Iterations(5);
+        questions.push_back({std::to_string(removed) + " of 1,000 tables removed and built again, ns a point", name,
+                             name + "Bare", removed == 100 ? 2.5 : 0.0});
+    }
+    registerInPoints("GrowInTurn", GrowInTurn)->Iterations(1);
+    questions.push_back({"5,000 tables, a point each in turn, ns a point", "GrowInTurn", "", 0.0});
     return RunWithRatios(argc, argv, questions);
 }

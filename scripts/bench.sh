@@ -37,4 +37,5 @@ echo
 "$bin/memory_report" load 1000000
 "$bin/memory_report" save 2000
 "$bin/memory_report" calls 20000
+"$bin/memory_report" removal 10000
 "$bin/memory_report" mappings 100000

@@ -140,7 +140,7 @@ struct alignas(kCacheLine) VecTabRecord {
 
     const VecTabPoint& LastPoint() const noexcept { return points[static_cast<std::size_t>(numOfPts)]; }
 
-    // Records lie where their points do.
+    // Records lie where their points do: on large pages, and what they leave goes back to the system.
     VECTABLE_MODULE static void* operator new(std::size_t size, std::align_val_t alignment);
     static void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept;
     VECTABLE_MODULE static void operator delete(void* record, std::align_val_t alignment) noexcept;

@@ -21,7 +21,7 @@ namespace VecTableTypes {
 namespace {
 
 constexpr std::size_t kLanes = 16;
-constexpr std::size_t kKept = 4 * kMebibyte;  // free memory that is never given back
+constexpr std::size_t kKept = kLargePage;  // free memory that is never given back
 
 // The regions of a share of the threads. A table that one thread builds has the free memory after it to itself.
 struct Lane {
@@ -89,7 +89,7 @@ bool IsTooMuchFree() noexcept {
 // A few tables hold large pages that they do not fill.
 bool AreLargePagesWasted() noexcept {
     const Tally& large = heap.largePages;
-    return AreFewLeft() && large.touched - large.free > large.used + large.used / 4 + 2 * kKept;
+    return AreFewLeft() && large.touched - large.free > large.used + large.used / 4 + 4 * kKept;
 }
 
 void Insert(Block* block) noexcept {

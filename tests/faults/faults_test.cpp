@@ -31,8 +31,7 @@ class Faults : public StoreTest {
   protected:
     Faults() {
         first = VecTabAddSat(7, 100.0, 6378.0, 0.07, 1);
-        for (int i = 0; i < 711; ++i)
-            Append(first, 100.0 + i / 1440.0);  // fill what is reserved, 4 and its halves more
+        for (int i = 0; i < 8; ++i) Append(first, 100.0 + i / 1440.0);  // fill what is reserved
         list = Write("list.txt", "earlier\n");
         file = Write("10001.e",
                      "stk.v.4\nScenarioEpoch 1 Jan 2025 00:00:00.000\nEphemerisTimePos\n0 1 2 3\nend Ephemeris\n"

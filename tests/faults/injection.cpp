@@ -96,7 +96,7 @@ class Guarded {
   private:
     static constexpr std::string_view kMark = "the end of it";
     char* End() { return reinterpret_cast<char*>(this + 1) + size_; }
-    alignas(std::max_align_t) std::size_t size_;
+    alignas(64) std::size_t size_;  // as table memory is
 };
 
 Fault otherCall;

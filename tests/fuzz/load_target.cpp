@@ -13,7 +13,6 @@
 #include <unistd.h>
 #include <vector>
 
-#include "store/table_memory.h"
 #include "targets.h"
 
 namespace {
@@ -48,10 +47,6 @@ struct Files {
                                      MemoryFile(folder, "list.txt")};
     std::string saved = folder + "/saved.txt";
 
-    // Under the address sanitizer every use of a free block costs time by its size: only a small one is left free.
-    Files() {
-        for (const size_t size : {31U << 20, 31U << 20, 7U << 18}) VecTableTypes::TakeTableMemory(size);
-    }
     ~Files() { std::filesystem::remove_all(folder); }
 };
 
