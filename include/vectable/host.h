@@ -1,6 +1,6 @@
 /*
- * What the host program settles for libvectable: where the trace log goes, and how records are stored; and the
- * library's frame names and date texts for a program that shows and asks for them.
+ * What the host program settles for libvectable: where the trace log goes, and how records are stored; what a load has
+ * stored; and the library's frame names and date texts for a program that shows and asks for them.
  *
  * Every setting starts at 0. Until a sink or a file is set, error entries go to standard error, in the lines that
  * VecHostTraceToFile describes, and information entries nowhere. The library has no descriptor of its own for that: it
@@ -28,6 +28,7 @@ extern "C" {
 
 #define VEC_HOST_FRAME_NAME_LENGTH 8
 #define VEC_HOST_FORMAT_LENGTH 32
+#define VEC_HOST_MOST_KEPT 10000 /* entries of a level that wait for their thread */
 
 /*
  * Receives one entry of the trace log: `length` characters at `text`, blank-padded where the library builds its texts
@@ -47,6 +48,24 @@ typedef void (*VecHostTraceSink)(int32_t level, const char* text, int32_t length
  * Result:    none; on return the old sink is not called again.
  */
 VECTABLE_API void VecHostSetTraceSink(VecHostTraceSink sink, void* context);
+
+/*
+ * A sink for hosts that must not be called back from within a call, such as the interpreter of a language. It keeps the
+ * entries of each thread until that thread takes them; `context` is not used. Until a thread has taken all, what it logs
+ * after the first VEC_HOST_MOST_KEPT entries of a level is dropped.
+ */
+VECTABLE_API void VecHostKeepEntry(int32_t level, const char* text, int32_t length, void* context);
+
+/*
+ * Takes the oldest entry that VecHostKeepEntry has kept for the calling thread.
+ *
+ * Given:     capacity  int32           characters that `text` has room for, from 0
+ * Returned:  level     int32*          VEC_HOST_TRACE_...; 0 when there is no entry
+ *            text      char[capacity]  the entry, cut or blank-padded; null where capacity is 0
+ * Result:    the number of characters of the entry, also where there is less room; -1 when none is kept, or an argument
+ *            is null or negative, without an entry in the log
+ */
+VECTABLE_API int32_t VecHostTakeEntry(int32_t* level, char* text, int32_t capacity);
 
 /*
  * Appends all entries to a file from now on, a line each:
@@ -75,6 +94,26 @@ VECTABLE_API int32_t VecHostTraceToFile(const char* path);
  *            VecOemLoadFile or an argument is null; without an entry in the log
  */
 VECTABLE_API int32_t VecHostReadingLine(char path[VEC_TAB_PATH_LENGTH], int64_t* lineNumber);
+
+/*
+ * Takes the keys of what the calling thread's last load has stored: VecTabLoadFile, VecTabAddSatFrFile or VecOemLoadFile,
+ * also one that failed. A duplicate is not stored. The next load forgets keys that nobody took.
+ *
+ * Given:     capacity  int32           the keys that `satKeys` has room for, from 0
+ * Returned:  satKeys   int64[capacity] keys in the order of storing, those of listed files too; null where capacity is 0
+ * Result:    how many were taken: `capacity`, or fewer when they were the last; -1 for a negative capacity or a null array
+ */
+VECTABLE_API int32_t VecHostTakeKeys(int64_t* satKeys, int32_t capacity);
+
+/*
+ * The keys of all stored records, as VecTabGetLoaded gives them, for a store that other threads add to meanwhile.
+ *
+ * Given:     order     int32           as in VecTabGetLoaded
+ *            capacity  int32           the keys that `satKeys` has room for, from 0
+ * Returned:  satKeys   int64[capacity] the keys of one moment, as many as there is room for; null where capacity is 0
+ * Result:    how many there are, also where there is less room; -1 for a negative capacity, a null array or no memory
+ */
+VECTABLE_API int32_t VecHostGetLoaded(int32_t order, int64_t* satKeys, int32_t capacity);
 
 /*
  * The format that a record was read as.

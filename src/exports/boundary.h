@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <new>
+#include <span>
 #include <string_view>
 
 #include "store/record_types.h"
@@ -43,6 +44,18 @@ bool NullArgument(std::string_view call, const Pointers*... arguments) noexcept 
     const bool null = ((arguments == nullptr) || ...);
     if (null) LogCall(call, "Null argument.");
     return null;
+}
+
+// Whether keys cannot be written to an array that has room for so many; that is logged.
+inline bool NoRoom(std::string_view call, const std::int64_t* satKeys, std::int32_t capacity) noexcept {
+    if (capacity < 0) LogCall(call, "Negative capacity.");
+    return capacity < 0 || (capacity > 0 && NullArgument(call, satKeys));
+}
+
+// Writes as many keys as there is room for; the result is how many there are.
+inline std::int32_t CopyKeys(std::span<const std::int64_t> keys, std::int64_t* satKeys, std::int32_t capacity) noexcept {
+    std::copy_n(keys.begin(), std::min(keys.size(), static_cast<std::size_t>(capacity)), satKeys);
+    return static_cast<std::int32_t>(keys.size());
 }
 
 template <typename Value>

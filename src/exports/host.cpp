@@ -3,9 +3,13 @@
 #include <vectable/vectable.h>
 
 #include "exports/boundary.h"
+#include "ingestion/load_driver.h"
+#include "ingestion/loaded_keys.h"
 #include "store/frames.h"
 #include "store/record_lookup.h"
+#include "store/search_tree.h"
 #include "support/dates.h"
+#include "support/kept_entries.h"
 #include "support/key_modes.h"
 #include "support/text.h"
 #include "support/trace_log.h"
@@ -23,6 +27,32 @@ void VecHostSetTraceSink(VecHostTraceSink sink, void* context) {
 
 int32_t VecHostTraceToFile(const char* path) {
     return VecTableSupport::TraceToFile(path);
+}
+
+void VecHostKeepEntry(int32_t level, const char* text, int32_t length, void* /*context*/) {
+    if (text != nullptr && length >= 0) VecTableSupport::KeepEntry(level, {text, static_cast<std::size_t>(length)});
+}
+
+int32_t VecHostTakeEntry(int32_t* level, char* text, int32_t capacity) {
+    Clear(level);
+    VecTableSupport::KeptEntry entry;
+    if (level == nullptr || capacity < 0 || (text == nullptr && capacity > 0)) return -1;
+    if (!VecTableSupport::TakeKeptEntry(entry)) return -1;
+    *level = entry.level;
+    StrToCharArr(entry.text, static_cast<std::size_t>(capacity), text);
+    return static_cast<int32_t>(entry.text.size());
+}
+
+int32_t VecHostTakeKeys(int64_t* satKeys, int32_t capacity) {
+    if (NoRoom("VecHostTakeKeys", satKeys, capacity)) return -1;
+    const auto taken = VecTableCardReading::TakeLoadedKeys(static_cast<std::size_t>(capacity));
+    return CopyKeys(taken, satKeys, capacity);
+}
+
+int32_t VecHostGetLoaded(int32_t order, int64_t* satKeys, int32_t capacity) {
+    constexpr std::string_view kCall = "VecHostGetLoaded";
+    if (NoRoom(kCall, satKeys, capacity)) return -1;
+    return Guarded(kCall, -1, [&] { return CopyKeys(VecTableTree::TreeKeys(order), satKeys, capacity); });
 }
 
 void VecHostFrameName(int32_t coordSys, char name[VEC_HOST_FRAME_NAME_LENGTH]) {

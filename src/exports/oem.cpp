@@ -3,9 +3,8 @@
 
 #include <vectable/oem.h>
 
-#include <algorithm>
-
 #include "exports/boundary.h"
+#include "ingestion/loaded_keys.h"
 #include "support/cancellation.h"
 
 using namespace VecTableDllExports;
@@ -13,19 +12,15 @@ using namespace VecTableDllExports;
 int32_t VecOemLoadFile(const char* filePath, int32_t satNum, int64_t* satKeys, int32_t capacity, int32_t* count) {
     constexpr std::string_view kCall = VecTableCardReading::kOemCall;
     Clear(count);
-    if (NullArgument(kCall, filePath, count) || (capacity > 0 && NullArgument(kCall, satKeys))) return kFailure;
-    if (capacity < 0) {
-        LogCall(kCall, "Negative capacity.");
-        return kFailure;
-    }
+    if (NullArgument(kCall, filePath, count) || NoRoom(kCall, satKeys, capacity)) return kFailure;
     const VecTableSupport::CancellationHold hold;
     const PathArgument path(filePath);
     const VecTableSupport::ReadingPlace place(path.View());
+    const VecTableCardReading::LoadScope scope;
     return Guarded(kCall, kFailure, [&] {
         std::vector<int64_t> keys;
         const int32_t result = VecTableCardReading::LoadOem(path.View(), satNum, keys);
-        std::copy_n(keys.begin(), std::min(keys.size(), static_cast<std::size_t>(capacity)), satKeys);
-        *count = static_cast<int32_t>(keys.size());
+        *count = CopyKeys(keys, satKeys, capacity);
         return result;
     });
 }

@@ -5,6 +5,7 @@
 
 #include "exports/boundary.h"
 #include "ingestion/load_driver.h"
+#include "ingestion/loaded_keys.h"
 #include "store/record_lookup.h"
 #include "store/save_walk.h"
 #include "support/cancellation.h"
@@ -13,6 +14,7 @@
 #include "support/output.h"
 
 using namespace VecTableDllExports;
+using VecTableCardReading::LoadScope;
 using VecTableSupport::CancellationHold;
 using VecTableSupport::OutputAction;
 using VecTableSupport::OutputUnit;
@@ -30,6 +32,7 @@ int32_t VecTabLoadFile(const char* vecTabFile) {
     const CancellationHold hold;
     const PathArgument path(vecTabFile);
     const ReadingPlace place(path.View());
+    const LoadScope scope;
     return Guarded(kCall, kFailure, [&] {
         VecTableSupport::TextBuilder<kLineLength + 45> text;
         text.Add("VecTabLoadFile: Reading VECTABs from file \"").Add(path.View()).Add("\".");
@@ -44,6 +47,7 @@ int64_t VecTabAddSatFrFile(const char* filePath) {
     const CancellationHold hold;
     const PathArgument path(filePath);
     const ReadingPlace place(path.View());
+    const LoadScope scope;
     return Guarded(kCall, VecTableSupport::kNoKey, [&] {
         VecTableSupport::InputUnit unit;
         if (VecTableSupport::FileOpenMt(path.View(), unit) != 0) return VecTableSupport::kNoKey;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "ingestion/card_identification.h"
+#include "ingestion/loaded_keys.h"
 #include "ingestion/point_assembly.h"
 #include "ingestion/readers/readers.h"
 #include "store/record_lookup.h"
@@ -55,7 +56,10 @@ void Store(Walk& walk) {
     VecTableTypes::PointArray points = std::move(record.points);
     VecTabRecord finished = record;
     finished.points = std::move(points);
-    const std::int64_t key = VecTableTree::AddRecToMem(std::move(finished));
+    MakeRoomForLoadedKeys(1);
+    VecTableTree::VecTabBinTree* node = nullptr;
+    const std::int64_t key = VecTableTree::AddRecToMem(std::move(finished), &node);
+    if (node != nullptr) RememberLoadedKey(key);
     if (walk.satKeyOut != nullptr) *walk.satKeyOut = key;
 }
 

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "ingestion/loaded_keys.h"
 #include "ingestion/readers/oem_text.h"
 #include "store/record_lookup.h"
 #include "support/keys.h"
@@ -19,6 +20,7 @@ class StoredTogether {
     explicit StoredTogether(std::size_t count) {
         keys_.reserve(count);
         added_.reserve(count);
+        MakeRoomForLoadedKeys(count);
     }
     StoredTogether(const StoredTogether&) = delete;
     StoredTogether& operator=(const StoredTogether&) = delete;
@@ -40,6 +42,7 @@ class StoredTogether {
     }
 
     std::vector<std::int64_t> Keep() noexcept {
+        for (const std::int64_t key : added_) RememberLoadedKey(key);
         added_.clear();
         return std::move(keys_);
     }

@@ -243,6 +243,10 @@ FixedText<32> SortText(const CombKey& combKey, bool byEntry) noexcept {
     return TextBuilder<32>().AddDigits(combKey.seqNum, 12).Text();
 }
 
+bool IsByKey(std::int32_t order) noexcept {
+    return order < 0 || order > 2;
+}
+
 void GetKeysQuick(const VecTabBinTree* root, std::int32_t& count, std::int64_t* keys) noexcept {
     if (root == nullptr) return;
     GetKeysQuick(root->left, count, keys);
@@ -351,11 +355,14 @@ std::int32_t GetNumOfTreeNodes() noexcept {
     return nodeCount;
 }
 
-void GetTreeKeys(std::int32_t& count, std::int64_t* keys, std::int32_t order) {
-    if (order < 0 || order > 2) {
+std::vector<std::int64_t> TreeKeys(std::int32_t order) {
+    std::vector<std::int64_t> keys;
+    if (IsByKey(order)) {
         const ReadSection section;
-        GetKeysQuick(VecTabTreeRoot(), count, keys);
-        return;
+        std::int32_t count = 0;
+        keys.resize(static_cast<std::size_t>(nodeCount));
+        GetKeysQuick(VecTabTreeRoot(), count, keys.data());
+        return keys;
     }
     const std::vector<CombKey> combKeys = GatherCombKeys();
     std::vector<SortEntry> entries;
@@ -363,7 +370,18 @@ void GetTreeKeys(std::int32_t& count, std::int64_t* keys, std::int32_t order) {
     for (const CombKey& combKey : combKeys) entries.push_back({SortText(combKey, order == 2), combKey.satKey});
     VecTableSupport::QuickSortIterative(entries);
     if (order == 1) std::reverse(entries.begin(), entries.end());
-    for (const SortEntry& entry : entries) keys[count++] = entry.key;
+    keys.reserve(entries.size());
+    for (const SortEntry& entry : entries) keys.push_back(entry.key);
+    return keys;
+}
+
+void GetTreeKeys(std::int32_t& count, std::int64_t* keys, std::int32_t order) {
+    if (IsByKey(order)) {
+        const ReadSection section;
+        GetKeysQuick(VecTabTreeRoot(), count, keys);
+        return;
+    }
+    for (const std::int64_t key : TreeKeys(order)) keys[count++] = key;
 }
 
 VecTabRecord* GetRec(const VecTabBinTree& node) noexcept {

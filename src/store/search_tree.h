@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "store/record_types.h"
 
@@ -52,6 +53,9 @@ VECTABLE_MODULE std::int32_t GetNumOfTreeNodes() noexcept;
 // the store, any other value by key. `count` must be 0 on entry and is the number of keys on return; `keys` has room
 // for all of them.
 VECTABLE_MODULE void GetTreeKeys(std::int32_t& count, std::int64_t* keys, std::int32_t order);
+
+// The same keys, as many as there are at one moment.
+std::vector<std::int64_t> TreeKeys(std::int32_t order);
 
 // The record of a node, wherever it is held; null when there is none.
 VECTABLE_MODULE VecTabRecord* GetRec(const VecTabBinTree& node) noexcept;

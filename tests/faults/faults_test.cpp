@@ -126,6 +126,7 @@ class Faults : public StoreTest {
         const int64_t result = call.make();
         happened = Injection::allocation.Happened();
         Injection::allocation.Disarm();
+        VecTabAddSatFrFile("");  // the thread forgets the keys of its last load
         ASSERT_TRUE(GateIsFree());
         std::string said = TakeWords();
         const std::size_t digits = said.find_last_not_of(" 0123456789.") + 1;

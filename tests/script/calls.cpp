@@ -87,6 +87,9 @@ const std::map<std::string, Call>& CallsByName() {
         {"SetDupKeyMode", Bind(VecHostSetDupKeyMode)},
         {"TraceToFile", Bind(VecHostTraceToFile)},
         {"ReadingLine", Bind(VecHostReadingLine, {512, 1})},
+        {"TakeKeys", Bind(VecHostTakeKeys, {4})},
+        {"HostGetLoaded", Bind(VecHostGetLoaded, {4})},
+        {"TakeEntry", Bind(VecHostTakeEntry, {1, 8})},
         {"GetFormat", Bind(VecHostGetFormat, {VEC_HOST_FORMAT_LENGTH})},
         {"FrameName", Bind(VecHostFrameName, {VEC_HOST_FRAME_NAME_LENGTH})},
         {"TimeOfText", Bind(VecHostTimeOfText, {1})}};

@@ -120,12 +120,16 @@ class Script : public StoreTest, public testing::WithParamInterface<Case> {
     void Load(const std::string& name) {
         CheckLoad();
         const bool isOwn = std::filesystem::exists(folder / name);
+        const int32_t before = VecTabGetCount();
         loadStatus = LoadByName(isOwn ? (folder / name).string() : TEST_DATA "/files/" + name);
         covTolerance = name.ends_with(".oem") ? 1e-7 : 0.0;
         loaded = true;
         keys.resize(static_cast<std::size_t>(VecTabGetCount()) + 1);
         VecTabGetLoaded(2, keys.data());
         keys.pop_back();
+        std::vector<int64_t> ofLoad(keys.size());
+        EXPECT_EQ(VecHostTakeKeys(ofLoad.data(), VecTabGetCount()), VecTabGetCount() - before);
+        EXPECT_TRUE(std::equal(keys.begin() + before, keys.end(), ofLoad.begin()));
         std::erase_if(log.entries,
                       [](const LogEntry& entry) { return entry.text.starts_with("Warning-VecTabGetLoaded"); });
     }

@@ -54,6 +54,23 @@ TEST_F(TraceLog, ASinkThatLogsOrThrowsOrEndsItselfDoesNoHarm) {
     EXPECT_EQ(calls, 2);
 }
 
+TEST_F(TraceLog, KeptEntriesWaitForTheirThread) {
+    VecHostSetTraceSink(VecHostKeepEntry, nullptr);
+    std::thread([] { TraceLogError("of another thread"); }).join();
+    for (int i = 0; i < VEC_HOST_MOST_KEPT + 5; ++i) TraceLogInfo(std::to_string(i));
+    TraceLogError("late");
+    VecHostSetTraceSink(nullptr, nullptr);
+    int32_t level = 0;
+    std::string text = "######";
+    for (int i = 0; i < VEC_HOST_MOST_KEPT; ++i) {
+        ASSERT_EQ(VecHostTakeEntry(&level, text.data(), 5), std::to_string(i).size());
+        ASSERT_EQ(std::to_string(level) + " " + text, "2 " + (std::to_string(i) + "     ").substr(0, 5) + "#");
+    }
+    EXPECT_TRUE(VecHostTakeEntry(&level, text.data(), 2) == 4 && level == VEC_HOST_TRACE_ERROR && text == "la99 #") << text;
+    EXPECT_TRUE(VecHostTakeEntry(&level, text.data(), 5) == -1 && level == 0);
+    EXPECT_EQ(VecHostTakeEntry(&level, nullptr, 5) + VecHostTakeEntry(&level, text.data(), -1), -2);
+}
+
 TEST_F(TraceLog, AFileGetsALineForEachEntry) {
     const std::string path = Write("trace.log", "earlier\n");
     ASSERT_EQ(VecHostTraceToFile(path.c_str()), 0);
