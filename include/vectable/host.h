@@ -59,13 +59,16 @@ VECTABLE_API void VecHostKeepEntry(int32_t level, const char* text, int32_t leng
 /*
  * Takes the oldest entry that VecHostKeepEntry has kept for the calling thread.
  *
- * Given:     capacity  int32           characters that `text` has room for, from 0
- * Returned:  level     int32*          VEC_HOST_TRACE_...; 0 when there is no entry
- *            text      char[capacity]  the entry, cut or blank-padded; null where capacity is 0
+ * Given:     capacity    int32           characters that `text` has room for, from 0
+ * Returned:  level       int32*          VEC_HOST_TRACE_...; 0 when there is no entry
+ *            text        char[capacity]  the entry, cut or blank-padded; null where capacity is 0
+ *            path        char[512]       file and line that the entry tells of, as VecHostReadingLine gives them; blanks
+ *            lineNumber  int64*          and 0 for an entry that no load made
  * Result:    the number of characters of the entry, also where there is less room; -1 when none is kept, or an argument
  *            is null or negative, without an entry in the log
  */
-VECTABLE_API int32_t VecHostTakeEntry(int32_t* level, char* text, int32_t capacity);
+VECTABLE_API int32_t VecHostTakeEntry(int32_t* level, char* text, int32_t capacity, char path[VEC_TAB_PATH_LENGTH],
+                                      int64_t* lineNumber);
 
 /*
  * Appends all entries to a file from now on, a line each:

@@ -29,9 +29,11 @@ and an argument of the wrong type TypeError. What the library logs in a call tha
 load passes over, goes to the logger "vectable": errors as warnings, information as information. An entry begins with
 the path of the file that the call is about, which is also the attribute `file` of its log record.
 
-Threads: calls run outside the interpreter's lock, so that threads evaluate at the same time. A record must not be
-changed (VecTabAddSatEphem..., VecTabSetField) while another thread uses it, and in direct-memory mode not be removed;
-VecTabGetLoaded and VecTabSaveFile use all records. Loads of several threads come one after the other.
+Threads: calls run outside the interpreter's lock, so that threads load and evaluate at the same time. A record must not
+be changed (VecTabAddSatEphem..., VecTabSetField) while another thread uses it, and in direct-memory mode not be removed;
+VecTabGetLoaded and VecTabSaveFile use all records.
+
+Ctrl-C during a call raises KeyboardInterrupt when the call is done: a load is over at the end of its file.
 
 The library is the one that the environment variable VECTABLE_LIBRARY names. Without it, it is looked for beside this
 package, in the build folder of the checkout around it, in the lib folders of the prefix that it is installed in, where

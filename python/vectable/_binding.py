@@ -14,18 +14,25 @@ import functools
 import inspect
 import operator
 import os
-import threading
 import typing
 from ctypes import c_char_p, c_double, c_int32, c_int64, c_void_p
 from typing import Annotated, Sequence, Union
 
 from . import _constants, _log
 from ._library import function
+from ._text import PATH, characters
 
 try:
     import numpy
 except ImportError:
     numpy = None
+
+
+def refuse_masked(name, values):
+    """Raises ValueError for an array of NumPy with elements that are masked: C would read what is below the mask."""
+    if numpy is not None and isinstance(values, numpy.ma.MaskedArray) and numpy.ma.is_masked(values):
+        raise ValueError(f"{name}: an array without masked elements is wanted; filled() or compressed() gives one")
+
 
 # ------------------------------ Kinds of arguments and results: to C, size in bytes, back -----------------------------
 
@@ -68,6 +75,7 @@ class _Reals:
 
     def converter(self, name):
         def convert(values):
+            refuse_masked(name, values)
             if len(values) != self.count:
                 raise ValueError(f"{name}: {self.count} numbers are wanted, not {len(values)}")
             return (c_double * self.count)(*values)
@@ -93,17 +101,7 @@ class _Text:
         self.size, self.wanted = size, wanted
 
     def converter(self, name):
-        def convert(text):
-            if not isinstance(text, self.wanted):
-                raise TypeError(f"{name}: a str is wanted, not {type(text).__name__}")
-            characters = os.fsencode(text)
-            if len(characters) > self.size:
-                raise ValueError(f"{name}: at most {self.size} characters are wanted, not {len(characters)}")
-            if b"\0" in characters:
-                raise ValueError(f"{name}: holds a NUL")
-            return characters
-
-        return convert
+        return lambda text: characters(name, text, self.wanted, self.size)
 
     def read(self, block, offset):
         return os.fsdecode(ctypes.string_at(ctypes.addressof(block) + offset, self.size).rstrip(b" "))
@@ -123,7 +121,7 @@ EphemName = Annotated[str, _Text(_constants.VEC_TAB_EPHEM_NAME_LENGTH)]
 FieldText = Annotated[str, _Text(_constants.VEC_TAB_FIELD_LENGTH)]
 ListLine = Annotated[str, _Text(_constants.VEC_TAB_LINE_LENGTH)]
 StoredPath = Annotated[str, _Text(_constants.VEC_TAB_PATH_LENGTH)]
-Path = Annotated[Union[str, os.PathLike], _Text(_constants.VEC_TAB_PATH_LENGTH, (str, bytes, os.PathLike))]
+Path = Annotated[Union[str, os.PathLike], _Text(_constants.VEC_TAB_PATH_LENGTH, PATH)]
 
 
 # -------------------------------------------------- The declarations --------------------------------------------------
@@ -139,18 +137,7 @@ class _Result(typing.NamedTuple):
 STATUS = _Result(c_int32, "result != 0")
 KEY = _Result(c_int64, "result == -1 or result == 0")
 COUNT = _Result(c_int32, "False")
-NOTHING = _Result(None, "None")  # an error in the log tells it
-
-# Lets no record be added between the count that sizes a list of keys and the listing.
-additions = threading.RLock()
-
-
-def _adding(add):
-    def locked(*arguments):
-        with additions:
-            return add(*arguments)
-
-    return locked
+NOTHING = _Result(None, "False")
 
 
 def _kinds(returned):
@@ -167,18 +154,22 @@ def _kinds(returned):
 _WRAPPER = """def {name}({parameters}):
     block = Block()
     base = addressof(block)
-    result = function({arguments})
-    if {failed} or log.entries:
-        settle({name!r}, result, {failed}, {reason}, {file})
+    try:
+        result = function({arguments})
+        if {settles}:
+            settle({name!r}, result, {failed}, {reason}, {file})
+    except BaseException:
+        forget()
+        raise
     return {made}
 """
 
 
-def call(result, adds=False, unlogged=None):
+def call(result, reports=False, unlogged=None):
     """Makes a declaration the call of its name.
 
     result    what the function of C gives: STATUS, KEY, COUNT or NOTHING
-    adds      whether it may add records
+    reports   whether it may log something when it succeeds
     unlogged  the text of a failure that the library does not log; for a status of a call on files, the system's text
     """
 
@@ -192,16 +183,15 @@ def call(result, adds=False, unlogged=None):
         arguments = [f"to_{parameter}({parameter})" for parameter in given] + [f"base + {at}" for at in offsets[:-1]]
         reads = ", ".join(f"read_{i}(block, {at})" for i, at in enumerate(offsets[:-1]))
         file = next((parameter for parameter, kind in given.items() if kind is Path.__metadata__[0]), None)
-        function_of_c = function(name, result.ctype, *types)
         names = {
             **{f"to_{parameter}": kind.converter(parameter) for parameter, kind in given.items()},
             **{f"read_{i}": kind.read for i, kind in enumerate(outputs)},
-            "function": _adding(function_of_c) if adds else function_of_c,
+            "function": function(name, result.ctype, *types),
             "Block": c_double * (offsets[-1] // 8),
             "addressof": ctypes.addressof,
             "make": make,
-            "log": _log.log,
             "settle": _log.settle,
+            "forget": _log.forget,
             "strerror": os.strerror,
         }
         source = _WRAPPER.format(
@@ -211,6 +201,7 @@ def call(result, adds=False, unlogged=None):
                 for p in inspect.signature(declaration).parameters.values()
             ),
             arguments=", ".join(arguments),
+            settles=reports or result.failed,
             failed=result.failed,
             reason="strerror(result)" if file and result is STATUS else repr(unlogged),
             file=file,

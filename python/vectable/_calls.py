@@ -6,7 +6,7 @@ from ctypes import addressof, c_char_p, c_int32, c_int64, c_void_p
 from typing import NamedTuple, Sequence
 
 from . import _log
-from ._binding import COUNT, KEY, NOTHING, STATUS, additions, call, numpy
+from ._binding import COUNT, KEY, NOTHING, STATUS, call, numpy
 from ._binding import CovMtx, CovTerms, EphemName, EpochText, ExtArr, FieldText, InfoText, Int32, ListLine, Path, Real
 from ._binding import SatKey, SatName, StoredPath, Vector
 from ._library import function
@@ -106,7 +106,7 @@ def VecTabGetCount() -> int:
 
 
 _count = function("VecTabGetCount", c_int32)
-_list = function("VecTabGetLoaded", None, c_int32, c_void_p)
+_list = function("VecHostGetLoaded", c_int32, c_int32, c_void_p, c_int32)
 _to_order = Int32.__metadata__[0].converter("order")
 
 
@@ -117,13 +117,15 @@ def VecTabGetLoaded(order: int = 0) -> Sequence[int]:
 
     Raises VecTabError when there is no memory.
     """
-    order = _to_order(order)
-    with additions:
-        keys = (c_int64 * _count())()
-        _list(order, keys)
-    _log.settle("VecTabGetLoaded", None, None)
-    # Fewer than counted when another thread removes records.
-    return _key_list([key for key in keys if key != 0])
+    order, count = _to_order(order), _count()
+    while True:  # until there is room: other threads may add records meanwhile
+        room = count
+        keys = (c_int64 * room)()
+        count = _list(order, keys, room)
+        if count < 0:
+            _log.settle("VecTabGetLoaded", count, True)
+        if count <= room:
+            return _key_list(keys[:count])
 
 
 def _key_list(keys):
@@ -151,7 +153,7 @@ def VecTabGetSatKey(satNum: Int32) -> int:
 # ---------------------------------------------------- Creation ---------------------------------------------------
 
 
-@call(KEY, adds=True, unlogged="the epoch is out of range")
+@call(KEY, unlogged="the epoch is out of range")
 def VecTabAddSat(satNum: Int32, epochDs50UTC: Real, ae: Real, ke: Real, typeCode: Int32) -> int:
     """Stores a record without points; its key.
 
@@ -336,7 +338,7 @@ def VecTabXten(satKey: SatKey, ephType: Int32, value: Real) -> ExtArr:
 # -------------------------------------------------- Persistence --------------------------------------------------
 
 
-@call(STATUS, adds=True)
+@call(STATUS, reports=True)
 def VecTabLoadFile(vecTabFile: Path) -> None:
     """Loads an ephemeris file, or the files that a list file names, into the store. The format is found out.
 
@@ -348,7 +350,7 @@ def VecTabLoadFile(vecTabFile: Path) -> None:
     """
 
 
-@call(KEY, adds=True, unlogged="the file cannot be opened, or holds no ephemeris")
+@call(KEY, reports=True, unlogged="the file cannot be opened, or holds no ephemeris")
 def VecTabAddSatFrFile(filePath: Path) -> int:
     """Loads an ephemeris file; the key of the last record that it gave. List lines are not followed.
 
@@ -359,7 +361,7 @@ def VecTabAddSatFrFile(filePath: Path) -> int:
     """
 
 
-@call(STATUS)
+@call(STATUS, reports=True)
 def VecTabSaveFile(vecTabFile: Path, saveMode: Int32 = 0) -> None:
     """Writes a list file that names, for every stored record, the file that it came from and its name. No states.
 
@@ -428,9 +430,8 @@ def VecOemLoadFile(filePath: Path, satNum: int = 0) -> Sequence[int]:
     path, number = _to_path(filePath), _to_number(satNum)
     room = os.path.getsize(path) // _SHORTEST_SEGMENT + 1 if os.path.exists(path) else 0
     keys, count = (c_int64 * room)(), c_int32()
-    with additions:
+    with _log.settled:
         status = _load_oem(path, number, keys, room, addressof(count))
-    if status != 0 or _log.log.entries:
         _log.settle("VecOemLoadFile", status, status != 0, os.strerror(status), filePath)
     return _key_list(keys[: count.value])
 

@@ -2,19 +2,23 @@
 from __future__ import annotations
 
 import ctypes
+import functools
 import os
+from array import array
 from ctypes import c_int32, c_int64, c_void_p
 from typing import Any, Sequence, Union
 
 from . import _calls
-from ._binding import additions, numpy
-from ._constants import VEC_TAB_GAP_MINUTES, VEC_TAB_STENCIL_POINTS
+from ._binding import numpy
+from ._constants import VEC_TAB_GAP_MINUTES, VEC_TAB_LINE_LENGTH, VEC_TAB_PATH_LENGTH, VEC_TAB_STENCIL_POINTS
 from ._library import function, library
-from ._states import Outcome, States, key_array, states
+from ._states import Outcome, States, answer, key_array
+from ._text import PATH, characters
 from .errors import VecTabError
 
 _name_frame = function("VecHostFrameName", None, c_int32, c_void_p)
 _name_format = function("VecHostGetFormat", c_int32, c_int64, c_void_p)
+_take_keys = function("VecHostTakeKeys", c_int32, c_void_p, c_int32)
 _BY_ENTRY = 2
 _HOLE = VEC_TAB_GAP_MINUTES / 1440.0  # days; over a longer step nothing is interpolated
 _FRAME_NAME_LENGTH = 8  # VEC_HOST_FRAME_NAME_LENGTH
@@ -79,21 +83,55 @@ def _notes(key, count):
     return ", ".join(notes)
 
 
+def _lines(path):
+    """The lines of a file; a longer one in parts."""
+    with open(path, "rb") as file:
+        yield from iter(functools.partial(file.readline, 65536), b"")
+
+
 def _is_oem(path):
     """Whether a file is an orbit ephemeris message, which has a call of its own."""
     if not os.path.isfile(path):
         return False
-    with open(path, "rb") as file:
-        lines = map(bytes.strip, file.read(65536).removeprefix(b"\xef\xbb\xbf").splitlines())
-    first = next((line for line in lines if line and not line.startswith(b"COMMENT")), b"")
-    return first.startswith(b"CCSDS_OEM_VERS")
+    lines = (line.removeprefix(b"\xef\xbb\xbf").strip() for line in _lines(path))
+    return next((line for line in lines if line and not line.startswith(b"COMMENT")), b"").startswith(b"CCSDS_OEM_VERS")
+
+
+def _path_of(path):
+    """A path that makes the library open exactly that file, in which it drops blanks at both ends."""
+    text = os.fsdecode(characters("path", path, PATH, VEC_TAB_PATH_LENGTH))
+    if text.endswith(" "):
+        raise ValueError(f"path: one that ends in a blank is not wanted: {text!r}")
+    return f"./{text}" if text.startswith(" ") else path
+
+
+def _keys_of_load():
+    """The keys of what this thread's last load has stored; nobody gets them twice."""
+    keys, room = [], (c_int64 * 64)()
+    while (count := _take_keys(room, len(room))) > 0:
+        keys += room[:count]
+    return keys
+
+
+def _may_be_cut(key):
+    """Whether the path of a record may be the head of a longer one."""
+    line = ctypes.create_string_buffer(VEC_TAB_LINE_LENGTH)
+    return library.VecTabGetLine(c_int64(key), line) == 0 and line.raw[-1:] != b" "
+
+
+def _cut_paths(path):
+    """What the library takes of the paths of a list that are too long for it, and the numbers of their lines."""
+    for number, line in enumerate(_lines(path), 1):
+        named = line.partition(b"=")[2].strip()
+        if len(named) > VEC_TAB_PATH_LENGTH:
+            yield os.fsdecode(named[:VEC_TAB_PATH_LENGTH].rstrip()), number
 
 
 def _raise_for_file(error, path):
     """Raises what Python people expect of a call on a file. Status 2 is a failure inside the file, or ENOENT."""
     if error.status != 2 or not os.path.exists(path):
         raise OSError(error.status, os.strerror(error.status), os.fspath(path)) from error
-    raise ValueError(f"{os.fspath(path)}: {error}") from error
+    raise ValueError(f"{os.fsdecode(path)}: {error}") from error
 
 
 def _stored():
@@ -103,7 +141,7 @@ def _stored():
 
 class Catalogue:
     """The records of files. The store belongs to the process; a catalogue has those records of it that it loaded, and
-    removes them when it is closed, also at the end of a with block.
+    removes them when it is closed, also at the end of a with block. Threads may load into one catalogue at the same time.
 
     paths  files for load
     """
@@ -131,35 +169,52 @@ class Catalogue:
     def __repr__(self):
         return f"<vectable.Catalogue of {len(self)} records>"
 
+    def __reduce_ex__(self, protocol):
+        raise TypeError("a Catalogue is not copied or pickled: its records are those of this process, and are removed once")
+
     @property
     def keys(self) -> Sequence[int]:
         """The keys of the records, in the order of loading: an array of int64, or without NumPy a tuple."""
-        return tuple(self._keys) if numpy is None else numpy.array(list(self._keys), numpy.int64)
+        return tuple(self._keys) if numpy is None else numpy.array(array("q", self._keys))
 
     def load(self, *paths: Union[str, os.PathLike]) -> None:
         """Loads ephemeris files, or the files that list files name; an OEM that a list names is passed over.
 
         The format is found out. Raises FileNotFoundError and its kin, with path and errno, for a file that cannot be
         opened, and ValueError for one that holds no ephemeris, that cannot be read to its end, or whose records are all
-        stored already; what was loaded before stays. What a load passes over goes to the logger "vectable".
+        stored already, and for a list with a path of more than 512 characters; what was loaded before stays. What a load
+        passes over goes to the logger "vectable".
         """
-        with additions:
-            known = set(_stored())
-            try:
-                for path in paths:
-                    self._load_file(path)
-            finally:
-                self._keys.update(dict.fromkeys(key for key in _stored() if key not in known))
+        for path in map(_path_of, paths):
+            loaded = self._load_file(path)
+            self._refuse_cut_paths(path, loaded)
+            if not loaded:
+                raise ValueError(f"{os.fsdecode(path)}: no ephemeris in it, or only such that are stored already")
 
     def _load_file(self, path):
-        before = _calls.VecTabGetCount()
+        """Loads a file, of which something may be stored also when it fails; the keys."""
         load = _calls.VecOemLoadFile if _is_oem(path) else _calls.VecTabLoadFile
+        _keys_of_load()  # whose they are is settled
         try:
             load(path)
         except VecTabError as error:
             _raise_for_file(error, path)
-        if _calls.VecTabGetCount() == before:
-            raise ValueError(f"{os.fspath(path)}: no ephemeris in it, or only such that are stored already")
+        finally:
+            loaded = _keys_of_load()
+            self._keys.update(dict.fromkeys(loaded))
+        return loaded
+
+    def _refuse_cut_paths(self, path, keys):
+        """Removes what was loaded by the head of a path in a list, which is another file."""
+        files = {key: _calls.VecTabGetAllFields(key).filePath for key in keys if _may_be_cut(key)}
+        cuts = dict(_cut_paths(path)) if set(files.values()) - {os.fsdecode(path)} else {}
+        wrong = {key: cuts[file] for key, file in files.items() if file in cuts}
+        for key in wrong:
+            del self._keys[key]
+            _calls.VecTabRemoveSat(key)
+        if wrong:
+            place = f"{os.fsdecode(path)}, line {min(wrong.values())}"
+            raise ValueError(f"{place}: a path of more than {VEC_TAB_PATH_LENGTH} characters, which the library cuts")
 
     def to_dict(self) -> dict[str, list]:
         """A table of what is stored, as columns: pandas.DataFrame(catalogue.to_dict()).
@@ -197,12 +252,10 @@ class Catalogue:
 
         Raises KeyError for a key that is not of this catalogue, or whose record was removed.
         """
-        keys = self.keys if keys is None else keys
-        asked, _ = key_array(keys)
-        for key in asked:
-            if key not in self._keys:
-                raise KeyError(f"{key} is no key of this catalogue")
-        found = states(keys, times, covariance, out)
+        asked, shape = (array("q", self._keys), (len(self._keys),)) if keys is None else key_array(keys)
+        for key in () if keys is None else set(asked) - self._keys.keys():
+            raise KeyError(f"{key} is no key of this catalogue")
+        found = answer(asked, shape, times, covariance, out)
         if Outcome.NO_RECORD in bytes(memoryview(found.outcome)):
             for key in asked:
                 self._check_stored(int(key))
@@ -220,6 +273,7 @@ class Catalogue:
         The list is of the whole store: raises ValueError when that holds records that are not of this catalogue, and
         OSError, with path and errno, when the file cannot be written.
         """
+        path = _path_of(path)
         others = sum(1 for key in _stored() if key not in self._keys)
         if others:
             raise ValueError(f"a list has all records of the store, and {others} are not of this catalogue")

@@ -1,60 +1,66 @@
 """The trace log: what the library logs in a call goes to its exception, to the logger "vectable", and to a sink."""
 from __future__ import annotations
 
-import atexit
 import ctypes
 import logging
 import os
-import threading
-from ctypes import c_int32, c_int64
+from ctypes import c_char_p, c_int32, c_int64, c_void_p
 from typing import Any, Callable, Optional, Union
 
 from ._constants import VEC_TAB_PATH_LENGTH
 from ._library import function
+from ._text import characters
 from .errors import VecTabError
 
 VEC_HOST_TRACE_ERROR = 1
 VEC_HOST_TRACE_INFO = 2
 
-# A load of rubbish may report every line: what comes after these entries of one call is dropped.
-_MOST_ENTRIES = 10_000
+_LONGEST = 8192  # characters of an entry
 
 _logger = logging.getLogger("vectable")
 _sink = None
 _logs_to_file = False
 
 
-class _TraceLog(threading.local):
-    """What was logged on this thread since its last call was settled: (level, bytes, place), or an exception."""
-
-    def __init__(self):
-        self.entries = []
+def _text(characters):
+    return characters.decode("utf-8", "backslashreplace").rstrip(" ")
 
 
-log = _TraceLog()
-_reading_line = function("VecHostReadingLine", c_int32, ctypes.c_void_p, ctypes.c_void_p)
+# The library keeps the entries of a call until it is done, and no Python runs inside a call: Ctrl-C, which raises an
+# exception in whatever Python runs next, would be lost there.
+_keep_entry = ctypes.cast(function("VecHostKeepEntry", None), c_void_p)
+_take_entry = function("VecHostTakeEntry", c_int32, c_void_p, c_void_p, c_int32, c_void_p, c_void_p)
 
 
-def _place():
-    """Of which file and line an entry of a load tells, as b"path:line: " or b"path: "; otherwise empty."""
-    path, line = ctypes.create_string_buffer(VEC_TAB_PATH_LENGTH), c_int64()
-    if _reading_line(path, ctypes.addressof(line)) != 0:
-        return b""
-    return path.raw.rstrip(b" ") + (b":%d: " % line.value if line.value else b": ")
+def _taken():
+    """What was logged on this thread since its last call was settled: (level, text, "path:line: ", "path: " or "")."""
+    level, line, entries = c_int32(), c_int64(), []
+    text, path = ctypes.create_string_buffer(_LONGEST), ctypes.create_string_buffer(VEC_TAB_PATH_LENGTH)
+    arguments = ctypes.addressof(level), text, _LONGEST, path, ctypes.addressof(line)
+    while (length := _take_entry(*arguments)) >= 0:
+        about, number = _text(path.raw), f"{line.value}:" if line.value else ""
+        place = f"{about}:{number} " if about else ""
+        entries.append((level.value, _text(ctypes.string_at(text, min(length, _LONGEST))), place))
+    return entries
 
 
-# The pointer is no c_char_p: the text is not NUL-terminated.
-@ctypes.CFUNCTYPE(None, c_int32, ctypes.c_void_p, c_int32, ctypes.c_void_p)
-def _collect(level, text, length, context):
-    try:
-        if len(log.entries) < _MOST_ENTRIES:
-            log.entries.append((level, ctypes.string_at(text, length), _place()))
-    except BaseException as interrupt:  # Ctrl-C in a long load arrives here; nothing may pass through the library
-        log.entries.append(interrupt)
+def forget():
+    """Drops what a call logged that came to no end."""
+    _taken()
 
 
-def _text(entry):
-    return entry.decode("utf-8", "backslashreplace")
+class _Settled:
+    """The scope of a call and of what settles it: an interrupt between the two leaves nothing to a later call."""
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, kind, exception, traceback):
+        if kind is not None:
+            forget()
+
+
+settled = _Settled()
 
 
 def _report(level, text):
@@ -68,23 +74,18 @@ def _report(level, text):
 
 
 def settle(call, status, failed, reason=None, file=None):
-    """Hands out what a call logged, and raises VecTabError when it failed; `failed` None: when it logged an error.
+    """Hands out what a call logged, and raises VecTabError when it failed.
 
     file  path of the file that the call is about, which the entries for the logger begin with, in a load with the line
     """
-    entries, log.entries = log.entries, []
-    for entry in entries:
-        if isinstance(entry, BaseException):
-            raise entry
-    texts = [(level, _text(text).rstrip(" "), _text(place)) for level, text, place in entries]
+    entries = _taken()
     errors = [
         place + text.removeprefix(f"{call}: ") if place else text
-        for level, text, place in texts
+        for level, text, place in entries
         if level == VEC_HOST_TRACE_ERROR
     ]
-    failed = bool(errors) if failed is None else failed
-    about = "" if file is None else f"{os.fspath(file)}: "
-    for level, text, place in texts:
+    about = "" if file is None else f"{os.fsdecode(file)}: "
+    for level, text, place in entries:
         _report(level, text)
         if level == VEC_HOST_TRACE_INFO or not failed:
             severity = logging.INFO if level == VEC_HOST_TRACE_INFO else logging.WARNING
@@ -95,8 +96,8 @@ def settle(call, status, failed, reason=None, file=None):
         raise VecTabError(call, status, errors, reason or f"failed with {status}")
 
 
-_set_sink = function("VecHostSetTraceSink", None, type(_collect), ctypes.c_void_p)
-_trace_to_file = function("VecHostTraceToFile", c_int32, ctypes.c_char_p)
+_set_sink = function("VecHostSetTraceSink", None, c_void_p, c_void_p)
+_trace_to_file = function("VecHostTraceToFile", c_int32, c_char_p)
 
 
 def VecHostSetTraceSink(sink: Optional[Callable[[int, str], Any]] = None) -> None:
@@ -110,7 +111,7 @@ def VecHostSetTraceSink(sink: Optional[Callable[[int, str], Any]] = None) -> Non
     global _sink, _logs_to_file
     if sink is not None and not callable(sink):
         raise TypeError(f"sink: a function or None is wanted, not {sink!r}")
-    _set_sink(_collect, None)
+    _set_sink(_keep_entry, None)
     _sink, _logs_to_file = sink, False
 
 
@@ -124,12 +125,10 @@ def VecHostTraceToFile(path: Union[str, os.PathLike]) -> None:
     VecTabError when the file cannot be opened, status the error number of the system; the log is then as before.
     """
     global _logs_to_file
-    status = _trace_to_file(os.fsencode(path))
+    status = _trace_to_file(characters("path", path))
     if status != 0:
         raise VecTabError("VecHostTraceToFile", status, (), os.strerror(status))
     _logs_to_file = True
 
 
 VecHostSetTraceSink(None)
-# Threads that are still in the library must not enter an interpreter that ends.
-atexit.register(_set_sink, type(_collect)(), None)

@@ -10,7 +10,7 @@ from ctypes import c_int64, c_void_p
 from typing import Any, NamedTuple, Optional
 
 from . import _log
-from ._binding import numpy
+from ._binding import numpy, refuse_masked
 from ._library import function
 from ._times import days_of
 
@@ -102,6 +102,9 @@ def _key(key):
 
 def key_array(keys):
     """Keys as contiguous int64, and their shape: () for one key, (n,) for a sequence."""
+    if isinstance(keys, (bool, str, bytes, bytearray)):
+        raise TypeError(f"keys: one key or a sequence of keys is wanted, not {keys!r:.100}")
+    refuse_masked("keys", keys)
     try:
         return array("q", [_key(keys)]), ()
     except TypeError:
@@ -121,6 +124,7 @@ def key_array(keys):
 
 def _checked_room(out, shape):
     """The view of an `out`, after a look at what it is."""
+    refuse_masked("out", out)
     numbers = 6 * math.prod(shape)
     wanted = f"a writable buffer of doubles of shape {(*shape, 6)}, or of {numbers} in one dimension, is wanted"
     try:
@@ -145,6 +149,11 @@ def _room(view, count):
     return view.cast("B").cast("d") if count else array("d")
 
 
+def _overlap(a, b):
+    """Whether two contiguous arrays share memory."""
+    return _address(a) < _address(b) + len(b) * b.itemsize and _address(b) < _address(a) + len(a) * a.itemsize
+
+
 def _copy_into(view, states):
     if numpy is not None:
         numpy.asarray(view)[...] = states.reshape(view.shape)
@@ -163,14 +172,20 @@ def states(keys: Any, times: Any, covariance: bool = False, out: Any = None, *, 
                 it is, one with strides is gathered first. Times that rise are fastest.
     covariance  whether covariances are wanted, which takes time
     out         writable buffer of doubles that receives the states: shape (..., 6), or one dimension of as many.
-                With NumPy, pos and vel of the result lie in it when it is contiguous.
+                With NumPy, pos and vel of the result lie in it when it is contiguous. It shares no memory with keys or
+                times.
     pairs       False: every key at every time. True: key i at time i, for as many times as keys.
 
     Gives States; of one key and one time each field is that of one state, of many keys and many times it has the axes
     K, T. A request without a state is no error: its numbers are NaN and its outcome says why. Bits are those of
-    VecTabDs50UTC and VecTabDs50UTCCovMtx. Raises TypeError and ValueError for arguments that are none of these.
+    VecTabDs50UTC and VecTabDs50UTCCovMtx. Raises TypeError, ValueError and OverflowError for arguments that are none of
+    these, such as masked elements.
     """
-    keys, key_shape = key_array(keys)
+    return answer(*key_array(keys), times, covariance, out, pairs)
+
+
+def answer(keys, key_shape, times, covariance, out, pairs=False):
+    """What `states` gives for keys as key_array gives them."""
     times, time_shape = days_of(times)
     if pairs and key_shape != time_shape:
         raise ValueError(f"pairs: as many times as keys are wanted, not {len(times)} times for {len(keys)} keys")
@@ -178,15 +193,18 @@ def states(keys: Any, times: Any, covariance: bool = False, out: Any = None, *, 
     count = math.prod(shape)
     view = None if out is None else _checked_room(out, shape)
     room = _room(view, count)
+    if _overlap(room, keys) or _overlap(room, times):
+        raise ValueError("out: memory of its own is wanted, not that of the keys or times")
     covs = _new("d", 21 * count) if covariance else None
     revs, outcomes = _new("i", count), _new("B", count)
     results = (_address(room), None if covs is None else _address(covs), _address(revs), _address(outcomes))
-    if pairs:
-        missing = _pairs(count, _address(keys), _address(times), *results)
-    else:
-        missing = _grid(len(keys), _address(keys), len(times), _address(times), *results)
-    if missing < 0 or _log.log.entries:
-        _log.settle("VecBatchPairs" if pairs else "VecBatchGrid", missing, missing < 0)
+    with _log.settled:
+        if pairs:
+            missing = _pairs(count, _address(keys), _address(times), *results)
+        else:
+            missing = _grid(len(keys), _address(keys), len(times), _address(times), *results)
+        if missing != 0:
+            _log.settle("VecBatchPairs" if pairs else "VecBatchGrid", missing, missing < 0)
     if view is not None and not view.c_contiguous:
         _copy_into(view, room)
     return States(

@@ -7,11 +7,12 @@ from array import array
 from ctypes import POINTER, byref, c_char_p, c_double, c_int32
 from typing import Any
 
-from ._binding import numpy
+from ._binding import numpy, refuse_masked
 from ._library import function
 
 # Day 0.0: day 1.0 is 1950-01-01 00:00.
 _DAY_0 = datetime.datetime(1949, 12, 31, tzinfo=datetime.timezone.utc)
+_DAYS_TO_1970 = 7306.0
 _time_of_text = function("VecHostTimeOfText", c_int32, c_char_p, POINTER(c_double))
 _WANTED = "a datetime64, a datetime with a zone, a text of a date or a number of days since 1950 is wanted"
 
@@ -35,9 +36,13 @@ def _day_of_text(text):
 def _days_of_datetime64(times):
     """An array of datetime64, taken as UTC; NaT gives NaN."""
     days = times.astype("M8[D]")
+    start = days.astype(times.dtype)
+    # NumPy lets numbers wrap that do not fit; a day is floored, but whole days make up a year, a month or a week.
+    fits = start == times if numpy.datetime_data(times.dtype)[0] in "YMW" else start <= times
+    if not (fits | numpy.isnat(times)).all():
+        raise OverflowError("times: a datetime64 is too far away to be told in days")
     seconds = (times - days) / numpy.timedelta64(1, "s")
-    whole = (days - numpy.datetime64("1949-12-31")) / numpy.timedelta64(1, "D")
-    return whole + seconds / 86400.0
+    return days.astype(numpy.int64) + _DAYS_TO_1970 + seconds / 86400.0
 
 
 def _day(time):
@@ -69,6 +74,7 @@ def days_of(times):
     if isinstance(times, (str, datetime.datetime, int, float)):
         return array("d", [_day(times)]), ()
     if numpy is not None:
+        refuse_masked("times", times)
         taken = numpy.asarray(times)
         # Where one is a text, NumPy makes texts of numbers too.
         return _of_array(taken if taken.dtype.kind != "U" else numpy.asarray(times, object))

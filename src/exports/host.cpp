@@ -33,13 +33,18 @@ void VecHostKeepEntry(int32_t level, const char* text, int32_t length, void* /*c
     if (text != nullptr && length >= 0) VecTableSupport::KeepEntry(level, {text, static_cast<std::size_t>(length)});
 }
 
-int32_t VecHostTakeEntry(int32_t* level, char* text, int32_t capacity) {
+int32_t VecHostTakeEntry(int32_t* level, char* text, int32_t capacity, char path[VEC_TAB_PATH_LENGTH],
+                         int64_t* lineNumber) {
+    ClearText(path, VEC_TAB_PATH_LENGTH);
     Clear(level);
+    Clear(lineNumber);
     VecTableSupport::KeptEntry entry;
-    if (level == nullptr || capacity < 0 || (text == nullptr && capacity > 0)) return -1;
-    if (!VecTableSupport::TakeKeptEntry(entry)) return -1;
+    if (level == nullptr || path == nullptr || lineNumber == nullptr || capacity < 0) return -1;
+    if ((text == nullptr && capacity > 0) || !VecTableSupport::TakeKeptEntry(entry)) return -1;
     *level = entry.level;
+    *lineNumber = entry.line;
     StrToCharArr(entry.text, static_cast<std::size_t>(capacity), text);
+    StrToCharArr(entry.path, VEC_TAB_PATH_LENGTH, path);
     return static_cast<int32_t>(entry.text.size());
 }
 

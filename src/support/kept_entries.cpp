@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "support/thread_owned.h"
+#include "support/trace_log.h"
 
 namespace VecTableSupport {
 namespace {
@@ -27,7 +28,12 @@ void KeepEntry(std::int32_t level, std::string_view text) noexcept {
     std::int32_t& count = kept->counts[level == VEC_HOST_TRACE_ERROR ? 0 : 1];
     if (count == VEC_HOST_MOST_KEPT) return;
     try {
-        kept->entries.push_back({level, std::string(text)});
+        const auto* place = ReadingPlace::Current();
+        if (place == nullptr) {
+            kept->entries.push_back({level, 0, {}, std::string(text)});
+        } else {
+            kept->entries.push_back({level, place->Line(), std::string(place->Path()), std::string(text)});
+        }
         ++count;
     } catch (const std::bad_alloc&) {
         return;

@@ -1,10 +1,13 @@
 """States in arrays, times, catalogues: with NumPy and pandas, and in a process of its own without them."""
 
+import copy
 import datetime
 import errno
 import math
+import os
 import pickle
 from array import array
+from concurrent.futures import ThreadPoolExecutor
 
 import numpy as np
 import pandas as pd
@@ -42,7 +45,8 @@ class Refusals(StoreTest):
     def test_every_row_of_refused_txt(self):
         key, bad = build(), self.folder / "bad.txt"
         bad.write_text("TIME(SEC): TIME\n" + 16 * "\n" + "no number\n")
-        names = {"key": key, "keys": [key, 5, 6, 7], "times": START + np.arange(6.0) / 1440.0, "bad": bad, "none": self.folder / "none"}
+        shared, few = np.zeros(42), np.ma.masked_equal([1, 2], 2)
+        names = {"key": key, "shared": shared, "few": few, "catalogue": vt.Catalogue(), "keys": [key, 5, 6, 7], "times": START + np.arange(6.0) / 1440.0, "bad": bad, "none": self.folder / "none"}
         for row in rows_of("refused.txt"):
             exception, words, expression = row.split(" | ")
             kind, *status = exception.split()
@@ -159,6 +163,28 @@ class Catalogues(StoreTest):
         self.assertEqual((len(catalogue), vt.VecTabGetCount()), (0, 0))
         with vt.Catalogue(saved) as again:
             self.assertCountEqual(again.to_dict()["filePath"], table["filePath"])
+
+    def test_threads_load_each_their_own(self):
+        paths = [self.write(f"{number}.e", (0, 60)) for number in range(20100, 20300)]
+        with ThreadPoolExecutor(8) as pool:
+            catalogues = list(pool.map(vt.Catalogue, paths))
+        for path, catalogue in zip(paths, catalogues):
+            self.assertEqual(catalogue.to_dict()["filePath"], [str(path)])
+            catalogue.close()
+        self.assertEqual(vt.VecTabGetCount(), 0)
+
+    def test_no_other_file_is_loaded_for_a_path(self):
+        for name in ("20012.e", "20013.e", " 20013.e"):
+            self.write(name, (0, 60))
+        self.addCleanup(os.chdir, os.getcwd())
+        os.chdir(self.folder)
+        long = str(self.folder) + "20012.e".rjust(512 - len(str(self.folder)), "/")
+        (self.folder / "list").write_text(f"EPHFIL = 20013.e\nEPHFIL = {long}x\n")
+        with vt.Catalogue() as catalogue:
+            self.raises(ValueError, "list, line 2: a path of more than 512", catalogue.load, "list")
+            catalogue.load(long, " 20013.e")
+            self.assertEqual(catalogue.to_dict()["filePath"], ["20013.e", long, "./ 20013.e"])
+            self.assertEqual(vt.VecTabGetCount(), 3)
 
     def test_oem_has_a_record_a_segment(self):
         message = SAMPLES.parents[1] / "tests/data/files/message.oem"

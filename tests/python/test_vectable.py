@@ -1,5 +1,8 @@
 """The calls, their failures, the log, the library that is found. Tables of a motion that interpolation takes on exactly."""
 
+import ctypes
+import functools
+import operator
 import os
 import pathlib
 import re
@@ -7,7 +10,6 @@ import shutil
 import subprocess
 import sys
 import tempfile
-import threading
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 from unittest import mock
@@ -86,7 +88,9 @@ class Calls(StoreTest):
         self.assertRegex(vt.VecTabGetInfo(), r"^VecTable \d.*\S$")
         keys = [build(satNum) for satNum in (300, 100, 200)]
         for order, wanted in {0: [1, 2, 0], 1: [0, 2, 1], 2: [0, 1, 2], 9: [1, 2, 0]}.items():
-            self.assertEqual(list(vt.VecTabGetLoaded(order=order)), [keys[i] for i in wanted])
+            for counted in (3, 0, 5):  # other threads add and remove between count and listing
+                with mock.patch.object(vt._calls, "_count", return_value=counted):
+                    self.assertEqual(list(vt.VecTabGetLoaded(order=order)), [keys[i] for i in wanted])
 
     def test_states_between_points_are_of_their_own_thread(self):
         key = build()
@@ -103,20 +107,6 @@ class Calls(StoreTest):
 
         with ThreadPoolExecutor(8) as pool:
             list(pool.map(work, range(8)))
-
-    def test_no_record_comes_between_count_and_listing(self):
-        key = build(200)
-        adder = threading.Thread(target=build, args=(100,))
-
-        def count():
-            adder.start()
-            adder.join(0.2)  # an addition that is let through is done by then
-            return 2  # as many as there would be if another thread had not removed one
-
-        with mock.patch.object(vt._calls, "_count", count):
-            self.assertEqual(list(vt.VecTabGetLoaded()), [key])
-        adder.join()
-        self.assertEqual(vt.VecTabGetCount(), 2)
 
     def test_files_and_key_modes(self):
         for call in (vt.VecHostSetUseAllKeyMode, vt.VecHostSetAllKeyMode, vt.VecHostSetElsetKeyMode, vt.VecHostSetDupKeyMode):
@@ -161,8 +151,13 @@ class Log(StoreTest):
             self.raises(vt.VecTabError, "Search tree", vt.VecTabMse, 5, 0.0)
         self.assertEqual(len(logged.output), 1)
         self.assertIn("ZeroDivisionError", logged.output[0])
-        with mock.patch("ctypes.string_at", side_effect=KeyboardInterrupt), self.assertRaises(KeyboardInterrupt):
-            vt.VecTabMse(5, 0.0)
+        # Nothing of Python runs between the interrupt and the end of a call that logs: it is not lost there.
+        calls = ctypes.pythonapi.PyErr_SetInterrupt, functools.partial(vt._library.library.VecTabRemoveSat, 5)
+        with self.assertRaises(KeyboardInterrupt):
+            list(map(operator.methodcaller("__call__"), calls))
+        with mock.patch("ctypes.string_at", side_effect=[KeyboardInterrupt, *9 * [b""]]), self.assertRaises(KeyboardInterrupt):
+            vt.VecTabLoadFile(self.bad)
+        self.assertEqual(len(self.raises(vt.VecTabError, "doens't exist", vt.VecTabMse, 5, 0.0).messages), 1)
 
     def test_file(self):
         path = self.folder / "log"

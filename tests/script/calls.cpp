@@ -89,7 +89,7 @@ const std::map<std::string, Call>& CallsByName() {
         {"ReadingLine", Bind(VecHostReadingLine, {512, 1})},
         {"TakeKeys", Bind(VecHostTakeKeys, {4})},
         {"HostGetLoaded", Bind(VecHostGetLoaded, {4})},
-        {"TakeEntry", Bind(VecHostTakeEntry, {1, 8})},
+        {"TakeEntry", Bind(VecHostTakeEntry, {1, 8, 512, 1})},
         {"GetFormat", Bind(VecHostGetFormat, {VEC_HOST_FORMAT_LENGTH})},
         {"FrameName", Bind(VecHostFrameName, {VEC_HOST_FRAME_NAME_LENGTH})},
         {"TimeOfText", Bind(VecHostTimeOfText, {1})}};

@@ -57,18 +57,28 @@ TEST_F(TraceLog, ASinkThatLogsOrThrowsOrEndsItselfDoesNoHarm) {
 TEST_F(TraceLog, KeptEntriesWaitForTheirThread) {
     VecHostSetTraceSink(VecHostKeepEntry, nullptr);
     std::thread([] { TraceLogError("of another thread"); }).join();
-    for (int i = 0; i < VEC_HOST_MOST_KEPT + 5; ++i) TraceLogInfo(std::to_string(i));
+    for (int i = 0; i < VEC_HOST_MOST_KEPT + 5; ++i) {
+        const int64_t number = i;
+        const VecTableSupport::ReadingPlace place("a.e", &number);
+        TraceLogInfo(std::to_string(i));
+    }
     TraceLogError("late");
     VecHostSetTraceSink(nullptr, nullptr);
     int32_t level = 0;
-    std::string text = "######";
+    int64_t line = -1;
+    std::string text = "######", path(VEC_TAB_PATH_LENGTH, '#');
+    const auto take = [&](char* room, int32_t capacity) {
+        return VecHostTakeEntry(&level, room, capacity, path.data(), &line);
+    };
     for (int i = 0; i < VEC_HOST_MOST_KEPT; ++i) {
-        ASSERT_EQ(VecHostTakeEntry(&level, text.data(), 5), std::to_string(i).size());
+        ASSERT_EQ(take(text.data(), 5), std::to_string(i).size());
         ASSERT_EQ(std::to_string(level) + " " + text, "2 " + (std::to_string(i) + "     ").substr(0, 5) + "#");
+        ASSERT_EQ(path.substr(0, 5) + std::to_string(line), "a.e  " + std::to_string(i));
     }
-    EXPECT_TRUE(VecHostTakeEntry(&level, text.data(), 2) == 4 && level == VEC_HOST_TRACE_ERROR && text == "la99 #") << text;
-    EXPECT_TRUE(VecHostTakeEntry(&level, text.data(), 5) == -1 && level == 0);
-    EXPECT_EQ(VecHostTakeEntry(&level, nullptr, 5) + VecHostTakeEntry(&level, text.data(), -1), -2);
+    EXPECT_TRUE(take(text.data(), 2) == 4 && level == VEC_HOST_TRACE_ERROR && text == "la99 #") << text;
+    EXPECT_TRUE(path == std::string(VEC_TAB_PATH_LENGTH, ' ') && line == 0);
+    EXPECT_TRUE(take(text.data(), 5) == -1 && level == 0);
+    EXPECT_EQ(take(nullptr, 5) + take(text.data(), -1), -2);
 }
 
 TEST_F(TraceLog, AFileGetsALineForEachEntry) {
