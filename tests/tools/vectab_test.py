@@ -34,7 +34,7 @@ STATE = ("x_km", "y_km", "z_km", "vx_km_s", "vy_km_s", "vz_km_s")
 
 
 def vectab(*arguments, **options):
-    options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "text": True, **options}
+    options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "text": True, "timeout": 600, **options}
     return subprocess.run([VECTAB, *map(str, arguments)], cwd=ROOT, **options)
 
 
@@ -163,6 +163,13 @@ class Check(VectabTest):
                 self.assertRegex(line, rf"\d  {re.escape(notes)}  ")
 
 
+    def test_numbers_too_large_to_compute_with(self):
+        for size, words in ((1e308, "19 intervals and 16 points left out cannot be measured"), (1e90, "19 intervals estimated")):
+            report = vectab("check", self.dot_e("20008.e", [(60 * i, *[size * (-1) ** i] * 6) for i in range(20)])).stdout
+            self.assertIn(words, report)
+            self.assertNotRegex(report, "inf|nan|  0$")
+
+
 class Convert(VectabTest):
     def numbers(self, path, covariance=True):
         rows = rows_of(vectab("convert", path, "-o", "-", "--to", "csv").stdout)
@@ -188,6 +195,30 @@ class Convert(VectabTest):
                     self.assertEqual("number of each point" in result.stderr, scalar)
                     self.assertEqual("covariances" in result.stderr, covariance and source.suffix != target[3:])
         self.assertEqual(written, 2 * len(sources) - 2 - 4)
+
+    def test_time_that_would_not_be_read_back(self):
+        late = self.dot_e("20009.e", [(s, *kepler(6878, 6898, s)) for s in (0, 60, 120, 180)] + [(1e12, 1, 1, 1, 1, 1, 1)])
+        # From the year 1950 on: days from the first one are as large as the count of days, and a second too coarse for some.
+        old = self.dot_e("20010.e", [(-2398377600 + 700000.123456 * i, *kepler(6878, 6898, i)) for i in range(100)])
+        for source, target in ((late, "out.oem"), (old, "out.e")):
+            out = self.folder / target
+            result = vectab("convert", source, LEO, "-o", out)
+            self.assertIn(f"{source}: left out: the format cannot hold the time ", result.stderr)
+            self.assertEqual((result.returncode, self.numbers(out)), (1, self.numbers(LEO)))
+        self.assertEqual(rows_of(vectab("states", late, "--at", "end").stdout)[0]["utc"], "")
+
+    def test_memory_does_not_grow_with_the_states(self):
+        def peak(step, target):
+            command = [VECTAB, "convert", LEO, "-o", target, "--to", target.name, "--step", step]
+            sanitizer = {"ASAN_OPTIONS": "quarantine_size_mb=1:" + os.environ.get("ASAN_OPTIONS", "")}
+            process = subprocess.Popen(command, cwd=ROOT, env={**os.environ, **sanitizer}, stderr=subprocess.DEVNULL)
+            _, process.returncode, usage = os.wait4(process.pid, 0)
+            return usage.ru_maxrss
+
+        for target in ("dot-e", "oem", "csv"):
+            (self.folder / target).symlink_to("/dev/null")
+            few, many = (peak(step, self.folder / target) for step in ("60", "0.03"))
+            self.assertLess(many - few, 20_000)  # kB; 240,000 states are 60 MB
 
     def test_failure_leaves_an_earlier_file_and_nothing_else(self):
         out = self.folder / "out.csv"
@@ -221,6 +252,13 @@ class Convert(VectabTest):
         text = self.succeed("convert", "-", "-o", "-", "--to", "csv", input=(ROOT / LEO).read_text(), env=environment)
         self.assertEqual(len(rows_of(text)), 121)
         self.assertEqual(list(self.folder.iterdir()), [])
+        for number in (signal.SIGHUP, signal.SIGINT, signal.SIGTERM):
+            command = [VECTAB, "convert", "-", "-o", self.folder / "out.csv"]
+            with subprocess.Popen(command, env=environment, stdin=subprocess.PIPE, bufsize=0) as process:
+                process.stdin.write(bytes(1 << 20))  # more than a pipe holds: what is read is in the copy
+                self.assertEqual(len(list(self.folder.iterdir())), 2)
+                process.send_signal(number)
+                self.assertEqual((process.wait(), list(self.folder.iterdir())), (-number, []))
 
 
 @unittest.skipUnless(shutil.which("gnuplot"), "gnuplot is not installed")
@@ -253,6 +291,50 @@ class Plot(VectabTest):
                 self.assertEqual((head[:8], struct.unpack(">II", head[16:])), (b"\x89PNG\r\n\x1a\n", (1200, 900)))
                 vectab("plot", source, "-o", self.folder / "out.pdf")
                 self.assertEqual((self.folder / "out.pdf").read_bytes()[:5], b"%PDF-")
+
+
+class Files(VectabTest):
+    def test_only_regular_files_are_read_and_by_their_whole_path(self):
+        fifo, listing = self.folder / "fifo", self.folder / "list"
+        os.mkfifo(fifo)
+        shutil.copy(ROOT / LEO, self.folder / "20011.e")
+        long = str(self.folder) + "20011.ex".rjust(513 - len(str(self.folder)), "/")  # its first 512 characters are a file
+        listing.write_text(f"\ufeffEPHFIL = {fifo}\nEPHFIL = /dev/zero\nEPHFIL = {LEO}\nEPHFIL = {long}\n{'x' * 10**6}")
+        for source in (fifo, "/dev/zero"):
+            self.assertEqual(vectab("info", source).stderr, f"vectab: {source}: not a regular file\n")
+        result = vectab("info", listing)
+        reasons = [f"1: {fifo}: not a regular file", "2: /dev/zero: not a regular file",
+                   f"4: {long}: a path must not be longer than 512 characters"]
+        for reason in reasons:
+            self.assertIn(f"vectab: {listing}:{reason}\n", result.stderr)
+        self.assertEqual(([line.split()[-1] for line in result.stdout.splitlines()], result.returncode), (["file", LEO], 1))
+
+    def test_no_name_steers_the_terminal(self):
+        path = os.fsencode(self.folder) + b"/20012\xc2\x9b31m\x9b\x1b\xc3\xa9\xed\xa0\x80\xf0\x9f\x9b\xb0.e"
+        shutil.copy(ROOT / LEO, path)
+        shown = "/20012?31m??é???\U0001f6f0.e".encode()
+        for command in ("info", "check"):
+            self.assertIn(shown, subprocess.run([VECTAB, command, path], stdout=subprocess.PIPE).stdout)
+        self.assertIn(shown, subprocess.run([VECTAB, "info", path + b".e"], stderr=subprocess.PIPE).stderr)
+
+    def test_names_that_are_long_or_lead_to_standard_output(self):
+        wanted = self.succeed("convert", LEO, "-o", "-", "--to", "csv")
+        out = self.folder / ("n" * 251 + ".csv")
+        self.succeed("convert", LEO, "-o", out)
+        self.assertEqual(out.read_text(), wanted)
+        self.assertEqual(self.succeed("convert", LEO, "-o", "/dev/stdout", "--to", "csv"), wanted)
+
+    def test_closed_standard_descriptors(self):
+        out = self.folder / "out.csv"
+        wanted = self.succeed("convert", LEO, "-o", "-", "--to", "csv")
+        run = lambda closed, *arguments: vectab(*arguments, preexec_fn=lambda: [os.close(number) for number in closed])
+        for closed in ((0,), (1,), (2,), (0, 1, 2)):
+            self.assertEqual(run(closed, "convert", LEO, "-o", out).returncode, 0)
+            self.assertEqual(out.read_text(), wanted)
+        for closed, arguments in ((1, ["info", LEO]), (0, ["info", "-"])):
+            result = run((closed,), *arguments)
+            self.assertRegex(result.stderr, "^vectab: [^\n]*: Bad file descriptor\n$")
+            self.assertEqual(result.returncode, 1)
 
 
 class Streams(VectabTest):

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <span>
 
@@ -95,11 +96,18 @@ ErrorEstimate EstimateErrors(const Record& record, const Survey& survey) {
         }
         const Polynomial reference(std::span<const State>(survey.points).subspan(first, count), survey.HasVelocities());
         ErrorBetween error{given.times[place + 1], 0.0, 0.0};
+        bool measured = true;
         for (std::size_t k = place; k < place + kShares.size(); ++k) {
             const State state = given.At(k);
             const State wanted = reference.At(state.ds50UTC);
-            error.position = std::max(error.position, PositionDistance(state, wanted));
-            error.velocity = std::max(error.velocity, VelocityDistance(state, wanted));
+            const double position = PositionDistance(state, wanted), velocity = VelocityDistance(state, wanted);
+            measured &= std::isfinite(position) && std::isfinite(velocity);
+            error.position = std::max(error.position, position);
+            error.velocity = std::max(error.velocity, velocity);
+        }
+        if (!measured) {
+            ++estimate.tooLarge;
+            continue;
         }
         const bool atEnd = intervals[i] == 0 || intervals[i] == last;
         (atEnd ? estimate.ends : estimate.inner).push_back(error);

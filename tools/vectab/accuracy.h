@@ -20,6 +20,7 @@ struct ErrorEstimate {
     std::vector<ErrorBetween> inner;
     std::vector<ErrorBetween> ends;  // the first and the last interval, whose four points all lie on one side but one
     std::size_t skipped = 0;         // intervals next to a hole or a long step
+    std::size_t tooLarge = 0;        // intervals whose numbers are too large to compute with
 
     bool Any() const noexcept { return !inner.empty() || !ends.empty(); }
     double LargestPosition() const noexcept;

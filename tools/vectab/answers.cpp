@@ -62,7 +62,7 @@ struct Batch {
 // Tells of times without a state, a line for those that follow each other and have the same cause.
 class LeftOutTimes {
   public:
-    explicit LeftOutTimes(std::string label) : label_(std::move(label)) {}
+    LeftOutTimes(std::string label, bool silent) : label_(std::move(label)), silent_(silent) {}
 
     void Add(double ds50UTC, std::string_view cause) {
         if (cause != cause_) Tell();
@@ -74,7 +74,7 @@ class LeftOutTimes {
     }
 
     void Tell() {
-        if (count_ == 0) return;
+        if (count_ == 0 || silent_) return;
         const std::string first = FormatUtc(first_, ' ', 3);
         const std::string times = count_ == 1 ? "at " + first
                                               : "from " + first + " to " + FormatUtc(last_, ' ', 3) + " (" +
@@ -87,6 +87,7 @@ class LeftOutTimes {
 
   private:
     std::string label_;
+    bool silent_;
     std::string_view cause_;
     double first_ = 0.0;
     double last_ = 0.0;
@@ -112,9 +113,8 @@ double TimeGrid::Time(std::int64_t i) const noexcept {
     return from_ + static_cast<double>(i) * step_ / kSecondsPerDay;
 }
 
-bool ForEachState(const Table& table, const TimeGrid& grid, bool trustedOnly,
-                  const std::function<void(const Answer&)>& use) {
-    LeftOutTimes leftOut(table.file.Label(table.record));
+bool ForEachState(const Table& table, const TimeGrid& grid, bool trustedOnly, const UseAnswer& use, bool silent) {
+    LeftOutTimes leftOut(table.file.Label(table.record), silent);
     for (std::int64_t first = 0; first < grid.Count(); first += kAtOnce) {
         const Batch batch(table.record, grid, first);
         for (std::size_t i = 0; i < batch.times.size(); ++i) {
@@ -133,7 +133,7 @@ bool ForEachState(const Table& table, const TimeGrid& grid, bool trustedOnly,
     return !leftOut.Any();
 }
 
-void ForEachPoint(const Table& table, const std::function<void(const Answer&)>& use) {
+void ForEachPoint(const Table& table, const UseAnswer& use) {
     for (std::int32_t number = 1; number <= table.record.points; ++number) {
         Answer answer;
         State& state = answer.state;

@@ -39,13 +39,16 @@ class TimeGrid {
     std::int64_t count_;
 };
 
+using UseAnswer = std::function<void(const Answer&)>;
+
 // Hands the states at the times of the grid to `use`, one after the other; with `trustedOnly` those without a mark. What
-// is left out, because there is no state or by its mark, is told on standard error. Whether all states were there.
-bool ForEachState(const Table& table, const TimeGrid& grid, bool trustedOnly,
-                  const std::function<void(const Answer&)>& use);
+// is left out, because there is no state or by its mark, is told on standard error, unless that is to be silent. Whether all
+// states were there.
+bool ForEachState(const Table& table, const TimeGrid& grid, bool trustedOnly, const UseAnswer& use,
+                  bool silent = false);
 
 // Hands the points themselves to `use`.
-void ForEachPoint(const Table& table, const std::function<void(const Answer&)>& use);
+void ForEachPoint(const Table& table, const UseAnswer& use);
 
 // A number of seconds above 0 for an option, or a failure.
 double RequiredStep(double seconds);

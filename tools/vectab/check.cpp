@@ -94,13 +94,18 @@ std::string DescribeErrors(const Table& table) {
     text += Quantiles("position of points left out, m", leftOut, &LeftOut::position);
     text += Labelled("", Counted(estimate.inner.size() + estimate.ends.size(), "interval") + " estimated, " +
                              std::to_string(estimate.skipped) + " skipped next to a gap");
+    if (estimate.tooLarge + table.survey.tooLarge > 0) {
+        text += Labelled("", Counted(estimate.tooLarge, "interval") + " and " +
+                                 Counted(table.survey.tooLarge, "point") +
+                                 " left out cannot be measured: the numbers are too large");
+    }
     return text;
 }
 
 std::string Report(const Table& table) {
     const Record& record = table.record;
     const Survey& survey = table.survey;
-    return table.file.Name() + " record " + std::to_string(record.number) + ": satellite " +
+    return Printable(table.file.Name()) + " record " + std::to_string(record.number) + ": satellite " +
            std::to_string(record.satNum) + ", " + record.format + ", " + FrameName(record.frame) + ", " +
            Counted(survey.points.size(), "point") + '\n' +
            Labelled("span", FormatUtc(record.start, ' ', 3) + " to " + FormatUtc(record.end, ' ', 3) + " (" +

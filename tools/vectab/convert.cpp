@@ -14,6 +14,7 @@
 #include "options.h"
 #include "output.h"
 #include "text.h"
+#include "times.h"
 #include "writers.h"
 
 namespace Vectab {
@@ -36,15 +37,29 @@ const Writer& WriterFor(const ConvertOptions& options) {
     throw Failure("--output: must end in .oem, .e or .csv, or --to say the format: " + options.output, kExitUsage);
 }
 
-// The answers to write: the points, or states at even steps.
-std::vector<Answer> Collect(const Table& table, const std::optional<double>& step, bool& all) {
-    std::vector<Answer> answers;
-    const auto keep = [&](const Answer& answer) { answers.push_back(answer); };
-    if (step) {
-        all &= ForEachState(table, TimeGrid(table.record.start, table.record.end, *step), true, keep);
-    } else {
-        ForEachPoint(table, keep);
-    }
+// The answers to write: the points, or states at even steps. False when states had to be left out.
+bool ForEachAnswer(const Table& table, const std::optional<double>& step, const UseAnswer& use, bool silent) {
+    if (step) return ForEachState(table, TimeGrid(table.record.start, table.record.end, *step), true, use, silent);
+    ForEachPoint(table, use);
+    return true;
+}
+
+// Walks once over the answers, for what has to be known of them before the first is written. `refusal` is why they cannot be
+// written.
+Answers LookAhead(const Writer& writer, const Table& table, const std::optional<double>& step, bool& all,
+                  std::string& refusal) {
+    Answers answers;
+    const auto look = [&](const Answer& answer) {
+        const double time = answer.state.ds50UTC;
+        if (answers.count++ == 0) answers.start = time;
+        answers.end = time;
+        if (refusal.empty() && !writer.holdsTime(table, time)) {
+            refusal = "the format cannot hold the time " + FormatUtc(time, ' ', 3);
+        }
+    };
+    all &= ForEachAnswer(table, step, look, false);
+    if (answers.count == 0) refusal = "no state to write";
+    answers.forEach = [&table, step](const UseAnswer& use) { ForEachAnswer(table, step, use, true); };
     return answers;
 }
 
@@ -75,9 +90,8 @@ int RunConvert(const ConvertOptions& options) {
     const int exitStatus = ForEachTable(options.inputs, [&](const Table& table) {
         RefuseInput(options.output, table.record.file);
         std::string refusal = writer.refusal(table);
-        std::vector<Answer> answers;
-        if (refusal.empty()) answers = Collect(table, options.step, all);
-        if (refusal.empty() && answers.empty()) refusal = "no state to write";
+        Answers answers;
+        if (refusal.empty()) answers = LookAhead(writer, table, options.step, all, refusal);
         if (!refusal.empty()) {
             Complain(table.file.Label(table.record) + ": left out: " + refusal);
             all = false;

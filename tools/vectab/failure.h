@@ -1,6 +1,8 @@
 // How a command ends early.
 #pragma once
 
+#include <cerrno>
+#include <cstring>
 #include <stdexcept>
 #include <string>
 
@@ -20,5 +22,10 @@ class Failure : public std::runtime_error {
   private:
     int exitStatus_;
 };
+
+// No message when the reader of a pipe went away.
+[[noreturn]] inline void FailToWrite(const std::string& name, int error) {
+    throw Failure(error == EPIPE ? "" : "cannot write " + name + ": " + std::strerror(error));
+}
 
 }  // namespace Vectab

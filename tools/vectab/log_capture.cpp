@@ -47,7 +47,8 @@ void LogCapture::Add(bool error, std::string_view text) {
         badLineFollows_ = true;
         return;
     }
-    if (entries_.size() < kMostEntries) entries_.push_back(std::move(entry));
+    const std::size_t most = entry.error ? kMostEntries : kMostEntries / 2;  // a long list must not crowd errors out
+    if (entries_.size() < most) entries_.push_back(std::move(entry));
 }
 
 std::vector<LogCapture::Entry> LogCapture::Take() {

@@ -5,13 +5,17 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
 #include <sstream>
 #include <string>
+#include <unistd.h>
 
 #include "commands.h"
 #include "failure.h"
 #include "log_capture.h"
 #include "output.h"
+#include "scratch.h"
 #include "text.h"
 
 namespace {
@@ -63,8 +67,19 @@ int Run(int argc, char** argv) {
 
 }  // namespace
 
+// A file that is opened in the place of a closed one of the three would get what is meant for that. Reading and writing
+// where nothing is fails.
+void OccupyStandardDescriptors() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        const bool closed = ::fcntl(descriptor, F_GETFD) < 0;
+        if (closed && ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY) != descriptor) std::_Exit(kExitFailure);
+    }
+}
+
 int main(int argc, char** argv) {
-    std::signal(SIGPIPE, SIG_IGN);
+    OccupyStandardDescriptors();
+    for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);  // a write tells
+    RemoveScratchFilesOnSignals();
     VecHostSetElsetKeyMode(1);  // keeps records apart that share satellite and epoch
     LogCapture::Instance();
     try {

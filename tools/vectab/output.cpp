@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 #include "failure.h"
 
@@ -14,8 +15,10 @@ namespace {
 
 constexpr std::size_t kBufferSize = 65536;
 
-[[noreturn]] void FailToWrite(const std::string& name, int error) {
-    throw Failure(error == EPIPE ? "" : "cannot write " + name + ": " + std::strerror(error));
+// Whether the file is where standard output goes, as /dev/stdout is.
+bool IsStandardOutput(const struct stat& file) noexcept {
+    struct stat standard;
+    return ::fstat(STDOUT_FILENO, &standard) == 0 && standard.st_dev == file.st_dev && standard.st_ino == file.st_ino;
 }
 
 }  // namespace
@@ -39,36 +42,31 @@ Output::Output() : descriptor_(STDOUT_FILENO), name_("standard output") {}
 
 Output::Output(const std::string& path) : Output() {
     if (path == "-") return;
-    descriptor_ = -1;
     name_ = path;
-    std::error_code error;
-    target_ = std::filesystem::weakly_canonical(path, error).string();
-    if (error) FailToWrite(name_, error.value());
     struct stat old;
-    const bool exists = ::stat(target_.c_str(), &old) == 0;
+    const bool exists = ::stat(path.c_str(), &old) == 0;
+    if (exists && IsStandardOutput(old)) return;
     if (exists && !S_ISREG(old.st_mode)) {
-        descriptor_ = ::open(target_.c_str(), O_WRONLY | O_CLOEXEC);
+        descriptor_ = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
         if (descriptor_ < 0) Fail();
         return;
     }
-    if (exists && ::access(target_.c_str(), W_OK) != 0) Fail();
-    CreateBeside(exists ? old.st_mode & 07777U : 0666U);
+    if (exists && ::access(path.c_str(), W_OK) != 0) Fail();
+    CreateBeside(path, exists ? old.st_mode & 07777U : 0666U);
     if (exists) ::fchmod(descriptor_, old.st_mode & 07777U);
 }
 
 Output::~Output() {
-    if (descriptor_ > STDERR_FILENO) ::close(descriptor_);
-    if (!beside_.empty()) ::unlink(beside_.c_str());
+    if (!beside_ && descriptor_ > STDERR_FILENO) ::close(descriptor_);
 }
 
-void Output::CreateBeside(unsigned mode) {
-    for (int attempt = 0; descriptor_ < 0; ++attempt) {
-        beside_ = target_ + "." + std::to_string(::getpid()) + "-" + std::to_string(attempt);
-        descriptor_ = ::open(beside_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-        if (descriptor_ >= 0 || errno == EEXIST) continue;
-        beside_.clear();
-        Fail();
-    }
+// Its name is short, since that of the target may be as long as a name can be.
+void Output::CreateBeside(const std::string& path, mode_t mode) {
+    std::error_code error;
+    target_ = std::filesystem::weakly_canonical(path, error).string();
+    if (error) FailToWrite(name_, error.value());
+    beside_.emplace(target_.substr(0, target_.rfind('/') + 1) + ".vectab-", mode, name_);
+    descriptor_ = beside_->Descriptor();
 }
 
 void Output::Write(std::string_view text) {
@@ -78,13 +76,15 @@ void Output::Write(std::string_view text) {
 
 void Output::Finish() {
     Flush();
-    if (!beside_.empty() && ::fsync(descriptor_) != 0) Fail();
-    const int descriptor = descriptor_;
-    descriptor_ = -1;
-    if (::close(descriptor) != 0) Fail();  // some file systems tell of a full disk only here
-    if (beside_.empty()) return;
-    if (::rename(beside_.c_str(), target_.c_str()) != 0) Fail();
-    beside_.clear();
+    const int descriptor = std::exchange(descriptor_, -1);
+    if (!beside_) {
+        if (::close(descriptor) != 0) Fail();
+        return;
+    }
+    if (::fsync(descriptor) != 0) Fail();
+    if (!beside_->Close()) Fail();  // some file systems tell of a full disk only here
+    if (::rename(beside_->Path().c_str(), target_.c_str()) != 0) Fail();
+    beside_->Keep();
 }
 
 void Output::Flush() {

@@ -1,8 +1,12 @@
 // A file that is written, standard output or another one. No failure to write goes unnoticed.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
+
+#include "scratch.h"
 
 namespace Vectab {
 
@@ -18,7 +22,7 @@ class Output {
     Output();
     // A file, "-" for standard output. It is written beside its place and takes it at the end: until then an earlier file
     // stays as it is, and nothing is left of an output that is not finished. What is no regular file, such as a device, is
-    // written in place.
+    // written in place, and so is the file that standard output goes to.
     explicit Output(const std::string& path);
     ~Output();
     Output(const Output&) = delete;
@@ -33,14 +37,14 @@ class Output {
     void Finish();
 
   private:
-    void CreateBeside(unsigned mode);
+    void CreateBeside(const std::string& path, mode_t mode);
     void Flush();
     [[noreturn]] void Fail() const;
 
     int descriptor_ = -1;
     std::string name_;
-    std::string target_;  // with links followed
-    std::string beside_;  // the file under way; empty when there is none
+    std::string target_;  // with links followed; empty where it is written in place
+    std::optional<ScratchFile> beside_;  // the file under way; none where it is written in place
     std::string pending_;
 };
 

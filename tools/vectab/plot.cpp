@@ -159,6 +159,12 @@ struct Extent {
     double Length() const noexcept { return high - low; }
 };
 
+// Whether gnuplot could not square its ends.
+bool IsTooLong(const Extent& extent) noexcept {
+    constexpr double kLongest = 1e100;  // km
+    return !(extent.Length() < kLongest);
+}
+
 struct Orbit {
     std::string blocks;
     std::array<Extent, 3> extents;
@@ -257,6 +263,9 @@ std::string Script(const Table& table, const std::string& terminal) {
     constexpr std::int32_t kFewPoints = 60;
     const Record& record = table.record;
     const Orbit orbit = OrbitOf(table);
+    if (std::any_of(orbit.extents.begin(), orbit.extents.end(), IsTooLong)) {
+        throw Failure(table.file.Label(record) + ": its positions are too large to be drawn");
+    }
     const std::string errors = ErrorBlocks(table);
     std::string script = "set terminal " + terminal + '\n' + std::string(kSettings) + orbit.blocks + errors;
     script += record.points <= kFewPoints ? "style = 'linespoints pt 7 ps 0.45'\n" : "style = 'lines'\n";

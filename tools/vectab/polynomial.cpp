@@ -1,5 +1,6 @@
 #include "polynomial.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "times.h"
@@ -24,10 +25,12 @@ Polynomial::Polynomial(std::span<const State> points, bool velocities) noexcept
     for (std::size_t order = 1; order < count_; ++order) {
         for (std::size_t i = count_ - 1; i >= order; --i) {
             const double width = nodes_[i] - nodes_[i - order];
-            const double* velocity = points[i / repeats].vel;
-            for (std::size_t axis = 0; axis < 3; ++axis) {
-                double& factor = factors_[i][axis];
-                factor = width > 0.0 ? (factor - factors_[i - 1][axis]) / width : velocity[axis];
+            const Vector& before = factors_[i - 1];
+            Vector& factor = factors_[i];
+            if (width > 0.0) {
+                for (std::size_t axis = 0; axis < 3; ++axis) factor[axis] = (factor[axis] - before[axis]) / width;
+            } else {
+                std::copy_n(points[i / repeats].vel, 3, factor.begin());
             }
         }
     }

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <unistd.h>
 
+#include "scratch.h"
 #include "text.h"
 
 namespace Vectab {
@@ -13,14 +14,14 @@ namespace {
 // The end of the path, short enough for a line of a terminal, which could not be cleared if it were broken.
 std::string ShortName(const std::string& path) {
     constexpr std::size_t kLongest = 48;
-    const std::string shown = Printable(path);
-    return shown.size() <= kLongest ? shown : "..." + shown.substr(shown.size() - kLongest);
+    return Printable(path.size() <= kLongest ? path : "..." + path.substr(path.size() - kLongest));
 }
 
 }  // namespace
 
 Progress::Progress(const std::string& path) {
     if (::isatty(STDERR_FILENO) == 0) return;
+    const SignalHold hold;
     thread_ = std::jthread([this, path](const std::stop_token& stop) { Show(stop, path); });
 }
 

@@ -5,6 +5,7 @@
 #include <vectable/vectable.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
@@ -58,6 +59,7 @@ Record Describe(std::int64_t key) {
 std::string WhyNotOpened(const std::string& path) {
     struct stat properties;
     if (path.empty()) return "no file is named";
+    if (const std::string why = WhyTooLong(path); !why.empty()) return why;
     if (::stat(path.c_str(), &properties) != 0) return path + ": " + std::strerror(errno);
     if (S_ISDIR(properties.st_mode)) return path + ": " + std::strerror(EISDIR);
     return S_ISREG(properties.st_mode) ? "" : path + ": not a regular file";
@@ -79,24 +81,37 @@ double Record::SpanSeconds() const noexcept {
     return (end - start) * kSecondsPerDay;
 }
 
+StoredKeys::~StoredKeys() {
+    for (const std::int64_t key : keys_) VecTabRemoveSat(key);
+}
+
+std::vector<std::int64_t> StoredKeys::TakeLoaded() {
+    std::vector<std::int64_t> loaded;
+    std::array<std::int64_t, 64> some;
+    for (std::int32_t count = 0; (count = VecHostTakeKeys(some.data(), some.size())) > 0;) {
+        loaded.insert(loaded.end(), some.begin(), some.begin() + count);
+    }
+    keys_.insert(keys_.end(), loaded.begin(), loaded.end());
+    return loaded;
+}
+
 LoadedFile::LoadedFile(const std::string& name, bool verbose) : source_(name) {
     {
         const Progress progress(name);
         Load();
+        LoadListed();
     }
-    const std::vector<ListedFile> listed = ListedFiles(source_.Path());
-    LoadListed(listed);
     PassOnLog(verbose);
-    DescribeAll();
-    TellMissing(listed);
+    LeaveOutCut();
+    TellMissing();
+    for (Record& record : records_) {
+        record.number = static_cast<std::size_t>(&record - records_.data()) + 1;
+        record.file = source_.Shown(record.file);
+    }
     if (records_.empty()) {
         throw Failure(name + (complete_ ? ": no ephemeris found" : ": an ephemeris could not be read"));
     }
     if (!complete_) Complain(name + ": not all of it could be read");
-}
-
-LoadedFile::~LoadedFile() {
-    VecTabRemoveAllSats();
 }
 
 void LoadedFile::Load() {
@@ -104,33 +119,44 @@ void LoadedFile::Load() {
     if (status == ESPIPE) throw Failure(Name() + ": not a regular file");
     if (status != 0 && status != VEC_TAB_FAILURE) throw Failure(Name() + ": " + std::strerror(status));
     complete_ = status == 0;
+    DescribeLoaded();
+    listed_ = ListedFiles(source_.Path());
 }
 
 // The library follows lists, and passes orbit ephemeris messages over.
-void LoadedFile::LoadListed(const std::vector<ListedFile>& listed) {
-    for (const ListedFile& file : listed) {
-        if (IsOrbitEphemerisMessage(file.path) && LoadMessage(file.path) != 0) complete_ = false;
+void LoadedFile::LoadListed() {
+    const std::unordered_set<std::string> loaded = Files();
+    for (const ListedFile& file : listed_) {
+        if (loaded.contains(file.path) || !IsOrbitEphemerisMessage(file.path)) continue;
+        if (LoadMessage(file.path) != 0) complete_ = false;
+        DescribeLoaded();
     }
 }
 
-void LoadedFile::DescribeAll() {
-    std::vector<std::int64_t> keys(static_cast<std::size_t>(VecTabGetCount()));
-    if (keys.empty()) return;
-    constexpr std::int32_t kByEntry = 2;
-    VecTabGetLoaded(kByEntry, keys.data());
-    for (const std::int64_t key : keys) {
-        records_.push_back(Describe(key));
-        records_.back().number = records_.size();
-        records_.back().file = source_.Shown(records_.back().file);
-    }
+void LoadedFile::DescribeLoaded() {
+    for (const std::int64_t key : keys_.TakeLoaded()) records_.push_back(Describe(key));
 }
 
-void LoadedFile::TellMissing(const std::vector<ListedFile>& listed) {
-    for (const ListedFile& file : listed) {
-        if (std::any_of(records_.begin(), records_.end(),
-                        [&](const Record& record) { return record.file == file.path; })) {
-            continue;
-        }
+std::unordered_set<std::string> LoadedFile::Files() const {
+    std::unordered_set<std::string> files;
+    for (const Record& record : records_) files.insert(record.file);
+    return files;
+}
+
+// Of a path that is too long for it the library opens the head, which is another file.
+void LoadedFile::LeaveOutCut() {
+    std::unordered_set<std::string> cut;
+    for (const ListedFile& file : listed_) {
+        if (WhyTooLong(file.path).empty()) continue;
+        cut.emplace(WithoutOuterBlanks(std::string_view(file.path).substr(0, VEC_TAB_PATH_LENGTH)));
+    }
+    if (!cut.empty()) std::erase_if(records_, [&](const Record& record) { return cut.contains(record.file); });
+}
+
+void LoadedFile::TellMissing() {
+    const std::unordered_set<std::string> loaded = Files();
+    for (const ListedFile& file : listed_) {
+        if (loaded.contains(file.path)) continue;
         const std::string why = WhyNotOpened(file.path);
         Complain(Name() + ":" + std::to_string(file.line) + ": " +
                  (why.empty() ? file.path + ": no ephemeris found" : why));

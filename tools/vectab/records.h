@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "source.h"
@@ -41,14 +42,26 @@ struct State {
     std::int32_t revNum;
 };
 
+// Stored records, which leave the store at the end of the scope.
+class StoredKeys {
+  public:
+    StoredKeys() = default;
+    ~StoredKeys();
+    StoredKeys(const StoredKeys&) = delete;
+    StoredKeys& operator=(const StoredKeys&) = delete;
+
+    // Adds what the last load has stored.
+    std::vector<std::int64_t> TakeLoaded();
+
+  private:
+    std::vector<std::int64_t> keys_;
+};
+
 // The records of a file, stored as long as this lives. The messages of the library's log are passed on to standard error.
 class LoadedFile {
   public:
     // A failure when the file gives no record.
     explicit LoadedFile(const std::string& name, bool verbose = false);
-    ~LoadedFile();
-    LoadedFile(const LoadedFile&) = delete;
-    LoadedFile& operator=(const LoadedFile&) = delete;
 
     // For messages.
     const std::string& Name() const noexcept { return source_.Name(); }
@@ -65,12 +78,16 @@ class LoadedFile {
 
   private:
     void Load();
-    void LoadListed(const std::vector<ListedFile>& listed);
-    void DescribeAll();
-    void TellMissing(const std::vector<ListedFile>& listed);
+    void LoadListed();
+    void DescribeLoaded();
+    void LeaveOutCut();
+    void TellMissing();
     void PassOnLog(bool verbose);
+    std::unordered_set<std::string> Files() const;
 
     Source source_;
+    std::vector<ListedFile> listed_;
+    StoredKeys keys_;
     std::vector<Record> records_;
     bool complete_ = true;
 };

@@ -5,28 +5,27 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <string_view>
 #include <unistd.h>
 
 #include "failure.h"
+#include "lines.h"
 #include "output.h"
 #include "text.h"
 
 namespace Vectab {
 namespace {
 
+constexpr const char* kCopy = "a copy of standard input";
+
 // The path as the library must be given it to open the file of exactly this name.
 std::string LibraryPath(const std::string& path) {
     if (::access(path.c_str(), R_OK) != 0) throw Failure(path + ": " + std::strerror(errno));
     std::string given = path.starts_with(' ') ? "./" + path : path;
     if (given.ends_with(' ')) throw Failure(path + ": a path must not end in a blank");
-    if (given.size() > VEC_TAB_PATH_LENGTH) {
-        throw Failure(path + ": a path must not be longer than " + std::to_string(VEC_TAB_PATH_LENGTH) + " characters");
-    }
+    if (const std::string why = WhyTooLong(given); !why.empty()) throw Failure(why);
     return given;
 }
 
@@ -37,7 +36,7 @@ void CopyStandardInput(int descriptor) {
         if (count < 0 && errno == EINTR) continue;
         if (count < 0) throw Failure(std::string("standard input: ") + std::strerror(errno));
         if (count == 0) return;
-        WriteAll(descriptor, {piece.data(), static_cast<std::size_t>(count)}, "a copy of standard input");
+        WriteAll(descriptor, {piece.data(), static_cast<std::size_t>(count)}, kCopy);
     }
 }
 
@@ -55,10 +54,6 @@ bool IsFileLine(std::string_view line) noexcept {
                        [&](std::string_view keyword) { return BeginsWith(line, keyword); });
 }
 
-std::string_view WithoutCarriageReturn(std::string_view line) noexcept {
-    return line.ends_with('\r') ? line.substr(0, line.size() - 1) : line;
-}
-
 }  // namespace
 
 Source::Source(const std::string& name) : name_(name == "-" ? "standard input" : name) {
@@ -67,48 +62,37 @@ Source::Source(const std::string& name) : name_(name == "-" ? "standard input" :
         return;
     }
     // The first letters are no satellite number.
-    path_ = (std::filesystem::temp_directory_path() / "vectab-XXXXXX").string();
-    const int descriptor = ::mkstemp(path_.data());
-    if (descriptor < 0) throw Failure(path_ + ": " + std::strerror(errno));
-    temporary_ = true;
-    try {
-        CopyStandardInput(descriptor);
-    } catch (...) {
-        ::unlink(path_.c_str());
-        ::close(descriptor);
-        throw;
-    }
-    ::close(descriptor);
+    copy_.emplace((std::filesystem::temp_directory_path() / "vectab-").string(), 0600, kCopy);
+    path_ = copy_->Path();
+    CopyStandardInput(copy_->Descriptor());
+    if (!copy_->Close()) FailToWrite(kCopy, errno);
 }
 
-Source::~Source() {
-    if (temporary_) ::unlink(path_.c_str());
+std::string WhyTooLong(const std::string& path) {
+    if (path.size() <= VEC_TAB_PATH_LENGTH) return {};
+    return path + ": a path must not be longer than " + std::to_string(VEC_TAB_PATH_LENGTH) + " characters";
 }
 
 bool IsOrbitEphemerisMessage(const std::string& path) {
-    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-    std::ifstream file(path);
-    std::string line;
-    while (std::getline(file, line)) {
-        std::string_view message = WithoutCarriageReturn(line);
-        if (message.starts_with(kByteOrderMark)) message.remove_prefix(kByteOrderMark.size());
-        message = WithoutOuterBlanks(message);
-        if (message.empty() || message.starts_with("COMMENT")) continue;
-        return message.starts_with("CCSDS_OEM_VERS") || message.starts_with("<?xml");
+    Lines lines(path);
+    for (std::string_view line; lines.Next(line);) {
+        line = WithoutOuterBlanks(line);
+        if (line.empty() || line.starts_with("COMMENT")) continue;
+        return line.starts_with("CCSDS_OEM_VERS") || line.starts_with("<?xml");
     }
     return false;
 }
 
 std::vector<ListedFile> ListedFiles(const std::string& path) {
     std::vector<ListedFile> files;
-    std::ifstream file(path);
-    std::string line;
-    for (std::int64_t number = 1; std::getline(file, line); ++number) {
+    Lines lines(path);
+    std::int64_t number = 0;
+    for (std::string_view line; lines.Next(line);) {
+        ++number;
         if (!IsFileLine(line)) continue;
-        const std::string_view message = WithoutCarriageReturn(line);
-        const auto equals = message.find('=');
+        const auto equals = line.find('=');
         const bool named = equals != std::string_view::npos;
-        files.push_back({named ? std::string(WithoutOuterBlanks(message.substr(equals + 1))) : "", number});
+        files.push_back({named ? std::string(WithoutOuterBlanks(line.substr(equals + 1))) : "", number});
     }
     return files;
 }

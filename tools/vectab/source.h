@@ -2,8 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "scratch.h"
 
 namespace Vectab {
 
@@ -13,9 +16,6 @@ class Source {
   public:
     // A failure when there is no such file, or no path that the library can be given.
     explicit Source(const std::string& name);
-    ~Source();
-    Source(const Source&) = delete;
-    Source& operator=(const Source&) = delete;
 
     // For messages.
     const std::string& Name() const noexcept { return name_; }
@@ -29,8 +29,11 @@ class Source {
   private:
     std::string name_;
     std::string path_;
-    bool temporary_ = false;
+    std::optional<ScratchFile> copy_;  // of standard input
 };
+
+// The message about a path that is too long for the library; empty when it is not.
+std::string WhyTooLong(const std::string& path);
 
 // Whether the file looks like an orbit ephemeris message, which has a call of its own in the library.
 bool IsOrbitEphemerisMessage(const std::string& path);

@@ -20,7 +20,7 @@ namespace {
 constexpr double kLongStepFactor = 4.0;
 
 bool HasVelocity(const State& point) noexcept {
-    return std::hypot(point.vel[0], point.vel[1], point.vel[2]) > 0.0;
+    return std::any_of(point.vel, std::end(point.vel), [](double component) { return std::fabs(component) > 0.0; });
 }
 
 void ReadPoint(const Record& record, std::int32_t number, Survey& survey) {
@@ -42,16 +42,18 @@ bool IsFilled(const Record& record, double ds50UTC) {
     return VecBatchPairs(1, &record.key, &ds50UTC, state, nullptr, nullptr, nullptr) == 0;
 }
 
-// The median of the steps around one, up to five on either side.
-double TypicalStep(std::span<const double> steps, std::size_t index) {
+// Whether a value is more than so many times the median of the others.
+bool ExceedsMedian(double value, double factor, std::span<const double> others) noexcept {
+    const auto exceeded = std::count_if(others.begin(), others.end(), [&](double other) { return value > factor * other; });
+    return exceeded > (std::ssize(others) - 1) / 2;
+}
+
+// Beside the steps around, up to five on either side.
+bool IsLongStep(std::span<const double> steps, std::size_t index) noexcept {
     constexpr std::size_t kAround = 5;
-    std::array<double, 2 * kAround + 1> around;
     const std::size_t first = index < kAround ? 0 : index - kAround;
     const std::size_t count = std::min(index + kAround + 1, steps.size()) - first;
-    std::copy_n(steps.begin() + static_cast<std::ptrdiff_t>(first), count, around.begin());
-    auto* const middle = around.begin() + static_cast<std::ptrdiff_t>((count - 1) / 2);
-    std::nth_element(around.begin(), middle, around.begin() + static_cast<std::ptrdiff_t>(count));
-    return *middle;
+    return ExceedsMedian(steps[index], kLongStepFactor, steps.subspan(first, count));
 }
 
 void FindGaps(const Record& record, Survey& survey) {
@@ -61,7 +63,7 @@ void FindGaps(const Record& record, Survey& survey) {
     }
     for (std::size_t i = 0; i < steps.size(); ++i) {
         const bool hole = steps[i] > kLongestStep;
-        if (!hole && steps[i] <= kLongStepFactor * TypicalStep(steps, i)) continue;
+        if (!hole && !IsLongStep(steps, i)) continue;
         const double from = survey.points[i].ds50UTC;
         const double to = survey.points[i + 1].ds50UTC;
         (hole ? survey.holes : survey.longSteps).push_back({i, from, to, IsFilled(record, from + (to - from) / 2)});
@@ -83,28 +85,24 @@ std::optional<double> LeftOutAt(const Survey& survey, std::size_t index, std::si
 
 using LeftOutErrors = std::vector<std::optional<double>>;
 
-// The median of the errors two to six points away on one side, or none. `step` is the side, -1 or 1.
-std::optional<double> ErrorBeside(const LeftOutErrors& errors, std::size_t index, std::ptrdiff_t step) {
+// Whether the error stands out of those two to six points away on one side. `step` is the side, -1 or 1.
+bool StandsOut(const LeftOutErrors& errors, std::size_t index, std::ptrdiff_t step) noexcept {
     constexpr std::ptrdiff_t kNearest = 2, kFarthest = 6;
-    std::vector<double> beside;
+    constexpr double kFactor = 10.0;
+    std::array<double, kFarthest - kNearest + 1> beside;
+    std::size_t count = 0;
     for (std::ptrdiff_t away = kNearest; away <= kFarthest; ++away) {
         const std::ptrdiff_t place = static_cast<std::ptrdiff_t>(index) + step * away;
-        if (place < 0 || place >= static_cast<std::ptrdiff_t>(errors.size())) break;
-        if (const auto& error = errors[static_cast<std::size_t>(place)]) beside.push_back(*error);
+        if (place < 0 || place >= std::ssize(errors)) break;
+        if (const auto& error = errors[static_cast<std::size_t>(place)]) beside[count++] = *error;
     }
-    if (beside.empty()) return std::nullopt;
-    const auto middle = beside.begin() + static_cast<std::ptrdiff_t>((beside.size() - 1) / 2);
-    std::nth_element(beside.begin(), middle, beside.end());
-    return *middle;
+    return count > 0 && ExceedsMedian(*errors[index], kFactor, std::span(beside).first(count));
 }
 
 // A break of the orbit stands out of the errors around, and more neighbours do not make it smaller. Where a smooth orbit
 // is strongly curved, they do.
 bool IsSpike(const Survey& survey, const LeftOutErrors& errors, std::size_t index) {
-    constexpr double kStandsOut = 10.0;
-    const std::optional<double> before = ErrorBeside(errors, index, -1);
-    const std::optional<double> after = ErrorBeside(errors, index, 1);
-    if (!errors[index] || !before || !after || !(*errors[index] > kStandsOut * std::max(*before, *after))) return false;
+    if (!errors[index] || !StandsOut(errors, index, -1) || !StandsOut(errors, index, 1)) return false;
     constexpr double kNoSmaller = 0.95;
     const std::optional<double> fromSix = LeftOutAt(survey, index, 3);
     return fromSix && *fromSix > kNoSmaller * *errors[index];
@@ -114,6 +112,10 @@ void MeasureLeftOut(Survey& survey) {
     LeftOutErrors errors(survey.points.size());
     for (std::size_t i = 0; i < errors.size(); ++i) {
         errors[i] = LeftOutAt(survey, i, 2);
+        if (errors[i] && !std::isfinite(*errors[i])) {
+            ++survey.tooLarge;
+            errors[i].reset();
+        }
         if (errors[i]) survey.leftOut.push_back({survey.points[i].ds50UTC, *errors[i]});
     }
     constexpr std::size_t kReach = 4;  // points that one break touches

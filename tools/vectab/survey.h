@@ -39,6 +39,7 @@ struct Survey {
     std::vector<Gap> holes;        // steps of more than VEC_TAB_GAP_MINUTES
     std::vector<Gap> longSteps;    // shorter ones of more than four times the steps around
     std::vector<LeftOut> leftOut;  // none without velocities
+    std::size_t tooLarge = 0;      // points whose error is too large to be computed
     std::vector<LeftOut> spikes;   // of the errors, which no smooth orbit has
 
     bool HasVelocities() const noexcept { return withoutVelocity < points.size(); }

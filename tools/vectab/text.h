@@ -7,7 +7,8 @@
 
 namespace Vectab {
 
-// The text with a question mark for every control character, so that no file can steer the terminal.
+// The text with a question mark for every control character, and for every byte that is not of UTF-8, so that no file can
+// steer the terminal.
 std::string Printable(std::string_view text);
 
 std::string_view WithoutOuterBlanks(std::string_view text) noexcept;
@@ -17,7 +18,7 @@ std::string Shortest(double value);
 
 std::string Fixed(double value, int decimals);
 
-// Fixed notation with four significant digits, without decimals from 1000 on.
+// Four significant digits, without decimals from 1000 on, and with an exponent from 10^12 on.
 std::string FourDigits(double value);
 
 // "1 point", "2 points".

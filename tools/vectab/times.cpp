@@ -54,10 +54,14 @@ std::optional<TimeRequest> ParseTime(std::string_view text) {
     return TimeRequest{TimeRequest::Kind::kDate, *ds50UTC};
 }
 
-std::string FormatUtc(double ds50UTC, char separator, int decimals) {
+bool IsInCalendar(double ds50UTC) noexcept {
     constexpr double kFirstDay = -711857.0;  // of the year 1
     constexpr double kLastDay = 2940000.0;   // in the year 9999
-    if (!(ds50UTC > kFirstDay && ds50UTC < kLastDay)) return "day " + Shortest(ds50UTC);
+    return ds50UTC > kFirstDay && ds50UTC < kLastDay;
+}
+
+std::string FormatUtc(double ds50UTC, char separator, int decimals) {
+    if (!IsInCalendar(ds50UTC)) return "day " + Shortest(ds50UTC);
 
     const std::int64_t ticksPerSecond = PowerOfTen(decimals);
     const std::int64_t ticksPerDay = 86400 * ticksPerSecond;

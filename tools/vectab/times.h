@@ -25,6 +25,9 @@ struct TimeRequest {
 // "start", "end", a number of days, or a date as VecHostTimeOfText reads it.
 std::optional<TimeRequest> ParseTime(std::string_view text);
 
+// Whether the calendar reaches a time: years 1 to 9999.
+bool IsInCalendar(double ds50UTC) noexcept;
+
 // "2026-03-01 00:00:00.000", the number of days where the calendar does not reach. `separator` stands after the date.
 std::string FormatUtc(double ds50UTC, char separator, int decimals);
 

@@ -10,6 +10,11 @@ std::string Refusal(const Table& /*table*/) {
     return {};
 }
 
+// The column of days has every time.
+bool HoldsTime(const Table& /*table*/, double /*ds50UTC*/) {
+    return true;
+}
+
 std::vector<std::string> Losses(const Table& table, const std::string& /*out*/) {
     return table.record.name.empty() ? std::vector<std::string>{} : std::vector<std::string>{"names"};
 }
@@ -19,13 +24,13 @@ void WriteHead(Output& output) {
 }
 
 // Fields of covariances that there are not stay empty.
-void WriteTable(Output& output, const Table& table, const std::vector<Answer>& answers) {
+void WriteTable(Output& output, const Table& table, const Answers& answers) {
     const bool covariance = table.survey.withCovariance + table.survey.withScalar > 0;
-    for (const Answer& answer : answers) {
+    answers.forEach([&](const Answer& answer) {
         std::string line = CsvLine(table.record, answer, covariance);
         if (!covariance) line.insert(line.size() - 1, std::string(VEC_TAB_COV_TERMS, ','));
         output.Write(line);
-    }
+    });
 }
 
 }  // namespace
@@ -43,7 +48,8 @@ std::string CsvHeader(bool covariance) {
 std::string CsvLine(const Record& record, const Answer& answer, bool covariance) {
     const State& state = answer.state;
     std::string line = std::to_string(record.satNum) + ',' + FrameName(record.frame) + ',' +
-                       FormatUtc(state.ds50UTC, 'T', 6) + "Z," + Shortest(state.ds50UTC);
+                       (IsInCalendar(state.ds50UTC) ? FormatUtc(state.ds50UTC, 'T', 6) + "Z," : ",") +
+                       Shortest(state.ds50UTC);
     for (const double component : state.pos) line += ',' + Shortest(component);
     for (const double component : state.vel) line += ',' + Shortest(component);
     line += ',' + std::to_string(state.revNum) + ',' + std::string(answer.mark);
@@ -52,6 +58,6 @@ std::string CsvLine(const Record& record, const Answer& answer, bool covariance)
     return line + '\n';
 }
 
-const Writer kCsvWriter = {"csv", ".csv", Refusal, Losses, WriteHead, WriteTable};
+const Writer kCsvWriter = {"csv", ".csv", Refusal, HoldsTime, Losses, WriteHead, WriteTable};
 
 }  // namespace Vectab

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "text.h"
 #include "times.h"
@@ -30,8 +31,8 @@ std::string EpochText(double epoch) {
            date.substr(10);
 }
 
-// The seconds that, over 86400 and with the epoch, give exactly the time; with few decimals if such do.
-double SecondsOf(double ds50UTC, double epoch) noexcept {
+// The seconds that, over 86400 and with the epoch, give exactly the time, if there are such; with few decimals if those do.
+std::optional<double> SecondsOf(double ds50UTC, double epoch) noexcept {
     const double seconds = (ds50UTC - epoch) * kSecondsPerDay;
     const auto exact = [&](double tried) { return !(std::fabs(tried / kSecondsPerDay + epoch - ds50UTC) > 0.0); };
     for (const double ticks : {1e3, 1e6, 1e9}) {
@@ -43,7 +44,8 @@ double SecondsOf(double ds50UTC, double epoch) noexcept {
         below = std::nextafter(below, -HUGE_VAL);
         above = std::nextafter(above, HUGE_VAL);
     }
-    return exact(below) ? below : above;
+    if (exact(below)) return below;
+    return exact(above) ? std::optional(above) : std::nullopt;
 }
 
 std::string Refusal(const Table& table) {
@@ -54,6 +56,10 @@ std::string Refusal(const Table& table) {
         return "Dot-E cannot hold its times";
     }
     return {};
+}
+
+bool HoldsTime(const Table& table, double ds50UTC) {
+    return SecondsOf(ds50UTC, EpochOf(table.record)).has_value();
 }
 
 std::vector<std::string> Losses(const Table& table, const std::string& out) {
@@ -69,25 +75,25 @@ std::vector<std::string> Losses(const Table& table, const std::string& out) {
 
 void WriteHead(Output& /*output*/) {}
 
-void WriteTable(Output& output, const Table& table, const std::vector<Answer>& answers) {
+void WriteTable(Output& output, const Table& table, const Answers& answers) {
     const double epoch = EpochOf(table.record);
     const bool velocities = table.survey.HasVelocities();
-    output.Write("stk.v.12.0\n\nBEGIN Ephemeris\n\nNumberOfEphemerisPoints  " + std::to_string(answers.size()) +
+    output.Write("stk.v.12.0\n\nBEGIN Ephemeris\n\nNumberOfEphemerisPoints  " + std::to_string(answers.count) +
                  "\nScenarioEpoch            " + EpochText(epoch) +
                  "\nCentralBody              Earth\nCoordinateSystem         " + FrameKeyword(table.record.frame) +
                  "\nDistanceUnit             Kilometers\n\n" +
                  (velocities ? "EphemerisTimePosVel\n\n" : "EphemerisTimePos\n\n"));
-    for (const Answer& answer : answers) {
-        std::string line = Shortest(SecondsOf(answer.state.ds50UTC, epoch));
+    answers.forEach([&](const Answer& answer) {
+        std::string line = Shortest(*SecondsOf(answer.state.ds50UTC, epoch));
         for (const double component : answer.state.pos) line += ' ' + Shortest(component);
         for (std::size_t i = 0; velocities && i < 3; ++i) line += ' ' + Shortest(answer.state.vel[i]);
         output.Write(line + '\n');
-    }
+    });
     output.Write("\nend Ephemeris\n");
 }
 
 }  // namespace
 
-const Writer kDotEWriter = {"dot-e", ".e", Refusal, Losses, WriteHead, WriteTable};
+const Writer kDotEWriter = {"dot-e", ".e", Refusal, HoldsTime, Losses, WriteHead, WriteTable};
 
 }  // namespace Vectab

@@ -31,8 +31,11 @@ std::string Refusal(const Table& table) {
     if (FrameKeyword(table.record.frame).empty())
         return "OEM has no name for the frame " + FrameName(table.record.frame);
     if (!table.survey.HasVelocities()) return "OEM has no points without velocities";
-    if (EpochText(table.record.start).empty()) return "OEM cannot hold its times";
     return {};
+}
+
+bool HoldsTime(const Table& /*table*/, double ds50UTC) {
+    return !EpochText(ds50UTC).empty();
 }
 
 std::vector<std::string> Losses(const Table& table, const std::string& /*out*/) {
@@ -58,14 +61,14 @@ void WriteHead(Output& output) {
     output.Write("CCSDS_OEM_VERS = 2.0\nCREATION_DATE = " + FormatUtc(Now(), 'T', 0) + "\nORIGINATOR = vectab\n");
 }
 
-std::string Metadata(const Record& record, const std::vector<Answer>& answers) {
+std::string Metadata(const Record& record, const Answers& answers) {
     const std::string satellite = std::to_string(record.satNum);
     const bool known = record.satNum != VEC_TAB_UNKNOWN_SAT_NUM;
     return "\nMETA_START\nOBJECT_NAME = " + (record.name.empty() ? satellite : record.name) +
            "\nOBJECT_ID = " + (known || record.satName.empty() ? satellite : record.satName) +
            "\nCENTER_NAME = EARTH\nREF_FRAME = " + FrameKeyword(record.frame) +
-           "\nTIME_SYSTEM = UTC\nSTART_TIME = " + EpochText(answers.front().state.ds50UTC) +
-           "\nSTOP_TIME = " + EpochText(answers.back().state.ds50UTC) +
+           "\nTIME_SYSTEM = UTC\nSTART_TIME = " + EpochText(answers.start) +
+           "\nSTOP_TIME = " + EpochText(answers.end) +
            "\nINTERPOLATION = HERMITE\nINTERPOLATION_DEGREE = 7\nMETA_STOP\n\n";
 }
 
@@ -80,22 +83,22 @@ void WriteCovariance(Output& output, const Answer& answer) {
     }
 }
 
-void WriteTable(Output& output, const Table& table, const std::vector<Answer>& answers) {
+void WriteTable(Output& output, const Table& table, const Answers& answers) {
     output.Write(Metadata(table.record, answers));
-    for (const Answer& answer : answers) {
+    answers.forEach([&](const Answer& answer) {
         std::string line = EpochText(answer.state.ds50UTC);
         for (const double component : answer.state.pos) line += ' ' + Shortest(component);
         for (const double component : answer.state.vel) line += ' ' + Shortest(component);
         output.Write(line + '\n');
-    }
+    });
     if (table.survey.withCovariance == 0) return;
     output.Write("\nCOVARIANCE_START\n");
-    for (const Answer& answer : answers) WriteCovariance(output, answer);
+    answers.forEach([&](const Answer& answer) { WriteCovariance(output, answer); });
     output.Write("COVARIANCE_STOP\n");
 }
 
 }  // namespace
 
-const Writer kOemWriter = {"oem", ".oem", Refusal, Losses, WriteHead, WriteTable};
+const Writer kOemWriter = {"oem", ".oem", Refusal, HoldsTime, Losses, WriteHead, WriteTable};
 
 }  // namespace Vectab
