@@ -60,6 +60,7 @@
  *    RemoveSat, RemoveAllSats                              any call; a removal waits until no call uses the store
  *    GetLoaded                                             any call but those that change a record; and no record may
  *                                                            be added since the count that sized its array
+ *                                                            (VecHostGetLoaded is told its size)
  *    SaveFile                                              any call but those that change a record; a second save is
  *                                                            refused
  *

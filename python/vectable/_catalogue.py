@@ -8,7 +8,7 @@ from array import array
 from ctypes import c_int32, c_int64, c_void_p
 from typing import Any, Sequence, Union
 
-from . import _calls
+from . import _calls, _log
 from ._binding import numpy
 from ._constants import VEC_TAB_GAP_MINUTES, VEC_TAB_LINE_LENGTH, VEC_TAB_PATH_LENGTH, VEC_TAB_STENCIL_POINTS
 from ._library import function, library
@@ -116,7 +116,10 @@ def _keys_of_load():
 def _may_be_cut(key):
     """Whether the path of a record may be the head of a longer one."""
     line = ctypes.create_string_buffer(VEC_TAB_LINE_LENGTH)
-    return library.VecTabGetLine(c_int64(key), line) == 0 and line.raw[-1:] != b" "
+    if library.VecTabGetLine(c_int64(key), line) == 0:
+        return line.raw[-1:] != b" "
+    _log.forget()  # removed by another
+    return False
 
 
 def _cut_paths(path):

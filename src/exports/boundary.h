@@ -53,7 +53,8 @@ inline bool NoRoom(std::string_view call, const std::int64_t* satKeys, std::int3
 }
 
 // Writes as many keys as there is room for; the result is how many there are.
-inline std::int32_t CopyKeys(std::span<const std::int64_t> keys, std::int64_t* satKeys, std::int32_t capacity) noexcept {
+inline std::int32_t CopyKeys(std::span<const std::int64_t> keys, std::int64_t* satKeys,
+                             std::int32_t capacity) noexcept {
     std::copy_n(keys.begin(), std::min(keys.size(), static_cast<std::size_t>(capacity)), satKeys);
     return static_cast<std::int32_t>(keys.size());
 }

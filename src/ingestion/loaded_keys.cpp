@@ -16,14 +16,14 @@ struct Loaded {
 
 // Null when the thread is ending or nothing is to be remembered.
 Loaded* LoadUnderWay() noexcept {
-    Loaded* loaded = VecTableSupport::ThreadOwned<Loaded>();
+    auto* loaded = VecTableSupport::ThreadOwned<Loaded>();
     return loaded != nullptr && loaded->underWay ? loaded : nullptr;
 }
 
 }  // namespace
 
 LoadScope::LoadScope() noexcept {
-    if (Loaded* loaded = VecTableSupport::ThreadOwned<Loaded>()) *loaded = {{}, 0, true};
+    if (auto* loaded = VecTableSupport::ThreadOwned<Loaded>()) *loaded = {{}, 0, true};
 }
 
 LoadScope::~LoadScope() {
@@ -41,7 +41,7 @@ void RememberLoadedKey(std::int64_t key) noexcept {
 }
 
 std::span<const std::int64_t> TakeLoadedKeys(std::size_t most) noexcept {
-    Loaded* loaded = VecTableSupport::ThreadOwned<Loaded>();
+    auto* loaded = VecTableSupport::ThreadOwned<Loaded>();
     if (loaded == nullptr) return {};
     const std::size_t count = std::min(most, loaded->keys.size() - loaded->taken);
     loaded->taken += count;

@@ -23,7 +23,7 @@ struct Kept {
 }  // namespace
 
 void KeepEntry(std::int32_t level, std::string_view text) noexcept {
-    Kept* kept = ThreadOwned<Kept>();
+    auto* kept = ThreadOwned<Kept>();
     if (kept == nullptr) return;
     std::int32_t& count = kept->counts[level == VEC_HOST_TRACE_ERROR ? 0 : 1];
     if (count == VEC_HOST_MOST_KEPT) return;
@@ -41,7 +41,7 @@ void KeepEntry(std::int32_t level, std::string_view text) noexcept {
 }
 
 bool TakeKeptEntry(KeptEntry& entry) noexcept {
-    Kept* kept = ThreadOwned<Kept>();
+    auto* kept = ThreadOwned<Kept>();
     if (kept == nullptr || kept->entries.empty()) return false;
     entry = std::move(kept->entries[kept->taken++]);
     if (kept->taken == kept->entries.size()) *kept = {};

@@ -309,6 +309,14 @@ class Files(VectabTest):
             self.assertIn(f"vectab: {listing}:{reason}\n", result.stderr)
         self.assertEqual(([line.split()[-1] for line in result.stdout.splitlines()], result.returncode), (["file", LEO], 1))
 
+    def test_long_list_hides_no_error(self):
+        point, bad, listing = self.dot_e("20013.e", [(0, 7000, 0, 0, 0, 7.5, 0)]), self.folder / "bad", self.folder / "list"
+        bad.write_text("TIME(SEC): TIME\n" + 16 * "\n" + "no number\n")
+        listing.write_text(10_000 * f"EPHFIL = {point}\n" + f"EPHFIL = {bad}\n")
+        result = vectab("info", listing)
+        self.assertIn("ReadLaunch", result.stderr)
+        self.assertEqual((result.stdout.count(str(point)), result.returncode), (10_000, 1))
+
     def test_no_name_steers_the_terminal(self):
         path = os.fsencode(self.folder) + b"/20012\xc2\x9b31m\x9b\x1b\xc3\xa9\xed\xa0\x80\xf0\x9f\x9b\xb0.e"
         shutil.copy(ROOT / LEO, path)

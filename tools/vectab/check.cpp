@@ -95,9 +95,9 @@ std::string DescribeErrors(const Table& table) {
     text += Labelled("", Counted(estimate.inner.size() + estimate.ends.size(), "interval") + " estimated, " +
                              std::to_string(estimate.skipped) + " skipped next to a gap");
     if (estimate.tooLarge + table.survey.tooLarge > 0) {
-        text += Labelled("", Counted(estimate.tooLarge, "interval") + " and " +
-                                 Counted(table.survey.tooLarge, "point") +
-                                 " left out cannot be measured: the numbers are too large");
+        text +=
+            Labelled("", Counted(estimate.tooLarge, "interval") + " and " + Counted(table.survey.tooLarge, "point") +
+                             " left out cannot be measured: the numbers are too large");
     }
     return text;
 }

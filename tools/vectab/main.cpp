@@ -42,6 +42,16 @@ void Answer(const CLI::App& program, const CLI::ParseError& error) {
     output.Finish();
 }
 
+// A file that is opened in the place of a closed one of the three would get what is meant for that. Reading and writing
+// where nothing is fails.
+void OccupyStandardDescriptors() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(descriptor, F_GETFD) >= 0) continue;
+        const int useless = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+        if (::open("/dev/null", useless) != descriptor) std::_Exit(kExitFailure);
+    }
+}
+
 int Run(int argc, char** argv) {
     CLI::App program(
         "Looks into ephemeris files (tables of satellite states over time), tells what they are good for, and converts "
@@ -66,15 +76,6 @@ int Run(int argc, char** argv) {
 }
 
 }  // namespace
-
-// A file that is opened in the place of a closed one of the three would get what is meant for that. Reading and writing
-// where nothing is fails.
-void OccupyStandardDescriptors() {
-    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        const bool closed = ::fcntl(descriptor, F_GETFD) < 0;
-        if (closed && ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY) != descriptor) std::_Exit(kExitFailure);
-    }
-}
 
 int main(int argc, char** argv) {
     OccupyStandardDescriptors();

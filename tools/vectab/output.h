@@ -43,7 +43,7 @@ class Output {
 
     int descriptor_ = -1;
     std::string name_;
-    std::string target_;  // with links followed; empty where it is written in place
+    std::string target_;                 // with links followed; empty where it is written in place
     std::optional<ScratchFile> beside_;  // the file under way; none where it is written in place
     std::string pending_;
 };

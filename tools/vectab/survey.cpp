@@ -42,10 +42,10 @@ bool IsFilled(const Record& record, double ds50UTC) {
     return VecBatchPairs(1, &record.key, &ds50UTC, state, nullptr, nullptr, nullptr) == 0;
 }
 
-// Whether a value is more than so many times the median of the others.
+// Whether a value is more than so many times the median of others.
 bool ExceedsMedian(double value, double factor, std::span<const double> others) noexcept {
-    const auto exceeded = std::count_if(others.begin(), others.end(), [&](double other) { return value > factor * other; });
-    return exceeded > (std::ssize(others) - 1) / 2;
+    const auto exceeds = [&](double other) { return value > factor * other; };
+    return std::count_if(others.begin(), others.end(), exceeds) > (std::ssize(others) - 1) / 2;
 }
 
 // Beside the steps around, up to five on either side.
@@ -112,11 +112,13 @@ void MeasureLeftOut(Survey& survey) {
     LeftOutErrors errors(survey.points.size());
     for (std::size_t i = 0; i < errors.size(); ++i) {
         errors[i] = LeftOutAt(survey, i, 2);
-        if (errors[i] && !std::isfinite(*errors[i])) {
+        if (!errors[i]) continue;
+        if (std::isfinite(*errors[i])) {
+            survey.leftOut.push_back({survey.points[i].ds50UTC, *errors[i]});
+        } else {
             ++survey.tooLarge;
             errors[i].reset();
         }
-        if (errors[i]) survey.leftOut.push_back({survey.points[i].ds50UTC, *errors[i]});
     }
     constexpr std::size_t kReach = 4;  // points that one break touches
     std::size_t last = errors.size();

@@ -67,8 +67,7 @@ std::string Metadata(const Record& record, const Answers& answers) {
     return "\nMETA_START\nOBJECT_NAME = " + (record.name.empty() ? satellite : record.name) +
            "\nOBJECT_ID = " + (known || record.satName.empty() ? satellite : record.satName) +
            "\nCENTER_NAME = EARTH\nREF_FRAME = " + FrameKeyword(record.frame) +
-           "\nTIME_SYSTEM = UTC\nSTART_TIME = " + EpochText(answers.start) +
-           "\nSTOP_TIME = " + EpochText(answers.end) +
+           "\nTIME_SYSTEM = UTC\nSTART_TIME = " + EpochText(answers.start) + "\nSTOP_TIME = " + EpochText(answers.end) +
            "\nINTERPOLATION = HERMITE\nINTERPOLATION_DEGREE = 7\nMETA_STOP\n\n";
 }
 
