@@ -130,8 +130,8 @@ void AddConvert(CLI::App& program, int& exitStatus) {
         "Writes the points of all records, with their covariances, so that they read back bit for bit. With --step it\n"
         "writes interpolated states; those that are not to be trusted (info tells) are left out. What the format does\n"
         "not hold is told on standard error. OUT takes its place when it is complete: a failure leaves an earlier\n"
-        "file as it was, and OUT cannot be one of the inputs. A table is left out, and makes the exit status 1, when the\n"
-        "format has no frame for it or has a time that would not be read back as the same.\n\n"
+        "file as it was, and OUT cannot be one of the inputs. A table that the format has no frame for, or with a\n"
+        "time that would not be read back as the same, is left out, and makes the exit status 1.\n\n"
         "Example: vectab convert orbit.e -o orbit.oem");
     command->callback([options, &exitStatus] { exitStatus = RunConvert(*options); });
 }

@@ -59,7 +59,7 @@ Record Describe(std::int64_t key) {
 std::string WhyNotOpened(const std::string& path) {
     struct stat properties;
     if (path.empty()) return "no file is named";
-    if (const std::string why = WhyTooLong(path); !why.empty()) return why;
+    if (std::string why = WhyTooLong(path); !why.empty()) return why;
     if (::stat(path.c_str(), &properties) != 0) return path + ": " + std::strerror(errno);
     if (S_ISDIR(properties.st_mode)) return path + ": " + std::strerror(EISDIR);
     return S_ISREG(properties.st_mode) ? "" : path + ": not a regular file";
