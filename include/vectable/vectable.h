@@ -70,6 +70,9 @@
  *  listing that takes long, on a slow disk say, holds up the next call that stores or removes, and through it all calls
  *  in tree mode that begin later. Loads hold nothing but for the moment at which they store a record.
  *
+ *  A process may fork at any time: a fork waits until no other thread is inside a call, and the child has a whole store of
+ *  its own. What a load or a save of another thread had begun, it does not have.
+ *
  *  A thread that is cancelled (pthread_cancel) inside a call does the whole of it first. Asynchronous cancellation must
  *  not be enabled.
  */

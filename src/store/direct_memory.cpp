@@ -146,6 +146,14 @@ DmaRemoval ReleaseDma(std::int64_t key) noexcept {
     return DmaRemoval::kRemoved;
 }
 
+void LockDmaSlots() noexcept {
+    slots.mutex.lock();
+}
+
+void UnlockDmaSlots() noexcept {
+    slots.mutex.unlock();
+}
+
 void LogDmaRemoval(DmaRemoval removal) noexcept {
     if (removal == DmaRemoval::kNoObject) TraceLogError("RemoveDMA: /DMA doesn't exist or was already deallocated");
     if (removal == DmaRemoval::kWrongObject) TraceLogError("RemoveDMA: This DMA object isn't a correct object.");

@@ -38,6 +38,10 @@ DmaRemoval ReleaseDma(std::int64_t key) noexcept;
 // Logs why a removal failed.
 void LogDmaRemoval(DmaRemoval removal) noexcept;
 
+// Between the two no object is made or removed: for a process that forks.
+void LockDmaSlots() noexcept;
+void UnlockDmaSlots() noexcept;
+
 // ReleaseDma: 0, or 2 with an entry in the log.
 VECTABLE_MODULE std::int32_t RemoveDMA(std::int64_t key) noexcept;
 

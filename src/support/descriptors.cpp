@@ -15,11 +15,15 @@ constexpr int kFirstOwn = STDERR_FILENO + 1;
 int OpenDescriptor(const char* path, int flags, mode_t newFileMode) noexcept {
     const int opened = ::open(path, flags | O_CLOEXEC | O_NOCTTY, newFileMode);
     if (opened < 0 || opened >= kFirstOwn) return opened;
-    const int moved = ::fcntl(opened, F_DUPFD_CLOEXEC, kFirstOwn);
+    const int moved = DuplicateDescriptor(opened);
     const int error = errno;
     ::close(opened);
     errno = error;
     return moved;
+}
+
+int DuplicateDescriptor(int descriptor) noexcept {
+    return ::fcntl(descriptor, F_DUPFD_CLOEXEC, kFirstOwn);
 }
 
 KnownDescriptor::KnownDescriptor(int descriptor) noexcept {

@@ -9,6 +9,9 @@ namespace VecTableSupport {
 // Opens a file, closed on exec and never the terminal of the process. The descriptor, or -1 with errno set.
 int OpenDescriptor(const char* path, int flags, mode_t newFileMode = 0) noexcept;
 
+// Another descriptor of the same open file, or -1 with errno set.
+int DuplicateDescriptor(int descriptor) noexcept;
+
 // A descriptor that is kept for long. A host may close it with all its others, and the next file that it opens has the
 // same number: nothing of the library may go there.
 class KnownDescriptor {

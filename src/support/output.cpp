@@ -86,6 +86,10 @@ std::span<char> OutputUnit::Room() noexcept {
     return {buffer_.get(), kBufferSize};
 }
 
+void ForgetOpenOutput() noexcept {
+    isOneOpen = false;
+}
+
 std::int32_t FileOpen(std::int32_t /*unitNumber*/, std::string_view filePath, OutputAction action, OutputUnit& unit) {
     return unit.Open(filePath, action);
 }

@@ -48,6 +48,9 @@ class OutputUnit {
     std::size_t used_ = 0;
 };
 
+// In the child of a fork: what another thread of the parent was writing is the parent's.
+void ForgetOpenOutput() noexcept;
+
 // Opens a file for writing text: 0, or the error number of the system. Logs nothing. The interface fixes the unit
 // number; as one file can be open, it says nothing.
 VECTABLE_MODULE std::int32_t FileOpen(std::int32_t unitNumber, std::string_view filePath, OutputAction action,

@@ -122,9 +122,7 @@ TEST(TableMemory, ARandomWalkKeepsEveryPieceItsOwn) {
     std::array<std::thread, 3> threads;
     for (unsigned i = 0; i < 3; ++i) threads[i] = std::thread([&, i] { left[i] = Walk(seed + i); });
     for (int i = 0; i < 20; ++i) {
-        LockTableMemory();
         const pid_t child = ::fork();
-        UnlockTableMemory();
         if (child == 0) {
             ReleaseTableMemory(TakeTableMemory(100));
             ::raise(SIGKILL);  // at an exit the thread sanitizer would miss the threads
