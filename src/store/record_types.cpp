@@ -78,17 +78,18 @@ void PointArray::Free() noexcept {
     made_ = capacity_ = reserved_ = 0;
 }
 
-void* VecTabRecord::operator new(std::size_t size, std::align_val_t, const std::nothrow_t&) noexcept {
+void* VecTabRecord::operator new(std::size_t size, std::align_val_t /*alignment*/,
+                                 const std::nothrow_t& /*noThrow*/) noexcept {
     return TakeTableMemory(size);
 }
 
-void* VecTabRecord::operator new(std::size_t size, std::align_val_t) {
+void* VecTabRecord::operator new(std::size_t size, std::align_val_t /*alignment*/) {
     void* record = TakeTableMemory(size);
     if (record == nullptr) throw std::bad_alloc();
     return record;
 }
 
-void VecTabRecord::operator delete(void* record, std::align_val_t) noexcept {
+void VecTabRecord::operator delete(void* record, std::align_val_t /*alignment*/) noexcept {
     ReleaseTableMemory(record);
 }
 

@@ -142,7 +142,7 @@ struct alignas(kCacheLine) VecTabRecord {
 
     // Records lie where their points do: on large pages, and what they leave goes back to the system.
     VECTABLE_MODULE static void* operator new(std::size_t size, std::align_val_t alignment);
-    static void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept;
+    static void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t& noThrow) noexcept;
     VECTABLE_MODULE static void operator delete(void* record, std::align_val_t alignment) noexcept;
 };
 static_assert(offsetof(VecTabRecord, epochDs50UTC) == kCacheLine);

@@ -108,7 +108,8 @@ void Remove(Block* block) noexcept {
 }
 
 // Adds the block after this one to it. The page between them has been in use.
-void Merge(Block* block, Block* after) noexcept {
+void MergeWithNext(Block* block) noexcept {
+    Block* after = block->after;
     const std::size_t pages = WholePages(*block).Count() + WholePages(*after).Count();
     Join(block, after);
     block->touched += after->touched + static_cast<std::uint32_t>(WholePages(*block).Count() - pages);
@@ -154,12 +155,12 @@ void ChangeLane(Region* region, std::size_t lane) noexcept {
 void Free(Block* block, Chores& chores) noexcept {
     if (Block* after = block->after; after != nullptr && after->isFree) {
         Remove(after);
-        Merge(block, after);
+        MergeWithNext(block);
     }
     if (Block* before = block->before; before != nullptr && before->isFree) {
         Remove(before);
-        Merge(before, block);
         block = before;
+        MergeWithNext(block);
     }
     Insert(block);
     if (block->region->IsEmpty()) KeepOneEmpty(block->region, chores);
