@@ -28,6 +28,12 @@ extern "C" {
 
 #define VEC_HOST_FRAME_NAME_LENGTH 8
 #define VEC_HOST_FORMAT_LENGTH 32
+
+/* What a file of a format can hold. */
+#define VEC_HOST_HOLDS_VELOCITIES 1
+#define VEC_HOST_HOLDS_COVARIANCES 2
+#define VEC_HOST_HOLDS_SEVERAL 4 /* ephemerides */
+
 #define VEC_HOST_MOST_KEPT 10000 /* entries of a level that wait for their thread */
 
 /*

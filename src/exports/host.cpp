@@ -62,7 +62,7 @@ int32_t VecHostGetLoaded(int32_t order, int64_t* satKeys, int32_t capacity) {
 
 void VecHostFrameName(int32_t coordSys, char name[VEC_HOST_FRAME_NAME_LENGTH]) {
     if (NullArgument("VecHostFrameName", name)) return;
-    StrToCharArr(VecTableTypes::FrameName(coordSys), VEC_HOST_FRAME_NAME_LENGTH, name);
+    StrToCharArr(VecTableTypes::FrameOf(coordSys).name, VEC_HOST_FRAME_NAME_LENGTH, name);
 }
 
 int32_t VecHostReadingLine(char path[VEC_TAB_PATH_LENGTH], int64_t* lineNumber) {

@@ -4,10 +4,9 @@
 #include <utility>
 #include <vector>
 
-#include "ingestion/card_identification.h"
+#include "ingestion/formats.h"
 #include "ingestion/loaded_keys.h"
 #include "ingestion/point_assembly.h"
-#include "ingestion/readers/readers.h"
 #include "store/record_lookup.h"
 #include "support/dates.h"
 #include "support/keys.h"
@@ -28,6 +27,8 @@ using VecTableSupport::TraceLogInfo;
 
 // Lists are walked in lines that hold the longest path after its keyword.
 constexpr std::size_t kListLineLength = 1500;
+
+constexpr std::int32_t kNoReader = -1;
 
 // The last ephemeris of a walk.
 struct Summary {
@@ -69,7 +70,7 @@ bool HasPoints(const VecTabRecord& record) noexcept {
     return false;
 }
 
-// Runs the reader that a card starts. `status`: 0, or 2 with an entry in the log.
+// Runs the reader that a card starts, which makes `status` 0, or 2 with an entry in the log. Other cards leave it.
 void RunReader(CardType card, const Line& line, Walk& walk, std::int32_t& status) {
     InputUnit& unit = walk.unit;
     VecTabRecord& record = walk.record;
@@ -118,10 +119,9 @@ bool ReadByCards(Walk& walk, EphemName& ephemName) {
         if (line.IsCommentOrBlank()) continue;
         const CardType card = VecTabCardType(line.Text());
         if (card == CardType::kNameLine) walk.record.ephemName = EphemName(GetInputFileName(line.Text()));
-        walk.record.format = FormatName(card);
-        if (walk.record.format.empty()) continue;
-        std::int32_t status = 0;
+        std::int32_t status = kNoReader;
         RunReader(card, line, walk, status);
+        if (status == kNoReader) continue;
         if (status == 2 || !HasPoints(walk.record)) return false;
         Store(walk);
         ephemName = EphemName();
@@ -132,7 +132,6 @@ bool ReadByCards(Walk& walk, EphemName& ephemName) {
 // What a binary file gives before a failure is stored all the same.
 std::int32_t ReadBinary(Walk& walk) {
     std::int32_t status = 0;
-    walk.record.format = "DCE binary";
     ReadDCEBinary(walk.filePath, walk.record, status);
     if (!HasPoints(walk.record)) return 2;
     Store(walk);
@@ -148,8 +147,8 @@ void LogSummary(const Summary& summary) noexcept {
     text.Add("Total ephemeris points = ").AddInteger(summary.numOfPts);
     text.Add(", Start = ").Add(VecTableSupport::Ds50ToDate15(summary.start).View());
     text.Add(", End = ").Add(VecTableSupport::Ds50ToDate15(summary.end).View()).Add(", Coord = ");
-    if (summary.coordSys >= VecTableTypes::kEci && summary.coordSys <= VecTableTypes::kEcr) {
-        text.Add(VecTableTypes::FrameName(summary.coordSys));
+    if (summary.coordSys >= VecTableTypes::kTeme && summary.coordSys <= VecTableTypes::kEcr) {
+        text.Add(VecTableTypes::FrameOf(summary.coordSys).name);
     } else {
         text.AddInteger(summary.coordSys);
     }

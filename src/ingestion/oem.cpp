@@ -60,7 +60,7 @@ std::int32_t LoadOem(std::string_view filePath, std::int32_t satNum, std::vector
     if (code != 0) return code;
     VecTabRecord pattern;
     pattern.satNum = satNum == 0 ? VEC_TAB_UNKNOWN_SAT_NUM : satNum;
-    pattern.format = "OEM";
+    pattern.format = kOemFormat.name;
     pattern.filePath = VecTableTypes::PathText(filePath);
     std::vector<VecTabRecord> records;
     if (!ReadOem(unit, pattern, records)) return VEC_TAB_FAILURE;

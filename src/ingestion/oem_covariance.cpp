@@ -113,7 +113,7 @@ Matrix Drift(const Matrix& m) noexcept {
 
 bool TurnToFrameOf(const VecTabPoint& state, std::int32_t coordSys, GivenCovariance& given) noexcept {
     if (!AreSensible(state.pos) || !AreSensible(state.vel) || !AreSensible(given.terms)) return false;
-    const bool earthFixed = coordSys == VecTableTypes::kEcr;
+    const bool earthFixed = VecTableTypes::FrameOf(coordSys).rotatesWithEarth;
     Vector inertial = state.vel;
     if (earthFixed) {
         inertial[0] -= kEarthRate * state.pos[1];

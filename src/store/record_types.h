@@ -128,7 +128,7 @@ struct alignas(kCacheLine) VecTabRecord {
     PointArray points;
     std::int32_t numOfPts = 0;        // number of valid points
     std::int32_t satNum = 0;          // satellite number
-    std::int32_t coordSys = kEci;     // frame
+    std::int32_t coordSys = kTeme;    // frame
     std::int32_t coordSysTens = 0;    // the part of a type code above its last decimal digit
     double epochDs50UTC = 0.0;        // days since 1950, UTC
     double ae = 6378.135;             // Earth radius, km; carried and reported only

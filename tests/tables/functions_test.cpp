@@ -7,7 +7,7 @@
 #include "evaluation/interpolation.h"
 #include "helpers/log_capture.h"
 #include "helpers/tables.h"
-#include "ingestion/card_identification.h"
+#include "ingestion/formats.h"
 #include "ingestion/readers/reading.h"
 #include "support/dates.h"
 #include "support/keys.h"

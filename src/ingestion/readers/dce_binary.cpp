@@ -18,6 +18,14 @@
 #include "support/text.h"
 
 namespace VecTableCardReading {
+
+constexpr Format kDceBinaryFormat = {CardType::kNone, "DCE binary", "ReadDCEBinary", VEC_HOST_HOLDS_VELOCITIES};
+
+bool FileIsDotDCE(std::string_view filePath) noexcept {
+    const auto point = filePath.rfind('.');
+    if (point == std::string_view::npos || point + 4 > filePath.size()) return false;
+    return VecTableSupport::ToUpperCase(VecTableSupport::FixedText<4>(filePath.substr(point))).View() == ".DCE";
+}
 namespace {
 
 constexpr std::size_t kRecordSize = 104;
@@ -60,8 +68,8 @@ void AddPoint(const DceRecord& bytes, VecTabRecord& record) {
 
 void ReadDCEBinary(std::string_view filePath, VecTabRecord& record, std::int32_t& status) {
     InputUnit unit;
-    const Reading reading("ReadDCEBinary", unit, record, status);
-    record.coordSys = VecTableTypes::kEci;
+    const Reading reading(kDceBinaryFormat, unit, record, status);
+    record.coordSys = VecTableTypes::kTeme;
     const auto path = VecTableSupport::ReplaceString(VecTableTypes::PathText(filePath), '\\', '/');
     ReadStatus read = ReadStatus::kError;
     if (VecTableSupport::FileOpenMt(path.View(), unit) == 0) read = ReadHeader(unit, record);

@@ -8,11 +8,23 @@
 //   11-14  not used
 //
 // ECI. A line with a bad value fails the file. Ends at a line with too few values, or at the end of the file.
+#include <algorithm>
+
 #include "ingestion/readers/dce.h"
 #include "ingestion/readers/reading.h"
 #include "support/text.h"
 
 namespace VecTableCardReading {
+
+constexpr Format kDceTextFormat = {CardType::kDceText, "DCE text", "ReadDCEText",
+                                   VEC_HOST_HOLDS_VELOCITIES | VEC_HOST_HOLDS_SEVERAL};
+
+bool IsSatNumOnly(std::string_view line) noexcept {
+    constexpr std::size_t kMostDigits = 9;
+    if (line.empty() || !VecTableSupport::IsDigit(line.front())) return false;
+    const std::size_t length = std::min(line.find_first_not_of("0123456789"), line.size());
+    return length <= kMostDigits && std::none_of(line.begin() + length, line.end(), VecTableSupport::IsDigit);
+}
 namespace {
 
 struct DceLine {
@@ -35,9 +47,9 @@ ReadStatus ReadValues(const Line& line, DceLine& values) noexcept {
 }  // namespace
 
 void ReadDCEText(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status) {
-    const Reading reading("ReadDCEText", unit, record, status);
+    const Reading reading(kDceTextFormat, unit, record, status);
     record.satNum = VecTableSupport::StrToInt(line.Text());
-    record.coordSys = VecTableTypes::kEci;
+    record.coordSys = VecTableTypes::kTeme;
     Line next;
     DceLine values;
     ForEachGroup(reading, {&next, 1}, [&] {

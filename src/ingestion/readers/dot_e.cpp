@@ -15,6 +15,13 @@
 #include "support/text.h"
 
 namespace VecTableCardReading {
+
+constexpr Format kDotEFormat = {CardType::kDotE, "Dot-E", "ReadDotE",
+                                VEC_HOST_HOLDS_VELOCITIES | VEC_HOST_HOLDS_SEVERAL};
+
+bool IsDotECard(std::string_view line) noexcept {
+    return Holds(line, 1, "STK.V");
+}
 namespace {
 
 using VecTableSupport::FixedText;
@@ -22,11 +29,14 @@ using VecTableSupport::TextBuilder;
 
 constexpr std::size_t kEpochLength = 24;
 
+// The word that leaves the frame as it is: J2000, where no line has named another.
+constexpr std::string_view kUnchangedFrame = "J2000";
+
 // What the header says of the points.
 struct DotEHeader {
     double refEpoch = 0.0;  // days since 1950, UTC
     bool hasEpochLine = false;
-    bool inMeters = true;
+    double kilometersPerUnit = kKilometersPerMeter;
     std::size_t valuesPerLine = 0;  // 0 until the line that ends the header
 };
 
@@ -49,20 +59,19 @@ void ReadEpoch(const Reading& reading, std::string_view line, DotEHeader& header
 }
 
 void ReadFrame(const Reading& reading, std::string_view line) noexcept {
-    if (Has(line, "TEMEOfDate")) {
-        reading.record.coordSys = VecTableTypes::kEci;
-    } else if (Has(line, "Fixed")) {
-        reading.record.coordSys = VecTableTypes::kEcr;
-    } else if (Has(line, "ICRF")) {
-        reading.record.coordSys = VecTableTypes::kJ2k;
-    } else if (!Has(line, "J2000")) {
+    for (const VecTableTypes::Frame& frame : VecTableTypes::kFrames) {
+        if (frame.dotE.empty() || !Has(line, frame.dotE)) continue;
+        reading.record.coordSys = frame.code;
+        return;
+    }
+    if (!Has(line, kUnchangedFrame)) {
         Fail(reading, "Invalid coordinate system. Only Fixed, J2000, and TEMEOfDate are supported.");
     }
 }
 
 void ReadDistanceUnit(const Reading& reading, std::string_view line, DotEHeader& header) noexcept {
     if (Has(line, "Kilometers")) {
-        header.inMeters = false;
+        header.kilometersPerUnit = 1.0;
     } else if (!Has(line, "Meters")) {
         Fail(reading, "Invalid distance unit. Only meters and kilometers are supported.");
     }
@@ -110,19 +119,15 @@ bool IsEndMark(std::string_view line) noexcept {
 }
 
 void ReadPoints(const Reading& reading, const DotEHeader& header) {
-    const double unit = header.inMeters ? kKilometersPerMeter : 1.0;
     TimedValues values{};
     const std::span wanted = std::span<double>(values).first(header.valuesPerLine);
     Line line;
     ForEachGroup(reading, {&line, 1}, [&] {
         if (line.IsCommentOrBlank()) return true;
         if (IsEndMark(line.Used())) return false;
-        if (VecTableSupport::ReadFreeForm(line.Used(), wanted) != ReadStatus::kOk) {
-            SkipBadEphemPoint(reading.name, line.Text());
-            return true;
+        if (ReadNumbers(reading, line, line.Used(), wanted)) {
+            AddOneEpPoint(MakePoint(header.refEpoch, values, header.kilometersPerUnit), reading.record);
         }
-        const double time = values[0] / VecTableSupport::kSecondsPerDay + header.refEpoch;
-        AddOneEpPoint(MakePoint(time, std::span(values).subspan<1>(), unit), reading.record);
         return true;
     });
 }
@@ -130,7 +135,7 @@ void ReadPoints(const Reading& reading, const DotEHeader& header) {
 }  // namespace
 
 void ReadDotE(std::string_view filePath, InputUnit& unit, VecTabRecord& record, std::int32_t& status) {
-    const Reading reading("ReadDotE", unit, record, status);
+    const Reading reading(kDotEFormat, unit, record, status);
     record.coordSys = VecTableTypes::kJ2k;
     record.epochDs50UTC = 0.0;
     record.satNum = SatNumOfFileName(filePath);

@@ -15,6 +15,12 @@
 #include "ingestion/readers/reading.h"
 
 namespace VecTableCardReading {
+
+constexpr Format kEcrFormat = {CardType::kEcr, "ECR", "ReadECR", VEC_HOST_HOLDS_VELOCITIES};
+
+bool IsEcrCard(std::string_view line) noexcept {
+    return Holds(line, 1, "CLASSIFICATION: UNCLASSIFIED");
+}
 namespace {
 
 constexpr std::string_view kPositionTitle = "YYDDDHHMMSS.SSS      X(KM)          Y(KM)          Z(KM)";
@@ -29,7 +35,7 @@ ReadStatus ReadVector(const Reading& reading, const Line& line, std::span<double
 }  // namespace
 
 void ReadECR(InputUnit& unit, VecTabRecord& record, std::int32_t& status) {
-    const Reading reading("ReadECR", unit, record, status);
+    const Reading reading(kEcrFormat, unit, record, status);
     std::array<Line, 2> lines;
     unit.ReadLine(lines[0]);
     record.satNum = IntegerOr(lines[0].Columns(1, 5), kUnknownSatNum);

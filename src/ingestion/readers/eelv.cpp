@@ -7,10 +7,19 @@
 //   5-7    velocity             feet a second
 //
 // ECI. Ends at the end of the file.
+#include <algorithm>
+
 #include "ingestion/readers/reading.h"
 #include "support/dates.h"
 
 namespace VecTableCardReading {
+
+constexpr Format kEelvFormat = {CardType::kEelv, "EELV", "ReadEELV", VEC_HOST_HOLDS_VELOCITIES};
+
+bool IsEelvCard(std::string_view line) noexcept {
+    constexpr std::array<std::size_t, 6> kPoints = {2, 25, 48, 71, 94, 117};
+    return std::all_of(kPoints.begin(), kPoints.end(), [&](std::size_t column) { return Column(line, column) == '.'; });
+}
 namespace {
 
 constexpr std::size_t kEpochColumns = 137;
@@ -33,22 +42,19 @@ double ReadEpoch(const Line& card) noexcept {
 }  // namespace
 
 void ReadEELV(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status) {
-    const Reading reading("ReadEELV", unit, record, status);
+    const Reading reading(kEelvFormat, unit, record, status);
     const double refEpoch = ReadEpoch(line);
     if (refEpoch == 0.0) {
         FailOnLine(reading, line, "Invalid EELV first line.");
         return;
     }
     record.satNum = kUnknownSatNum;
-    record.coordSys = VecTableTypes::kEci;
+    record.coordSys = VecTableTypes::kTeme;
     Line next;
     TimedValues values{};
     ForEachGroup(reading, {&next, 1}, [&] {
-        if (VecTableSupport::ReadFreeForm(next.Used(), values) == ReadStatus::kOk) {
-            const double time = values[0] / VecTableSupport::kSecondsPerDay + refEpoch;
-            AddOneEpPoint(MakePoint(time, std::span(values).subspan<1>(), kKilometersPerFoot), record);
-        } else {
-            SkipBadEphemPoint(reading.name, next.Text());
+        if (ReadNumbers(reading, next, next.Used(), values)) {
+            AddOneEpPoint(MakePoint(refEpoch, values, kKilometersPerFoot), record);
         }
         return true;
     });

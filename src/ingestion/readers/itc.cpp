@@ -18,6 +18,14 @@
 #include "support/dates.h"
 
 namespace VecTableCardReading {
+
+constexpr Format kItcFormat = {CardType::kItc, "ITC", "ReadITC",
+                               VEC_HOST_HOLDS_VELOCITIES | VEC_HOST_HOLDS_COVARIANCES};
+
+bool IsItcCard(std::string_view line) noexcept {
+    return Column(line, 65) == '.' && Column(line, 29) == ' ' && Column(line, 51) == ' ' &&
+           (Holds(line, 113, "SP") || Holds(line, 113, "GP"));
+}
 namespace {
 
 constexpr RealField kState[] = {{19, 16, 6}, {35, 16, 6}, {51, 16, 6}, {67, 16, 9}, {83, 16, 9}, {99, 16, 9}};
@@ -38,10 +46,10 @@ bool ReadCovariance(const Reading& reading, std::span<const Line> lines, CovTerm
 }  // namespace
 
 void ReadITC(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status) {
-    const Reading reading("ReadITC", unit, record, status);
+    const Reading reading(kItcFormat, unit, record, status);
     record.epochDs50UTC = VecTableSupport::Date_In(line.Columns(52, 17));
     record.satNum = IntegerOr(line.Columns(2, 5), record.satNum);
-    record.coordSys = VecTableTypes::kEci;
+    record.coordSys = VecTableTypes::kTeme;
     std::array<Line, 4> lines;
     const std::span<Line> group(lines.data(), line.Columns(107, 5) == "WOCOV" ? 1 : lines.size());
     StateValues state{};

@@ -13,6 +13,12 @@
 #include "support/text.h"
 
 namespace VecTableCardReading {
+
+constexpr Format kJ2kFormat = {CardType::kJ2k, "J2K", "ReadJ2K", VEC_HOST_HOLDS_VELOCITIES};
+
+bool IsJ2kCard(std::string_view line) noexcept {
+    return Holds(line, 1, " SPEPH PREDICTION EPHEMERIS");
+}
 namespace {
 
 // "YYDDDHHMMSS.SSS" of the pieces of the time.
@@ -28,7 +34,7 @@ VecTableSupport::FixedText<15> JoinTime(const Line& line) noexcept {
 }  // namespace
 
 void ReadJ2K(InputUnit& unit, VecTabRecord& record, std::int32_t& status) {
-    const Reading reading("ReadJ2K", unit, record, status);
+    const Reading reading(kJ2kFormat, unit, record, status);
     record.coordSys = VecTableTypes::kJ2k;
     Line line;
     StateValues state{};
@@ -37,10 +43,8 @@ void ReadJ2K(InputUnit& unit, VecTabRecord& record, std::int32_t& status) {
         if (std::exchange(first, false)) record.satNum = IntegerOr(line.Columns(3, 5), kUnknownSatNum);
         double time = 0.0;
         if (!ReadTime(JoinTime(line).View(), reading.name, line.Columns(12, 19), time)) return true;
-        if (VecTableSupport::ReadFreeForm(line.Columns(32, kLineLength), state) == ReadStatus::kOk) {
+        if (ReadNumbers(reading, line, line.Columns(32, kLineLength), state)) {
             AddOneEpPoint(MakePoint(time, state), record);
-        } else {
-            SkipBadEphemPoint(reading.name, line.Text());
         }
         return true;
     });

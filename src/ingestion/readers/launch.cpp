@@ -14,6 +14,12 @@
 #include "support/dates.h"
 
 namespace VecTableCardReading {
+
+constexpr Format kLaunchFormat = {CardType::kLaunch, "launch", "ReadLaunchFormat", VEC_HOST_HOLDS_VELOCITIES};
+
+bool IsLaunchCard(std::string_view line) noexcept {
+    return Holds(line, 1, "TIME(SEC): TIME");
+}
 namespace {
 
 constexpr int kHeaderLines = 16;
@@ -50,7 +56,7 @@ ReadStatus ReadRecord(InputUnit& unit, Line& line, LaunchValues& values) noexcep
 }  // namespace
 
 void ReadLaunchFormat(InputUnit& unit, VecTabRecord& record, std::int32_t& status) {
-    const Reading reading("ReadLaunchFormat", unit, record, status);
+    const Reading reading(kLaunchFormat, unit, record, status);
     record.coordSys = VecTableTypes::kEcr;
     record.satNum = kUnknownSatNum;
     if (!SkipLines(unit, kHeaderLines)) {

@@ -15,6 +15,12 @@
 #include "support/dates.h"
 
 namespace VecTableCardReading {
+
+constexpr Format kLchFormat = {CardType::kLch, "LCH", "ReadLCH", VEC_HOST_HOLDS_VELOCITIES};
+
+bool IsLchCard(std::string_view line) noexcept {
+    return Holds(line, 1, "CLASSIFICATION:                 UNCLASSIFIED");
+}
 namespace {
 
 constexpr int kLinesAround = 4;  // before the satellite line, and after it
@@ -31,8 +37,8 @@ bool ReadHeader(InputUnit& unit, VecTabRecord& record) noexcept {
 }  // namespace
 
 void ReadLCH(InputUnit& unit, VecTabRecord& record, std::int32_t& status) {
-    const Reading reading("ReadLCH", unit, record, status);
-    record.coordSys = VecTableTypes::kEci;
+    const Reading reading(kLchFormat, unit, record, status);
+    record.coordSys = VecTableTypes::kTeme;
     if (!ReadHeader(unit, record)) {
         Fail(reading, "File read error.");
         return;

@@ -14,6 +14,14 @@
 #include "support/text.h"
 
 namespace VecTableCardReading {
+
+constexpr Format kOasysFormat = {CardType::kOasys, "OASYS", "ReadOASYS", VEC_HOST_HOLDS_VELOCITIES};
+
+bool IsOasysCard(std::string_view line) noexcept {
+    if (Holds(line, 13, "VERSION:")) return true;
+    return Column(line, 5) == '/' && Column(line, 8) == '/' && Column(line, 14) == ':' && Column(line, 17) == ':' &&
+           Column(line, 20) == '.';
+}
 namespace {
 
 bool IsDataLine(const Line& line) noexcept {
@@ -24,7 +32,7 @@ bool IsDataLine(const Line& line) noexcept {
 }  // namespace
 
 void ReadOASYS(std::string_view filePath, InputUnit& unit, VecTabRecord& record, std::int32_t& status) {
-    const Reading reading("ReadOASYS", unit, record, status);
+    const Reading reading(kOasysFormat, unit, record, status);
     record.coordSys = VecTableTypes::kJ2k;
     record.satNum = SatNumOfFileName(filePath);
     unit.Rewind();
@@ -35,10 +43,8 @@ void ReadOASYS(std::string_view filePath, InputUnit& unit, VecTabRecord& record,
         if (line.Columns(10, 11) == "Spacecraft:")
             record.satNum = VecTableSupport::StrToInt(line.Columns(21, kLineLength));
         if (!IsDataLine(line)) return true;
-        if (VecTableSupport::ReadFreeForm(line.Columns(25, kLineLength), state) == ReadStatus::kOk) {
+        if (ReadNumbers(reading, line, line.Columns(25, kLineLength), state)) {
             AddOneEpPoint(MakePoint(VecTableSupport::Dtg2Ds50UTC(line.Columns(1, 23)), state), record);
-        } else {
-            SkipBadEphemPoint(reading.name, line.Text());
         }
         return true;
     });

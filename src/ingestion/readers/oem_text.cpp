@@ -35,6 +35,14 @@
 #include "support/trace_log.h"
 
 namespace VecTableCardReading {
+
+constexpr Format kOemFormat = {CardType::kOem, "OEM", "VecOemLoadFile",
+                               VEC_HOST_HOLDS_VELOCITIES | VEC_HOST_HOLDS_COVARIANCES | VEC_HOST_HOLDS_SEVERAL};
+
+bool IsOemCard(std::string_view line) noexcept {
+    return Holds(line, 1, " CCSDS_OEM_VERS");
+}
+
 namespace {
 
 using VecTableSupport::IsBlankOrTab;
@@ -56,10 +64,6 @@ enum Keyword : std::size_t { kObjectName, kObjectId, kCenterName, kRefFrame, kTi
 constexpr std::array<std::string_view, 7> kKeywords = {"OBJECT_NAME", "OBJECT_ID",  "CENTER_NAME", "REF_FRAME",
                                                        "TIME_SYSTEM", "START_TIME", "STOP_TIME"};
 
-constexpr std::pair<std::string_view, std::int32_t> kFrames[] = {{"EME2000", VecTableTypes::kJ2k},
-                                                                 {"ICRF", VecTableTypes::kJ2k},
-                                                                 {"GCRF", VecTableTypes::kJ2k},
-                                                                 {"TEME", VecTableTypes::kEci}};
 constexpr std::pair<std::string_view, TimeScale> kOtherTimeSystems[] = {
     {"TAI", TimeScale::kTai}, {"GPS", TimeScale::kGps}, {"TT", TimeScale::kTt}};
 constexpr std::pair<std::string_view, CovarianceAxes> kSatelliteAxes[] = {
@@ -80,10 +84,15 @@ Value Find(const std::pair<std::string_view, Value> (&table)[N], std::string_vie
 }
 
 std::int32_t FrameCode(std::string_view name) noexcept {
-    constexpr std::string_view kItrf = "ITRF";
-    const bool isItrf = SameLetters(name.substr(0, kItrf.size()), kItrf) &&
-                        name.find_first_not_of("0123456789-", kItrf.size()) == std::string_view::npos;
-    return isItrf ? std::int32_t{VecTableTypes::kEcr} : Find(kFrames, name, std::int32_t{VecTableTypes::kUnknownFrame});
+    for (const VecTableTypes::Frame& frame : VecTableTypes::kFrames) {
+        for (const std::string_view known : frame.oem) {
+            if (known.empty() || !SameLetters(name.substr(0, known.size()), known)) continue;
+            const std::string_view year = name.substr(known.size());
+            const bool mayBeYear = year.find_first_not_of("0123456789-") == std::string_view::npos;
+            if (year.empty() || (frame.rotatesWithEarth && mayBeYear)) return frame.code;
+        }
+    }
+    return VecTableTypes::kUnknownFrame;
 }
 
 bool IsComment(std::string_view line) noexcept {
@@ -224,7 +233,7 @@ class OemReader {
         if (record.coordSys == VecTableTypes::kUnknownFrame) {
             return Refuse(kRefFrame, "EME2000, ICRF, GCRF, TEME or ITRF");
         }
-        if (record.coordSys == VecTableTypes::kEci && frameEpochLine_ != 0) {
+        if (record.coordSys == VecTableTypes::kTeme && frameEpochLine_ != 0) {
             const ReadingPlace place = PlaceOf(frameEpochLine_);
             return Fail({"TEME is read of date, not of a REF_FRAME_EPOCH."});
         }

@@ -1,7 +1,12 @@
-// The readers, one for each format. A reader goes on from the line after the card that started it, fills the record
-// point by point, and reports: `status` is 0, or 2 with an entry in the log. A bad line is reported and passed over.
-// `line` is the card as it stands in the file.
+// The formats, each with what it is, the test for its card and its reader. They are defined in the sources of the
+// readers: a new one is declared here, stands in formats.cpp, and is started in load_driver.cpp.
+//
+// A reader goes on from the line after the card that started it, fills the record point by point, and reports: `status`
+// is 0, or 2 with an entry in the log. A bad line is reported and passed over. `line` is the card as it stands in the
+// file. Readers and tests share nothing between threads.
 #pragma once
+
+#include <vectable/host.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -20,22 +25,107 @@ inline constexpr std::size_t kLineLength = 512;
 
 using Line = VecTableSupport::LineBuffer<kLineLength>;
 
+// What a line is. The numbers 5 and 14 are not in use.
+enum class CardType : std::int32_t {
+    kV31 = 1,
+    kSimObs = 2,
+    kVecEph = 3,
+    kItc = 4,
+    kEcr = 6,
+    kJ2k = 7,
+    kFileLine = 8,  // names another file
+    kOem = 9,       // known, and not read
+    kOwner = 10,
+    kNameLine = 11,  // names the ephemeris that follows
+    kDotE = 12,
+    kOasys = 13,
+    kLch = 15,
+    kEelv = 16,
+    kUniversal = 17,
+    kDceText = 18,
+    kLaunch = 19,
+    kNone = 100,
+};
+
+struct Format {
+    CardType card;            // kNone for the one that is told by the name of the file
+    std::string_view name;    // to users
+    std::string_view reader;  // in the messages of the log
+    std::int32_t holds;       // what a file of it can hold: VEC_HOST_HOLDS_..., added up
+};
+
+// The tests take a line padded with blanks to the length of its buffer, in any letter case, and count on the order in
+// which VecTabCardType asks them.
+
+extern const Format kDceBinaryFormat;
+// Whether the extension of the path begins with ".DCE", in any letter case.
+VECTABLE_MODULE bool FileIsDotDCE(std::string_view filePath) noexcept;
 VECTABLE_MODULE void ReadDCEBinary(std::string_view filePath, VecTabRecord& record, std::int32_t& status);
+
+extern const Format kDceTextFormat;
+// Whether the line is one to nine digits from column 1 on, with no digit after them.
+VECTABLE_MODULE bool IsSatNumOnly(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadDCEText(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
+
+extern const Format kDotEFormat;
+bool IsDotECard(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadDotE(std::string_view filePath, InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+
+extern const Format kEcrFormat;
+bool IsEcrCard(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadECR(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+
+extern const Format kEelvFormat;
+bool IsEelvCard(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadEELV(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
+
+extern const Format kItcFormat;
+bool IsItcCard(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadITC(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
+
+extern const Format kJ2kFormat;
+bool IsJ2kCard(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadJ2K(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+
+extern const Format kLaunchFormat;
+bool IsLaunchCard(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadLaunchFormat(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+
+extern const Format kLchFormat;
+bool IsLchCard(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadLCH(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+
+extern const Format kOasysFormat;
+bool IsOasysCard(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadOASYS(std::string_view filePath, InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+
+// Orbit ephemeris messages have a load of their own: see ingestion/oem.h.
+extern const Format kOemFormat;
+bool IsOemCard(std::string_view line) noexcept;
+
+extern const Format kOwnerFormat;
+// Whether the time of a data line may stand before column 16: no later test is asked then.
+bool MayBeOwnerCard(std::string_view line) noexcept;
+// Whether at least six fields stand after column 16, with a point after the start of each.
+VECTABLE_MODULE bool IsOwnerOperatorFile(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadOwner(std::string_view filePath, InputUnit& unit, const Line& line, VecTabRecord& record,
                                std::int32_t& status);
+
+extern const Format kSimObsFormat;
+bool IsSimObsCard(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadSimObs(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
-VECTABLE_MODULE void ReadV31(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
-VECTABLE_MODULE void ReadVecEph(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
+
+extern const Format kUniversalFormat;
+bool IsUniversalCard(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadVTUniversalVecTab(InputUnit& unit, const Line& line, VecTabRecord& record,
                                            std::int32_t& status);
+
+extern const Format kV31Format;
+bool IsV31Card(std::string_view line) noexcept;
+VECTABLE_MODULE void ReadV31(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
+
+extern const Format kVecEphFormat;
+bool IsVecEphCard(std::string_view line) noexcept;
+VECTABLE_MODULE void ReadVecEph(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
 
 }  // namespace VecTableCardReading

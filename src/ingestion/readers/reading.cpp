@@ -55,6 +55,12 @@ bool ReadColumns(const Line& line, std::span<const RealField> fields, std::span<
     return true;
 }
 
+bool ReadNumbers(const Reading& reading, const Line& line, std::string_view part, std::span<double> values) noexcept {
+    if (VecTableSupport::ReadFreeForm(part, values) == ReadStatus::kOk) return true;
+    SkipBadEphemPoint(reading.name, line.Text());
+    return false;
+}
+
 std::int32_t IntegerOr(std::string_view field, std::int32_t otherwise) noexcept {
     std::int32_t value = otherwise;
     VecTableSupport::ReadIntegerField(field, value);
@@ -69,14 +75,19 @@ bool ReadTime(std::string_view date, std::string_view reportedName, std::string_
     return false;
 }
 
-VecTabPoint MakePoint(double ds50UTC, std::span<const double, 6> state, double unit) noexcept {
+VecTabPoint MakePoint(double ds50UTC, std::span<const double, 6> state, double kilometersPerUnit) noexcept {
     VecTabPoint point;
     point.ds50UTC = ds50UTC;
     for (std::size_t i = 0; i < 3; ++i) {
-        point.pos[i] = state[i] * unit;
-        point.vel[i] = state[i + 3] * unit;
+        point.pos[i] = state[i] * kilometersPerUnit;
+        point.vel[i] = state[i + 3] * kilometersPerUnit;
     }
     return point;
+}
+
+VecTabPoint MakePoint(double epoch, const TimedValues& values, double kilometersPerUnit) noexcept {
+    const double time = values[0] / VecTableSupport::kSecondsPerDay + epoch;
+    return MakePoint(time, std::span(values).subspan<1>(), kilometersPerUnit);
 }
 
 std::int32_t SatNumOfFileName(std::string_view filePath) noexcept {
@@ -85,14 +96,10 @@ std::int32_t SatNumOfFileName(std::string_view filePath) noexcept {
 }
 
 std::int32_t Coord(std::string_view text) noexcept {
-    using Word = FixedText<5>;
-    const std::string_view word = text.substr(0, Word().View().size());
-    for (const VecTableTypes::Frame& frame : VecTableTypes::kFrames) {
-        const bool sameLetters =
-            VecTableSupport::ToLowerCase(Word(word)) == VecTableSupport::ToLowerCase(Word(frame.name));
-        if (sameLetters && word.size() == frame.name.size()) return frame.code;
-    }
-    return VecTableTypes::kUnknownFrame;
+    using VecTableTypes::Frame;
+    const auto word = VecTableSupport::ToLowerCase(FixedText<5>(text));
+    if (text.size() == 3) return FrameCode(&Frame::deck, word.Trimmed());
+    return FrameCode(&Frame::universal, word.View());
 }
 
 }  // namespace VecTableCardReading

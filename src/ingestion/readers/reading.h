@@ -24,11 +24,24 @@ inline constexpr std::int32_t kUnknownSatNum = VEC_TAB_UNKNOWN_SAT_NUM;
 using StateValues = std::array<double, 6>;
 using TimedValues = std::array<double, 7>;
 
+// A column of a line in upper case. Columns are counted from 1; those after the end of the line are blank.
+inline char Column(std::string_view line, std::size_t column) noexcept {
+    return column <= line.size() ? VecTableSupport::ToUpperCase(line[column - 1]) : ' ';
+}
+
+// Whether the columns from `column` on hold the text, given in upper case.
+inline bool Holds(std::string_view line, std::size_t column, std::string_view text) noexcept {
+    for (const char c : text) {
+        if (Column(line, column++) != c) return false;
+    }
+    return true;
+}
+
 // One reader at work.
 struct Reading {
-    Reading(std::string_view readerName, InputUnit& openUnit, VecTabRecord& workingRecord,
-            std::int32_t& readerStatus) noexcept
-        : name(readerName), unit(openUnit), record(workingRecord), status(readerStatus) {
+    Reading(const Format& format, InputUnit& openUnit, VecTabRecord& workingRecord, std::int32_t& readerStatus) noexcept
+        : name(format.reader), unit(openUnit), record(workingRecord), status(readerStatus) {
+        record.format = format.name;
         status = 0;
     }
 
@@ -80,6 +93,9 @@ struct RealField {
 // Reads one value after the other, up to the first that is no number.
 bool ReadColumns(const Line& line, std::span<const RealField> fields, std::span<double> values) noexcept;
 
+// Reads free-form numbers of a line from a part of it. A line that fails is reported.
+bool ReadNumbers(const Reading& reading, const Line& line, std::string_view part, std::span<double> values) noexcept;
+
 // The integer in columns of a line, or `otherwise` where they hold none.
 std::int32_t IntegerOr(std::string_view field, std::int32_t otherwise) noexcept;
 
@@ -89,14 +105,17 @@ bool ReadTime(std::string_view date, std::string_view reportedName, std::string_
 
 inline constexpr double kKilometersPerMeter = 0.001;
 
-// A point of position and velocity. `unit` is what the file's unit of length has of a kilometre.
-VecTabPoint MakePoint(double ds50UTC, std::span<const double, 6> state, double unit = 1.0) noexcept;
+// A point of position and velocity.
+VecTabPoint MakePoint(double ds50UTC, std::span<const double, 6> state, double kilometersPerUnit = 1.0) noexcept;
+
+// A point of seconds from an epoch, in days since 1950, position and velocity.
+VecTabPoint MakePoint(double epoch, const TimedValues& values, double kilometersPerUnit) noexcept;
 
 // The satellite number that the first five characters of the file's name are, or kUnknownSatNum.
 std::int32_t SatNumOfFileName(std::string_view filePath) noexcept;
 
-// The code of the frame that a field names, in any letter case: a field of three characters by a name of three, any other
-// field by a name of five in its first characters. kUnknownFrame for any other word.
+// The code of the frame that a field names, in any letter case: a field of three characters as decks name it, any other
+// field by its first five characters as the universal format does. kUnknownFrame for any other word.
 VECTABLE_MODULE std::int32_t Coord(std::string_view text) noexcept;
 
 }  // namespace VecTableCardReading

@@ -18,6 +18,13 @@
 #include "support/text.h"
 
 namespace VecTableCardReading {
+
+constexpr Format kUniversalFormat = {CardType::kUniversal, "universal", "ReadVTUniversalVecTab",
+                                     VEC_HOST_HOLDS_VELOCITIES};
+
+bool IsUniversalCard(std::string_view line) noexcept {
+    return Holds(line, 1, "VT_UNIVERSAL_VECTABLE_V");
+}
 namespace {
 
 constexpr std::size_t kDateWidth = 26;
@@ -56,7 +63,7 @@ void ReadCommaLine(const Reading& reading, const Line& line) {
 }  // namespace
 
 void ReadVTUniversalVecTab(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status) {
-    const Reading reading("ReadVTUniversalVecTab", unit, record, status);
+    const Reading reading(kUniversalFormat, unit, record, status);
     record.coordSys = Coord(line.Columns(40, 10));
     if (record.coordSys == VecTableTypes::kUnknownFrame) {
         Fail(reading, "Invalid coordinate system.");

@@ -16,6 +16,12 @@
 #include "ingestion/readers/reading.h"
 
 namespace VecTableCardReading {
+
+constexpr Format kV31Format = {CardType::kV31, "V31", "ReadV31", VEC_HOST_HOLDS_VELOCITIES | VEC_HOST_HOLDS_SEVERAL};
+
+bool IsV31Card(std::string_view line) noexcept {
+    return Holds(line, 1, "EPHEMERIS FILE FOR SATELLITE");
+}
 namespace {
 
 constexpr RealField kState[] = {{16, 19, 8}, {35, 19, 8}, {54, 19, 8}, {73, 19, 8}, {92, 19, 8}, {111, 19, 8}};
@@ -26,14 +32,9 @@ bool IsFence(const Line& line, char mark) noexcept {
 }
 
 void ReadFrame(const Reading& reading, const Line& line) noexcept {
-    const std::string_view frame = line.Columns(66, 3);
-    if (frame == "ECI") {
-        reading.record.coordSys = VecTableTypes::kEci;
-    } else if (frame == "EFG") {
-        reading.record.coordSys = VecTableTypes::kEfg;
-    } else {
-        FailOnLine(reading, line, "Unrecognized Coordinates.");
-    }
+    const std::int32_t frame = FrameCode(&VecTableTypes::Frame::v31, line.Columns(66, 3));
+    if (frame == VecTableTypes::kUnknownFrame) return FailOnLine(reading, line, "Unrecognized Coordinates.");
+    reading.record.coordSys = frame;
 }
 
 void ReadPoint(const Reading& reading, const Line& line, StateValues& state) {
@@ -52,7 +53,7 @@ void ReadPoint(const Reading& reading, const Line& line, StateValues& state) {
 }  // namespace
 
 void ReadV31(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status) {
-    const Reading reading("ReadV31", unit, record, status);
+    const Reading reading(kV31Format, unit, record, status);
     if (VecTableSupport::ReadIntegerField(line.Columns(30, 5), record.satNum) != ReadStatus::kOk) {
         FailOnLine(reading, line, "Invalid satellite number.");
         return;

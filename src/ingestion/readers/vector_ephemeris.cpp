@@ -25,6 +25,18 @@
 #include "support/dates.h"
 
 namespace VecTableCardReading {
+
+constexpr Format kVecEphFormat = {CardType::kVecEph, "vector ephemeris", "ReadVecEph", VEC_HOST_HOLDS_VELOCITIES};
+
+bool IsVecEphCard(std::string_view line) noexcept {
+    return Column(line, 57) == '.' && (Holds(line, 75, "SP ") || Holds(line, 75, "GP "));
+}
+
+constexpr Format kSimObsFormat = {CardType::kSimObs, "simulated observations", "ReadSimObs", VEC_HOST_HOLDS_VELOCITIES};
+
+bool IsSimObsCard(std::string_view line) noexcept {
+    return Column(line, 57) == '.' && Holds(line, 75, "     Z");
+}
 namespace {
 
 constexpr RealField kKe{1, 22, 15};
@@ -63,7 +75,7 @@ bool ReadVector(std::string_view reportedName, const Line& line, std::span<const
 }  // namespace
 
 void ReadVecEph(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status) {
-    const Reading reading("ReadVecEph", unit, record, status);
+    const Reading reading(kVecEphFormat, unit, record, status);
     ReadDeckHeader(line, record);
     std::array<Line, 2> lines;
     StateValues state{};
@@ -86,7 +98,7 @@ void ReadVecEph(InputUnit& unit, const Line& line, VecTabRecord& record, std::in
 }
 
 void ReadSimObs(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status) {
-    const Reading reading("ReadSimObs", unit, record, status);
+    const Reading reading(kSimObsFormat, unit, record, status);
     ReadDeckHeader(line, record);
     std::array<Line, 3> lines;
     StateValues state{};
