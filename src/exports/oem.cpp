@@ -5,12 +5,13 @@
 
 #include "exports/boundary.h"
 #include "ingestion/loaded_keys.h"
+#include "ingestion/readers/readers.h"
 #include "support/cancellation.h"
 
 using namespace VecTableDllExports;
 
 int32_t VecOemLoadFile(const char* filePath, int32_t satNum, int64_t* satKeys, int32_t capacity, int32_t* count) {
-    constexpr std::string_view kCall = VecTableCardReading::kOemCall;
+    const std::string_view kCall = VecTableCardReading::kOemFormat.reader;
     Clear(count);
     if (NullArgument(kCall, filePath, count) || NoRoom(kCall, satKeys, capacity)) return kFailure;
     const VecTableSupport::CancellationHold hold;

@@ -3,7 +3,8 @@
 #include <utility>
 
 #include "ingestion/loaded_keys.h"
-#include "ingestion/readers/oem_text.h"
+#include "ingestion/oem_segments.h"
+#include "ingestion/readers/readers.h"
 #include "store/record_lookup.h"
 #include "support/keys.h"
 #include "support/text.h"
@@ -52,6 +53,11 @@ class StoredTogether {
     std::vector<std::int64_t> added_;
 };
 
+bool ReadMessage(InputUnit& unit, const VecTabRecord& pattern, std::vector<VecTabRecord>& records) {
+    OemSegments segments(pattern, unit.LineNumber(), records);
+    return ReadOemText(unit, segments);
+}
+
 }  // namespace
 
 std::int32_t LoadOem(std::string_view filePath, std::int32_t satNum, std::vector<std::int64_t>& satKeys) {
@@ -63,13 +69,13 @@ std::int32_t LoadOem(std::string_view filePath, std::int32_t satNum, std::vector
     pattern.format = kOemFormat.name;
     pattern.filePath = VecTableTypes::PathText(filePath);
     std::vector<VecTabRecord> records;
-    if (!ReadOem(unit, pattern, records)) return VEC_TAB_FAILURE;
+    if (!ReadMessage(unit, pattern, records)) return VEC_TAB_FAILURE;
 
     StoredTogether stored(records.size());
     for (std::size_t i = 0; i < records.size(); ++i) {
         if (stored.Add(std::move(records[i]))) continue;
         TextBuilder<128> text;
-        text.Add(kOemCall).Add(": Segment ").AddInteger(static_cast<std::int64_t>(i) + 1);
+        text.Add(kOemFormat.reader).Add(": Segment ").AddInteger(static_cast<std::int64_t>(i) + 1);
         text.Add(" cannot be stored, and so none of the file is.");
         VecTableSupport::TraceLogError(text.Written());
         return VEC_TAB_FAILURE;

@@ -7,9 +7,6 @@
 
 namespace VecTableCardReading {
 
-// In the entries of the log.
-inline constexpr std::string_view kOemCall = "VecOemLoadFile";
-
 // 0 with the keys in the order of the file; 2 with an entry in the log and the store as it was; or the error number of
 // the system when the file cannot be opened. The store is as it was after std::bad_alloc, too. `satNum` 0 stands for
 // the number of a file that gives none.

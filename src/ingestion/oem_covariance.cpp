@@ -13,7 +13,7 @@ using Terms = std::array<double, VecTableTypes::kCovTerms>;
 using Vector = std::array<double, 3>;
 using Matrix = std::array<Vector, 3>;
 
-// The Earth's turning about the z axis, rad/s (World Geodetic System 1984).
+// The Earth's rotation about the z axis, rad/s (World Geodetic System 1984).
 constexpr double kEarthRate = 7.2921151467e-5;
 
 // Of numbers beyond it the products of four may overflow.
@@ -99,7 +99,7 @@ Matrix Product(const Matrix& a, const Matrix& b) noexcept {
     return product;
 }
 
-// -w x each column, w being the Earth's turning: what an Earth-fixed velocity has beyond an inertial one.
+// -w x each column, w being the Earth's rotation: what an Earth-fixed velocity has beyond an inertial one.
 Matrix Drift(const Matrix& m) noexcept {
     Matrix drift{};
     for (std::size_t j = 0; j < 3; ++j) {
@@ -111,7 +111,7 @@ Matrix Drift(const Matrix& m) noexcept {
 
 }  // namespace
 
-bool TurnToFrameOf(const VecTabPoint& state, std::int32_t coordSys, GivenCovariance& given) noexcept {
+bool RotateToFrameOf(const VecTabPoint& state, std::int32_t coordSys, GivenCovariance& given) noexcept {
     if (!AreSensible(state.pos) || !AreSensible(state.vel) || !AreSensible(given.terms)) return false;
     const bool earthFixed = VecTableTypes::FrameOf(coordSys).rotatesWithEarth;
     Vector inertial = state.vel;
@@ -121,10 +121,10 @@ bool TurnToFrameOf(const VecTabPoint& state, std::int32_t coordSys, GivenCovaria
     }
     Matrix axes;
     if (!FindAxes(given.axes, state.pos, inertial, axes)) return false;
-    const Matrix turn = Transposed(axes);
+    const Matrix rotation = Transposed(axes);
     Blocks blocks = ToBlocks(given.terms);
     for (Matrix* block : {&blocks.positions, &blocks.mixed, &blocks.velocities}) {
-        *block = Product(turn, Product(*block, axes));
+        *block = Product(rotation, Product(*block, axes));
     }
     if (earthFixed) {
         const Matrix mixed = Sum(blocks.mixed, Drift(blocks.positions));

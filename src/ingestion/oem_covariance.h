@@ -22,10 +22,10 @@ struct GivenCovariance {
     std::array<double, VecTableTypes::kCovTerms> terms{};  // lower triangle, row by row; km^2, km^2/s, km^2/s^2
 };
 
-// Turns the terms from axes that go with the satellite into the frame of the state, which is that of a record (its code).
-// The rate at which the axes themselves turn is left out. The velocity of an Earth-fixed state is taken to an inertial one
-// and back. False when position and velocity span no plane, and for absurd numbers.
-bool TurnToFrameOf(const VecTableTypes::VecTabPoint& state, std::int32_t coordSys, GivenCovariance& given) noexcept;
+// Rotates the terms from axes that go with the satellite into the frame `coordSys`, which is that of the state. The rate at
+// which the axes themselves rotate is left out. For a frame that rotates with the Earth, the axes are those of the inertial
+// velocity. False when position and velocity span no plane, and for absurd numbers.
+bool RotateToFrameOf(const VecTableTypes::VecTabPoint& state, std::int32_t coordSys, GivenCovariance& given) noexcept;
 
 // Gives every point of the record its covariance: the one of its time; between two of them, which rise in time, the
 // straight line; before the first and after the last that one.

@@ -99,9 +99,13 @@ extern const Format kOasysFormat;
 bool IsOasysCard(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadOASYS(std::string_view filePath, InputUnit& unit, VecTabRecord& record, std::int32_t& status);
 
-// Orbit ephemeris messages have a load of their own: see ingestion/oem.h.
+// Orbit ephemeris messages have a load of their own (ingestion/oem.h), which hands the file to the reader of its form.
+class OemSegments;
 extern const Format kOemFormat;
 bool IsOemCard(std::string_view line) noexcept;
+// Reads a message in text form from its first line on. False when the file is no such message or has a line that is not
+// of its form; an entry in the log says which and why.
+bool ReadOemText(InputUnit& unit, OemSegments& segments);
 
 extern const Format kOwnerFormat;
 // Whether the time of a data line may stand before column 16: no later test is asked then.

@@ -55,12 +55,6 @@ bool ReadColumns(const Line& line, std::span<const RealField> fields, std::span<
     return true;
 }
 
-bool ReadNumbers(const Reading& reading, const Line& line, std::string_view part, std::span<double> values) noexcept {
-    if (VecTableSupport::ReadFreeForm(part, values) == ReadStatus::kOk) return true;
-    SkipBadEphemPoint(reading.name, line.Text());
-    return false;
-}
-
 std::int32_t IntegerOr(std::string_view field, std::int32_t otherwise) noexcept {
     std::int32_t value = otherwise;
     VecTableSupport::ReadIntegerField(field, value);
@@ -73,21 +67,6 @@ bool ReadTime(std::string_view date, std::string_view reportedName, std::string_
     if (ds50UTC > 0.0) return true;
     SkipBadEphemPoint(reportedName, badText);
     return false;
-}
-
-VecTabPoint MakePoint(double ds50UTC, std::span<const double, 6> state, double kilometersPerUnit) noexcept {
-    VecTabPoint point;
-    point.ds50UTC = ds50UTC;
-    for (std::size_t i = 0; i < 3; ++i) {
-        point.pos[i] = state[i] * kilometersPerUnit;
-        point.vel[i] = state[i + 3] * kilometersPerUnit;
-    }
-    return point;
-}
-
-VecTabPoint MakePoint(double epoch, const TimedValues& values, double kilometersPerUnit) noexcept {
-    const double time = values[0] / VecTableSupport::kSecondsPerDay + epoch;
-    return MakePoint(time, std::span(values).subspan<1>(), kilometersPerUnit);
 }
 
 std::int32_t SatNumOfFileName(std::string_view filePath) noexcept {

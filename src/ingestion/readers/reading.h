@@ -11,6 +11,7 @@
 
 #include "ingestion/point_assembly.h"
 #include "ingestion/readers/readers.h"
+#include "support/dates.h"
 #include "support/number_fields.h"
 
 namespace VecTableCardReading {
@@ -94,7 +95,12 @@ struct RealField {
 bool ReadColumns(const Line& line, std::span<const RealField> fields, std::span<double> values) noexcept;
 
 // Reads free-form numbers of a line from a part of it. A line that fails is reported.
-bool ReadNumbers(const Reading& reading, const Line& line, std::string_view part, std::span<double> values) noexcept;
+inline bool ReadNumbers(const Reading& reading, const Line& line, std::string_view part,
+                        std::span<double> values) noexcept {
+    if (VecTableSupport::ReadFreeForm(part, values) == ReadStatus::kOk) return true;
+    SkipBadEphemPoint(reading.name, line.Text());
+    return false;
+}
 
 // The integer in columns of a line, or `otherwise` where they hold none.
 std::int32_t IntegerOr(std::string_view field, std::int32_t otherwise) noexcept;
@@ -106,10 +112,22 @@ bool ReadTime(std::string_view date, std::string_view reportedName, std::string_
 inline constexpr double kKilometersPerMeter = 0.001;
 
 // A point of position and velocity.
-VecTabPoint MakePoint(double ds50UTC, std::span<const double, 6> state, double kilometersPerUnit = 1.0) noexcept;
+inline VecTabPoint MakePoint(double ds50UTC, std::span<const double, 6> state,
+                             double kilometersPerUnit = 1.0) noexcept {
+    VecTabPoint point;
+    point.ds50UTC = ds50UTC;
+    for (std::size_t i = 0; i < 3; ++i) {
+        point.pos[i] = state[i] * kilometersPerUnit;
+        point.vel[i] = state[i + 3] * kilometersPerUnit;
+    }
+    return point;
+}
 
 // A point of seconds from an epoch, in days since 1950, position and velocity.
-VecTabPoint MakePoint(double epoch, const TimedValues& values, double kilometersPerUnit) noexcept;
+inline VecTabPoint MakePoint(double epoch, const TimedValues& values, double kilometersPerUnit) noexcept {
+    const double time = values[0] / VecTableSupport::kSecondsPerDay + epoch;
+    return MakePoint(time, std::span(values).subspan<1>(), kilometersPerUnit);
+}
 
 // The satellite number that the first five characters of the file's name are, or kUnknownSatNum.
 std::int32_t SatNumOfFileName(std::string_view filePath) noexcept;
