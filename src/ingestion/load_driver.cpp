@@ -42,26 +42,23 @@ struct Summary {
 struct Walk {
     InputUnit& unit;
     std::string_view filePath;
-    VecTabRecord record;
-    std::int64_t* satKeyOut;
-    Summary summary;
+    TakeRecord take;
+    void* context;
+    VecTabRecord record{};
+    Summary summary{};
 
-    bool HasStored() const noexcept { return summary.numOfPts != 0; }
+    bool HasTaken() const noexcept { return summary.numOfPts != 0; }
 };
 
-// Stores the record with its points; its texts and numbers stay for the next reader, which makes points of its own.
-void Store(Walk& walk) {
+// Hands out the record with its points; its texts and numbers stay for the next reader, which makes points of its own.
+void HandOut(Walk& walk) {
     VecTabRecord& record = walk.record;
     walk.summary = {record.numOfPts, record.points[1].ds50UTC, record.LastPoint().ds50UTC, record.coordSys};
     TrimVecTablePts(record);
     VecTableTypes::PointArray points = std::move(record.points);
     VecTabRecord finished = record;
     finished.points = std::move(points);
-    MakeRoomForLoadedKeys(1);
-    VecTableTree::VecTabBinTree* node = nullptr;
-    const std::int64_t key = VecTableTree::AddRecToMem(std::move(finished), &node);
-    if (node != nullptr) RememberLoadedKey(key);
-    if (walk.satKeyOut != nullptr) *walk.satKeyOut = key;
+    walk.take(std::move(finished), walk.context);
 }
 
 bool HasPoints(const VecTabRecord& record) noexcept {
@@ -123,18 +120,18 @@ bool ReadByCards(Walk& walk, EphemName& ephemName) {
         RunReader(card, line, walk, status);
         if (status == kNoReader) continue;
         if (status == 2 || !HasPoints(walk.record)) return false;
-        Store(walk);
+        HandOut(walk);
         ephemName = EphemName();
     }
     return true;
 }
 
-// What a binary file gives before a failure is stored all the same.
+// What a binary file gives before a failure is taken all the same.
 std::int32_t ReadBinary(Walk& walk) {
     std::int32_t status = 0;
     ReadDCEBinary(walk.filePath, walk.record, status);
     if (!HasPoints(walk.record)) return 2;
-    Store(walk);
+    HandOut(walk);
     return status;
 }
 
@@ -167,6 +164,28 @@ std::int32_t ReadFile(Walk& walk, EphemName& ephemName) {
     return 0;
 }
 
+// Hands the list lines of a file to `use`: what they are, and the name or the path in them. Nearly every line of a file is
+// none of a list, and is left where it was read.
+template <typename Use>
+void ForEachListLine(InputUnit& unit, Use use) {
+    std::string_view read;
+    LineBuffer<kListLineLength> line;
+    while (unit.NextLine(read) == ReadStatus::kOk) {
+        if (!BeginsListLine(read)) continue;
+        line.Assign(read);
+        use(VecTabCardType(line.Text()), GetInputFileName(line.Text()));
+    }
+}
+
+// `satKeyOut`, when it is not null, receives what AddRecToMem gives.
+void Store(VecTabRecord&& record, void* satKeyOut) {
+    MakeRoomForLoadedKeys(1);
+    VecTableTree::VecTabBinTree* node = nullptr;
+    const std::int64_t key = VecTableTree::AddRecToMem(std::move(record), &node);
+    if (node != nullptr) RememberLoadedKey(key);
+    if (satKeyOut != nullptr) *static_cast<std::int64_t*>(satKeyOut) = key;
+}
+
 // The files of a list that gave no record, with what they logged. A file that is named again is not read again, so that
 // a long list that names itself, or another long text, takes no time for each pair of its lines.
 class BarrenFiles {
@@ -193,9 +212,9 @@ void LoadListedFile(std::string_view path, EphemName& name, BarrenFiles& barren)
     const bool isBinary = FileIsDotDCE(path);
     if (!isBinary && barren.Repeat(unit, path)) return;
     EntryKeeper entries;
-    Walk walk{unit, path, {}, nullptr, {}};
+    Walk walk{unit, path, Store, nullptr};
     ReadFile(walk, name);
-    if (!isBinary && !walk.HasStored()) barren.Remember(unit, entries);
+    if (!isBinary && !walk.HasTaken()) barren.Remember(unit, entries);
 }
 
 // The path of a listed file. The interface cuts it, to what may be that of another file.
@@ -208,19 +227,13 @@ std::string_view CutPath(std::string_view path) noexcept {
     return path.substr(0, VEC_TAB_PATH_LENGTH);
 }
 
-// The first pass. The name that it leaves is that of the file's own first record. Nearly every line of a file is none
-// of a list, and is left where it was read.
+// The first pass. The name that it leaves is that of the file's own first record.
 void FollowListLines(InputUnit& unit, EphemName& name) {
-    std::string_view read;
-    LineBuffer<kListLineLength> line;
     BarrenFiles barren;
-    while (unit.NextLine(read) == ReadStatus::kOk) {
-        if (!BeginsListLine(read)) continue;
-        line.Assign(read);
-        const CardType card = VecTabCardType(line.Text());
-        if (card == CardType::kNameLine) name = EphemName(GetInputFileName(line.Text()));
-        if (card == CardType::kFileLine) LoadListedFile(CutPath(GetInputFileName(line.Text())), name, barren);
-    }
+    ForEachListLine(unit, [&](CardType card, std::string_view value) {
+        if (card == CardType::kNameLine) name = EphemName(value);
+        if (card == CardType::kFileLine) LoadListedFile(CutPath(value), name, barren);
+    });
 }
 
 }  // namespace
@@ -245,8 +258,26 @@ std::int32_t ReadVecTabsFrFileUnit(InputUnit& unit, std::string_view filePath) {
 
 std::int32_t ReadOnlyVecTabs(InputUnit& unit, std::string_view filePath, EphemName& ephemName,
                              std::int64_t* satKeyOut) {
-    Walk walk{unit, filePath, {}, satKeyOut, {}};
+    return WalkFile(unit, filePath, ephemName, Store, satKeyOut);
+}
+
+std::int32_t WalkFile(InputUnit& unit, std::string_view filePath, EphemName& ephemName, TakeRecord take,
+                      void* context) {
+    Walk walk{unit, filePath, take, context};
     return ReadFile(walk, ephemName);
+}
+
+std::vector<ListMember> ListMembers(InputUnit& unit) {
+    std::vector<ListMember> members;
+    std::optional<std::string> name;
+    unit.Rewind();
+    ForEachListLine(unit, [&](CardType card, std::string_view value) {
+        if (card == CardType::kNameLine) name = std::string(value);
+        if (card != CardType::kFileLine) return;
+        members.push_back({std::string(value), unit.LineNumber(), std::move(name)});
+        name.reset();
+    });
+    return members;
 }
 
 std::int64_t AddVecTabFile(InputUnit& unit, std::string_view filePath) {
