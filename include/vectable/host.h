@@ -28,6 +28,7 @@ extern "C" {
 
 #define VEC_HOST_FRAME_NAME_LENGTH 8
 #define VEC_HOST_FORMAT_LENGTH 32
+#define VEC_HOST_LIST_LINE_LENGTH 1500 /* what follows in a line of a list is dropped */
 
 /* What a file of a format can hold. */
 #define VEC_HOST_HOLDS_VELOCITIES 1
@@ -133,6 +134,39 @@ VECTABLE_API int32_t VecHostGetLoaded(int32_t order, int64_t* satKeys, int32_t c
  * Result:    0, or 2 when the key is unknown or an argument is null
  */
 VECTABLE_API int32_t VecHostGetFormat(int64_t satKey, char format[VEC_HOST_FORMAT_LENGTH]);
+
+/*
+ * The format that a file is read as, found without loading it.
+ *
+ * Given:     filePath  char[512]      path of the file
+ * Returned:  format    char[32]       blank-padded: "OEM" for an orbit ephemeris message, of whichever form, which
+ *                                     VecOemLoadFile reads; the name of the format (docs/formats.md) whose card comes
+ *                                     first; "list" where a line that names a file comes first; blanks for none of them
+ *            holds     int32*         what such a file can hold: VEC_HOST_HOLDS_..., added up
+ * Result:    0; 2 when an argument is null or there is no memory; or the error number of the system (errno.h) when the
+ *            file cannot be opened
+ */
+VECTABLE_API int32_t VecHostGetFileFormat(const char* filePath, char format[VEC_HOST_FORMAT_LENGTH], int32_t* holds);
+
+/*
+ * Finds the files that the lines of a list, or of any other file, name. None of them is opened.
+ *
+ * Given:     filePath  char[512]      path of the list
+ * Returned:  count     int32*         how many there are for VecHostTakeListed to take on this thread
+ * Result:    as of VecHostGetFileFormat
+ */
+VECTABLE_API int32_t VecHostFindListed(const char* filePath, int32_t* count);
+
+/*
+ * Takes the next of the files that the calling thread's last VecHostFindListed has found.
+ *
+ * Given:     capacity    int32           characters that `path` has room for, from 0
+ * Returned:  path        char[capacity]  path of the file, cut or blank-padded; null where capacity is 0
+ *            lineNumber  int64*          the line that names it, from 1; 0 when no file is left
+ * Result:    the number of characters of the path, below VEC_HOST_LIST_LINE_LENGTH, also where there is less room: of more
+ *            than VEC_TAB_PATH_LENGTH a load opens the head. -1 when none is left, or for a null or negative argument
+ */
+VECTABLE_API int32_t VecHostTakeListed(char* path, int32_t capacity, int64_t* lineNumber);
 
 /*
  * Which of two settings is the key mode: 0 that of VecHostSetElsetKeyMode, any other value that of

@@ -2,10 +2,9 @@
 from __future__ import annotations
 
 import ctypes
-import functools
 import os
 from array import array
-from ctypes import c_int32, c_int64, c_void_p
+from ctypes import c_char_p, c_int32, c_int64, c_void_p
 from typing import Any, Sequence, Union
 
 from . import _calls, _log
@@ -19,6 +18,9 @@ from .errors import VecTabError
 _name_frame = function("VecHostFrameName", None, c_int32, c_void_p)
 _name_format = function("VecHostGetFormat", c_int32, c_int64, c_void_p)
 _take_keys = function("VecHostTakeKeys", c_int32, c_void_p, c_int32)
+_format_of_file = function("VecHostGetFileFormat", c_int32, c_char_p, c_void_p, c_void_p)
+_find_listed = function("VecHostFindListed", c_int32, c_char_p, c_void_p)
+_take_listed = function("VecHostTakeListed", c_int32, c_void_p, c_int32, c_void_p)
 _BY_ENTRY = 2
 _HOLE = VEC_TAB_GAP_MINUTES / 1440.0  # days; over a longer step nothing is interpolated
 _FRAME_NAME_LENGTH = 8  # VEC_HOST_FRAME_NAME_LENGTH
@@ -83,18 +85,10 @@ def _notes(key, count):
     return ", ".join(notes)
 
 
-def _lines(path):
-    """The lines of a file; a longer one in parts."""
-    with open(path, "rb") as file:
-        yield from iter(functools.partial(file.readline, 65536), b"")
-
-
 def _is_oem(path):
     """Whether a file is an orbit ephemeris message, which has a call of its own."""
-    if not os.path.isfile(path):
-        return False
-    lines = (line.removeprefix(b"\xef\xbb\xbf").strip() for line in _lines(path))
-    return next((line for line in lines if line and not line.startswith(b"COMMENT")), b"").startswith(b"CCSDS_OEM_VERS")
+    name, holds = ctypes.create_string_buffer(_FORMAT_LENGTH), c_int32()
+    return _format_of_file(os.fsencode(path), name, ctypes.byref(holds)) == 0 and name.raw.rstrip() == b"OEM"
 
 
 def _path_of(path):
@@ -124,10 +118,11 @@ def _may_be_cut(key):
 
 def _cut_paths(path):
     """What the library takes of the paths of a list that are too long for it, and the numbers of their lines."""
-    for number, line in enumerate(_lines(path), 1):
-        named = line.partition(b"=")[2].strip()
-        if len(named) > VEC_TAB_PATH_LENGTH:
-            yield os.fsdecode(named[:VEC_TAB_PATH_LENGTH].rstrip()), number
+    head, line = ctypes.create_string_buffer(VEC_TAB_PATH_LENGTH), c_int64()
+    _find_listed(os.fsencode(path), ctypes.byref(c_int32()))
+    while (length := _take_listed(head, VEC_TAB_PATH_LENGTH, ctypes.byref(line))) >= 0:
+        if length > VEC_TAB_PATH_LENGTH:
+            yield os.fsdecode(head.raw.rstrip()), line.value
 
 
 def _raise_for_file(error, path):

@@ -46,10 +46,10 @@ bool NullArgument(std::string_view call, const Pointers*... arguments) noexcept 
     return null;
 }
 
-// Whether keys cannot be written to an array that has room for so many; that is logged.
-inline bool NoRoom(std::string_view call, const std::int64_t* satKeys, std::int32_t capacity) noexcept {
+// Whether nothing can be written to an array that has room for so much; that is logged.
+inline bool NoRoom(std::string_view call, const void* array, std::int32_t capacity) noexcept {
     if (capacity < 0) LogCall(call, "Negative capacity.");
-    return capacity < 0 || (capacity > 0 && NullArgument(call, satKeys));
+    return capacity < 0 || (capacity > 0 && NullArgument(call, array));
 }
 
 // Writes as many keys as there is room for; the result is how many there are.

@@ -3,15 +3,18 @@
 #include <vectable/vectable.h>
 
 #include "exports/boundary.h"
+#include "ingestion/formats.h"
 #include "ingestion/load_driver.h"
 #include "ingestion/loaded_keys.h"
 #include "store/frames.h"
 #include "store/record_lookup.h"
 #include "store/search_tree.h"
+#include "support/cancellation.h"
 #include "support/dates.h"
 #include "support/kept_entries.h"
 #include "support/key_modes.h"
 #include "support/text.h"
+#include "support/thread_owned.h"
 #include "support/trace_log.h"
 
 static_assert(VEC_HOST_TRACE_ERROR == VecTableSupport::kTraceError);
@@ -20,6 +23,29 @@ static_assert(VEC_HOST_TRACE_INFO == VecTableSupport::kTraceInfo);
 using namespace VecTableDllExports;
 using VecTableSupport::keyModeSettings;
 using VecTableSupport::StrToCharArr;
+
+namespace {
+
+// Those of a list that its thread has asked for.
+struct ListedFiles {
+    std::vector<VecTableCardReading::ListMember> files;
+    std::size_t taken = 0;  // of them, from the first on
+};
+
+// Does the work with the open file.
+template <typename Work>
+int32_t WithFile(std::string_view call, const char* filePath, Work work) noexcept {
+    const VecTableSupport::CancellationHold hold;
+    return Guarded(call, kFailure, [&] {
+        const PathArgument path(filePath);
+        VecTableSupport::InputUnit unit;
+        const int32_t code = VecTableSupport::FileOpenMt(path.View(), unit);
+        if (code == 0) work(unit, path.View());
+        return code;
+    });
+}
+
+}  // namespace
 
 void VecHostSetTraceSink(VecHostTraceSink sink, void* context) {
     VecTableSupport::SetTraceSink(sink, context);
@@ -82,6 +108,44 @@ int32_t VecHostGetFormat(int64_t satKey, char format[VEC_HOST_FORMAT_LENGTH]) {
     if (!record) return kFailure;
     StrToCharArr(record->format, VEC_HOST_FORMAT_LENGTH, format);
     return kSuccess;
+}
+
+int32_t VecHostGetFileFormat(const char* filePath, char format[VEC_HOST_FORMAT_LENGTH], int32_t* holds) {
+    constexpr std::string_view kCall = "VecHostGetFileFormat";
+    ClearText(format, VEC_HOST_FORMAT_LENGTH);
+    Clear(holds);
+    if (NullArgument(kCall, filePath, format, holds)) return kFailure;
+    return WithFile(kCall, filePath, [&](VecTableSupport::InputUnit& unit, std::string_view path) {
+        const auto* found = VecTableCardReading::FormatOfFile(unit, path);
+        if (found == nullptr) return;
+        StrToCharArr(found->name, VEC_HOST_FORMAT_LENGTH, format);
+        *holds = found->holds;
+    });
+}
+
+int32_t VecHostFindListed(const char* filePath, int32_t* count) {
+    constexpr std::string_view kCall = "VecHostFindListed";
+    Clear(count);
+    auto* listed = VecTableSupport::ThreadOwned<ListedFiles>();
+    if (NullArgument(kCall, filePath, count) || listed == nullptr) return kFailure;
+    *listed = {};
+    return WithFile(kCall, filePath, [&](VecTableSupport::InputUnit& unit, std::string_view path) {
+        if (!VecTableCardReading::FileIsDotDCE(path)) listed->files = VecTableCardReading::ListMembers(unit);
+        *count = static_cast<int32_t>(listed->files.size());
+    });
+}
+
+int32_t VecHostTakeListed(char* path, int32_t capacity, int64_t* lineNumber) {
+    constexpr std::string_view kCall = "VecHostTakeListed";
+    Clear(lineNumber);
+    if (NoRoom(kCall, path, capacity)) return -1;
+    ClearText(path, static_cast<std::size_t>(capacity));
+    auto* listed = VecTableSupport::ThreadOwned<ListedFiles>();
+    if (NullArgument(kCall, lineNumber) || listed == nullptr || listed->taken == listed->files.size()) return -1;
+    const auto& file = listed->files[listed->taken++];
+    StrToCharArr(file.path, static_cast<std::size_t>(capacity), path);
+    *lineNumber = file.line;
+    return static_cast<int32_t>(file.path.size());
 }
 
 void VecHostSetUseAllKeyMode(int32_t onOff) {

@@ -9,10 +9,13 @@
 namespace VecTableCardReading {
 namespace {
 
-constexpr const Format* kFormats[] = {&kDceBinaryFormat, &kV31Format,    &kUniversalFormat, &kOemFormat,
-                                      &kSimObsFormat,    &kVecEphFormat, &kItcFormat,       &kEcrFormat,
-                                      &kJ2kFormat,       &kDotEFormat,   &kOwnerFormat,     &kOasysFormat,
-                                      &kLchFormat,       &kEelvFormat,   &kDceTextFormat,   &kLaunchFormat};
+// A file that only names others.
+constexpr Format kListFormat = {CardType::kFileLine, "list", "", 0};
+
+// What a card, or a line that names a file, tells a file to be.
+constexpr const Format* kFormats[] = {&kListFormat,  &kV31Format, &kUniversalFormat, &kSimObsFormat,  &kVecEphFormat,
+                                      &kItcFormat,   &kEcrFormat, &kJ2kFormat,       &kDotEFormat,    &kOwnerFormat,
+                                      &kOasysFormat, &kLchFormat, &kEelvFormat,      &kDceTextFormat, &kLaunchFormat};
 
 constexpr std::array<std::string_view, 6> kFileKeywords = {"EPHFIL", "SATFIL",       "EPHINP",
                                                            "VECTAB", "VECTOR_TABLE", "EPHEMFILE"};
@@ -67,8 +70,19 @@ bool BeginsListLine(std::string_view line) noexcept {
     return IsFileLine(line) || IsNameLine(line);
 }
 
-std::span<const Format* const> Formats() noexcept {
-    return kFormats;
+const Format* FormatOfFile(InputUnit& unit, std::string_view filePath) noexcept {
+    if (FileIsDotDCE(filePath)) return &kDceBinaryFormat;
+    if (IsOemFile(unit)) return &kOemFormat;
+    unit.Rewind();
+    Line line;
+    while (unit.ReadLine(line) == ReadStatus::kOk) {
+        const CardType card = line.IsCommentOrBlank() ? CardType::kNone : VecTabCardType(line.Text());
+        if (card == CardType::kNone) continue;
+        for (const Format* format : kFormats) {
+            if (format->card == card) return format;
+        }
+    }
+    return nullptr;
 }
 
 }  // namespace VecTableCardReading

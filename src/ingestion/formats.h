@@ -1,7 +1,6 @@
 // What a line is, told by its content; and the formats that there are.
 #pragma once
 
-#include <span>
 #include <string_view>
 
 #include "ingestion/readers/readers.h"
@@ -15,7 +14,7 @@ VECTABLE_MODULE CardType VecTabCardType(std::string_view line) noexcept;
 // Whether the line begins as a line of a list does. An earlier test of VecTabCardType may claim it still.
 bool BeginsListLine(std::string_view line) noexcept;
 
-// All formats, in the order of their tests.
-std::span<const Format* const> Formats() noexcept;
+// The format that an open file is read as; "list" where a line that names a file comes before any card; or null.
+const Format* FormatOfFile(InputUnit& unit, std::string_view filePath) noexcept;
 
 }  // namespace VecTableCardReading

@@ -25,9 +25,6 @@ using VecTableSupport::TextBuilder;
 using VecTableSupport::TraceLogError;
 using VecTableSupport::TraceLogInfo;
 
-// Lists are walked in lines that hold the longest path after its keyword.
-constexpr std::size_t kListLineLength = 1500;
-
 constexpr std::int32_t kNoReader = -1;
 
 // The last ephemeris of a walk.
@@ -169,7 +166,7 @@ std::int32_t ReadFile(Walk& walk, EphemName& ephemName) {
 template <typename Use>
 void ForEachListLine(InputUnit& unit, Use use) {
     std::string_view read;
-    LineBuffer<kListLineLength> line;
+    LineBuffer<VEC_HOST_LIST_LINE_LENGTH> line;
     while (unit.NextLine(read) == ReadStatus::kOk) {
         if (!BeginsListLine(read)) continue;
         line.Assign(read);
@@ -220,7 +217,7 @@ void LoadListedFile(std::string_view path, EphemName& name, BarrenFiles& barren)
 // The path of a listed file. The interface cuts it, to what may be that of another file.
 std::string_view CutPath(std::string_view path) noexcept {
     if (path.size() <= VEC_TAB_PATH_LENGTH) return path;
-    TextBuilder<kListLineLength + 128> text;
+    TextBuilder<VEC_HOST_LIST_LINE_LENGTH + 128> text;
     text.Add("ReadVecTabsFrFile: A path of more than ").AddInteger(VEC_TAB_PATH_LENGTH);
     text.Add(" characters is cut to them: \"").Add(path).Add("\".");
     TraceLogError(text.Written());

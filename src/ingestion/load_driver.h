@@ -46,9 +46,10 @@ VECTABLE_MODULE std::int32_t WalkFile(InputUnit& unit, std::string_view filePath
                                       void* context);
 
 struct ListMember {
-    std::string path;                 // as long as the list has it, which may be longer than a path of a load
-    std::int64_t line;                // of the list, from 1
-    std::optional<std::string> name;  // that the list gives the next record that is taken, if it does so before this line
+    std::string path;   // as long as the list has it, which may be longer than a path of a load
+    std::int64_t line;  // of the list, from 1
+    std::optional<std::string>
+        name;  // that the list gives the next record that is taken, if it does so before this line
 };
 
 // The files that an open file names, from its first line on; none is opened.

@@ -22,6 +22,13 @@ TEST_P(Samples, HoldTheStatesThatTheyWereMadeFrom) {
     std::string frame(512, '#');
     VecTabGetField(key, 11, frame.data());
     EXPECT_EQ(frame.substr(0, 1), sample.coordSys < 10 ? std::to_string(sample.coordSys) : "*");
+    std::string format(VEC_HOST_FORMAT_LENGTH, '#'), told = format;
+    int32_t holds = 0;
+    EXPECT_EQ(VecHostGetFormat(key, format.data()), 0);
+    EXPECT_EQ(VecHostGetFileFormat((SAMPLES "/" + sample.file).c_str(), told.data(), &holds), 0);
+    EXPECT_EQ(told, format);
+    const bool hasCovariances = sample.covariance != nullptr && sample.covariance(1, 2) < VEC_TAB_SCALAR_MARK;
+    EXPECT_EQ((holds & VEC_HOST_HOLDS_COVARIANCES) != 0, hasCovariances) << format;
 
     int32_t point = 0;
     std::array<double, 128> all;

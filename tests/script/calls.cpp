@@ -90,6 +90,9 @@ const std::map<std::string, Call>& CallsByName() {
         {"TakeKeys", Bind(VecHostTakeKeys, {4})},
         {"HostGetLoaded", Bind(VecHostGetLoaded, {4})},
         {"TakeEntry", Bind(VecHostTakeEntry, {1, 8, 512, 1})},
+        {"GetFileFormat", Bind(VecHostGetFileFormat, {VEC_HOST_FORMAT_LENGTH, 1})},
+        {"FindListed", Bind(VecHostFindListed, {1})},
+        {"TakeListed", Bind(VecHostTakeListed, {4, 1})},
         {"GetFormat", Bind(VecHostGetFormat, {VEC_HOST_FORMAT_LENGTH})},
         {"FrameName", Bind(VecHostFrameName, {VEC_HOST_FRAME_NAME_LENGTH})},
         {"TimeOfText", Bind(VecHostTimeOfText, {1})}};

@@ -65,6 +65,13 @@ std::string WhyNotOpened(const std::string& path) {
     return S_ISREG(properties.st_mode) ? "" : path + ": not a regular file";
 }
 
+// Orbit ephemeris messages have a call of their own in the library.
+bool IsOrbitEphemerisMessage(const std::string& path) {
+    char format[VEC_HOST_FORMAT_LENGTH];
+    std::int32_t holds = 0;
+    return VecHostGetFileFormat(path.c_str(), format, &holds) == 0 && TextOf(format) == kOemFormat;
+}
+
 std::int32_t LoadMessage(const std::string& path) {
     std::int32_t count = 0;
     return VecOemLoadFile(path.c_str(), VEC_TAB_UNKNOWN_SAT_NUM, nullptr, 0, &count);
@@ -127,7 +134,8 @@ void LoadedFile::Load() {
 void LoadedFile::LoadListed() {
     const std::unordered_set<std::string> loaded = Files();
     for (const ListedFile& file : listed_) {
-        if (loaded.contains(file.path) || !IsOrbitEphemerisMessage(file.path)) continue;
+        if (loaded.contains(file.path) || !WhyTooLong(file.path).empty()) continue;
+        if (!IsOrbitEphemerisMessage(file.path)) continue;
         if (LoadMessage(file.path) != 0) complete_ = false;
         DescribeLoaded();
     }

@@ -1,19 +1,16 @@
 #include "source.h"
 
+#include <vectable/host.h>
 #include <vectable/vectable.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <string_view>
 #include <unistd.h>
 
 #include "failure.h"
-#include "lines.h"
 #include "output.h"
-#include "text.h"
 
 namespace Vectab {
 namespace {
@@ -40,20 +37,6 @@ void CopyStandardInput(int descriptor) {
     }
 }
 
-// Whether the line begins with the keyword, in any letter case.
-bool BeginsWith(std::string_view line, std::string_view keyword) noexcept {
-    const auto upper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; };
-    return line.size() >= keyword.size() &&
-           std::equal(keyword.begin(), keyword.end(), line.begin(), [&](char a, char b) { return a == upper(b); });
-}
-
-bool IsFileLine(std::string_view line) noexcept {
-    constexpr std::array<std::string_view, 6> kKeywords = {"EPHFIL", "SATFIL",       "EPHINP",
-                                                           "VECTAB", "VECTOR_TABLE", "EPHEMFILE"};
-    return std::any_of(kKeywords.begin(), kKeywords.end(),
-                       [&](std::string_view keyword) { return BeginsWith(line, keyword); });
-}
-
 }  // namespace
 
 Source::Source(const std::string& name) : name_(name == "-" ? "standard input" : name) {
@@ -73,26 +56,14 @@ std::string WhyTooLong(const std::string& path) {
     return path + ": a path must not be longer than " + std::to_string(VEC_TAB_PATH_LENGTH) + " characters";
 }
 
-bool IsOrbitEphemerisMessage(const std::string& path) {
-    Lines lines(path);
-    for (std::string_view line; lines.Next(line);) {
-        line = WithoutOuterBlanks(line);
-        if (line.empty() || line.starts_with("COMMENT")) continue;
-        return line.starts_with("CCSDS_OEM_VERS") || line.starts_with("<?xml");
-    }
-    return false;
-}
-
 std::vector<ListedFile> ListedFiles(const std::string& path) {
     std::vector<ListedFile> files;
-    Lines lines(path);
-    std::int64_t number = 0;
-    for (std::string_view line; lines.Next(line);) {
-        ++number;
-        if (!IsFileLine(line)) continue;
-        const auto equals = line.find('=');
-        const bool named = equals != std::string_view::npos;
-        files.push_back({named ? std::string(WithoutOuterBlanks(line.substr(equals + 1))) : "", number});
+    std::int32_t count = 0;
+    VecHostFindListed(path.c_str(), &count);
+    std::array<char, VEC_HOST_LIST_LINE_LENGTH> text;
+    std::int64_t line = 0;
+    for (std::int32_t length = 0; (length = VecHostTakeListed(text.data(), text.size(), &line)) >= 0;) {
+        files.push_back({std::string(text.data(), static_cast<std::size_t>(length)), line});
     }
     return files;
 }

@@ -1,4 +1,4 @@
-// A file to load, and what of its content the tool looks at itself.
+// A file to load, and the files that it names.
 #pragma once
 
 #include <cstdint>
@@ -35,15 +35,12 @@ class Source {
 // The message about a path that is too long for the library; empty when it is not.
 std::string WhyTooLong(const std::string& path);
 
-// Whether the file looks like an orbit ephemeris message, which has a call of its own in the library.
-bool IsOrbitEphemerisMessage(const std::string& path);
-
 struct ListedFile {
     std::string path;
     std::int64_t line;  // of the list, from 1
 };
 
-// The files that the list lines of a file name.
+// The files that the list lines of a file name, whatever they are.
 std::vector<ListedFile> ListedFiles(const std::string& path);
 
 }  // namespace Vectab

@@ -26,7 +26,7 @@
 
 namespace VecTableCardReading {
 
-constexpr Format kOemFormat = {CardType::kOem, "OEM", "VecOemLoadFile",
+constexpr Format kOemFormat = {CardType::kNone, "OEM", "VecOemLoadFile",
                                VEC_HOST_HOLDS_VELOCITIES | VEC_HOST_HOLDS_COVARIANCES | VEC_HOST_HOLDS_SEVERAL};
 
 bool IsOemCard(std::string_view line) noexcept {
@@ -42,6 +42,8 @@ using VecTableSupport::WithoutOuterBlanks;
 constexpr std::size_t kLongestLine = 4000;
 
 constexpr std::size_t kCovarianceRows = 6;
+
+constexpr std::string_view kVersionKeyword = "CCSDS_OEM_VERS";
 
 bool IsComment(std::string_view line) noexcept {
     constexpr std::string_view kComment = "COMMENT";
@@ -134,7 +136,7 @@ class TextReader {
     bool UseFirstLine(std::string_view line) noexcept {
         if (line.front() == '<') return RefuseOem({"The XML form of messages is not read, only the text form (KVN)."});
         const KeyAndValue version = Split(line);
-        if (version.key != "CCSDS_OEM_VERS") return RefuseOem({"No orbit ephemeris message: no CCSDS_OEM_VERS."});
+        if (version.key != kVersionKeyword) return RefuseOem({"No orbit ephemeris message: no CCSDS_OEM_VERS."});
         const bool known = !version.value.empty() && version.value[0] >= '1' && version.value[0] <= '3' &&
                            version.value.substr(1, 1).find_first_not_of('.') == std::string_view::npos;
         if (!known) return RefuseOemText("Only the versions 1 to 3 are read, not", version.value);
@@ -216,6 +218,15 @@ class TextReader {
 };
 
 }  // namespace
+
+bool IsOemFile(InputUnit& unit) noexcept {
+    std::string_view line;
+    do {
+        if (unit.NextLine(line) != ReadStatus::kOk) return false;
+        line = WithoutOuterBlanks(line);
+    } while (line.empty() || IsComment(line));
+    return line.starts_with(kVersionKeyword) || line.starts_with("<?xml");
+}
 
 bool ReadOemText(InputUnit& unit, OemSegments& segments) {
     return TextReader(unit, segments).Read();

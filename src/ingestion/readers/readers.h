@@ -48,7 +48,7 @@ enum class CardType : std::int32_t {
 };
 
 struct Format {
-    CardType card;            // kNone for the one that is told by the name of the file
+    CardType card;            // that starts the reader; kNone where none does
     std::string_view name;    // to users
     std::string_view reader;  // in the messages of the log
     std::int32_t holds;       // what a file of it can hold: VEC_HOST_HOLDS_..., added up
@@ -103,6 +103,8 @@ VECTABLE_MODULE void ReadOASYS(std::string_view filePath, InputUnit& unit, VecTa
 class OemSegments;
 extern const Format kOemFormat;
 bool IsOemCard(std::string_view line) noexcept;
+// Whether the first line that says anything is that of a message, in text form or XML.
+bool IsOemFile(InputUnit& unit) noexcept;
 // Reads a message in text form from its first line on. False when the file is no such message or has a line that is not
 // of its form; an entry in the log says which and why.
 bool ReadOemText(InputUnit& unit, OemSegments& segments);
