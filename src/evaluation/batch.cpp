@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "evaluation/evaluator.h"
+#include "evaluation/prefetch.h"
 #include "store/gate.h"
 #include "store/record_lookup.h"
 #include "support/finite.h"
@@ -17,13 +18,14 @@
 namespace VecTableDllVarsUtils {
 namespace {
 
-using VecTableProcessing::Evaluator;
 using VecTableProcessing::kStencilPoints;
-using VecTableProcessing::Refusal;
-using VecTableProcessing::Table;
+using VecTableProcessing::Outcome;
+using VecTableProcessing::RecordTable;
 using VecTableTypes::kCovTerms;
 using VecTableTypes::VecTabPoint;
 using VecTableTypes::VecTabRecord;
+
+using Evaluator = VecTableProcessing::Evaluator<VecTableProcessing::RecordLayout, true>;
 
 // Requests for which the gate is held, and how many requests before its turn the points of a request are asked for.
 constexpr std::size_t kBlock = VecTableTree::kRecordsAtOnce;
@@ -51,7 +53,7 @@ struct Block {
     std::size_t records = 0;
     std::array<std::int64_t, kBlock> keys;
     std::array<const VecTabRecord*, kBlock> found;
-    std::array<Table, kBlock> tables;
+    std::array<RecordTable, kBlock> tables;
 
     void Gather(const BatchRequests& requests, Cursor& cursor, std::size_t wanted) noexcept {
         std::int64_t lastKey = -1;
@@ -68,47 +70,34 @@ struct Block {
 
     void FindTables() noexcept {
         VecTableTree::FindRecords({keys.data(), records}, {found.data(), records});
-        for (std::size_t i = 0; i < records; ++i) tables[i] = found[i] == nullptr ? Table{} : Table(*found[i]);
+        for (std::size_t i = 0; i < records; ++i) {
+            tables[i] = found[i] == nullptr ? RecordTable{} : VecTableProcessing::TableOf(*found[i]);
+        }
     }
 };
 
 // Asks for the points that a request will need, unless they are those asked for last.
 template <bool kWithCovariance>
-void AskAhead(const Table& table, double t, const VecTabPoint*& asked) noexcept {
+void AskAhead(const RecordTable& table, double t, const VecTabPoint*& asked) noexcept {
     if (table.count < kStencilPoints || !table.Holds(t)) return;
     const VecTabPoint* first = VecTableProcessing::GuessStencil(table, t);
     if (first == std::exchange(asked, first)) return;
     VecTableProcessing::AskForStencil<kWithCovariance>(first);
 }
 
-BatchOutcome OutcomeOf(Refusal refusal) noexcept {
-    switch (refusal) {
-        case Refusal::kNone:
-            return BatchOutcome::kState;
-        case Refusal::kGap:
-            return BatchOutcome::kGap;
-        case Refusal::kTooFew:
-            return BatchOutcome::kTooFew;
-        case Refusal::kNotInitialized:
-        case Refusal::kOutside:
-            return BatchOutcome::kOutside;
-    }
-    return BatchOutcome::kOutside;
-}
-
 template <bool kWithCovariance>
-BatchOutcome Answer(Evaluator<true>& evaluator, const Table& table, double t, VecTabPoint& point) noexcept {
-    if (table.count == 0) return BatchOutcome::kNoRecord;
-    if (!table.Holds(t)) return BatchOutcome::kOutside;
+Outcome Answer(Evaluator& evaluator, const RecordTable& table, double t, VecTabPoint& point) noexcept {
+    if (table.count == 0) return Outcome::kNoRecord;
+    if (!table.Holds(t)) return Outcome::kOutside;
     const double request = VecTableSupport::Tai2Utc(VecTableSupport::Utc2Tai(t));
-    return OutcomeOf(evaluator.Evaluate<kWithCovariance>(table, t, request, point));
+    return evaluator.Evaluate<kWithCovariance>(table, t, request, point);
 }
 
 template <bool kWithCovariance>
-void Write(const BatchAnswers& answers, std::size_t at, BatchOutcome outcome, const VecTabPoint& point) noexcept {
+void Write(const BatchAnswers& answers, std::size_t at, Outcome outcome, const VecTabPoint& point) noexcept {
     constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
     double* state = answers.states + at * kStateSize;
-    const bool there = outcome == BatchOutcome::kState;
+    const bool there = outcome == Outcome::kState;
     if (there) [[likely]] {
         std::copy_n(point.pos.begin(), 3, state);
         std::copy_n(point.vel.begin(), 3, state + 3);
@@ -130,17 +119,17 @@ void Write(const BatchAnswers& answers, std::size_t at, BatchOutcome outcome, co
 // The number of requests without a state.
 template <bool kWithCovariance>
 std::int64_t AnswerBlock(const Block& block, const BatchAnswers& answers, std::size_t at) noexcept {
-    const auto tableOf = [&](std::size_t i) -> const Table& { return block.tables[block.recordOf[i]]; };
+    const auto tableOf = [&](std::size_t i) -> const RecordTable& { return block.tables[block.recordOf[i]]; };
     const VecTabPoint* asked = nullptr;
-    Evaluator<true> evaluator;
+    Evaluator evaluator;
     VecTabPoint point;
     std::int64_t without = 0;
     for (std::size_t i = 0; i < block.count + kAhead; ++i) {
         if (i < block.count) AskAhead<kWithCovariance>(tableOf(i), block.times[i], asked);
         if (i < kAhead) continue;
         const std::size_t turn = i - kAhead;
-        const BatchOutcome outcome = Answer<kWithCovariance>(evaluator, tableOf(turn), block.times[turn], point);
-        if (outcome != BatchOutcome::kState) ++without;
+        const Outcome outcome = Answer<kWithCovariance>(evaluator, tableOf(turn), block.times[turn], point);
+        if (outcome != Outcome::kState) ++without;
         Write<kWithCovariance>(answers, at + turn, outcome, point);
     }
     return without;

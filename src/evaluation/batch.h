@@ -7,8 +7,6 @@
 
 namespace VecTableDllVarsUtils {
 
-enum class BatchOutcome : std::uint8_t { kState = 0, kNoRecord = 1, kOutside = 2, kGap = 3, kTooFew = 4 };
-
 // The requests: record satKeys[i] at ds50UTCs[j], for all i and j, at i * numTimes + j; or, where `pairs`, only for i = j,
 // numKeys and numTimes being the same. Times in days since 1950, UTC.
 struct BatchRequests {
@@ -26,7 +24,7 @@ struct BatchAnswers {
     double* states;
     double* covs;
     std::int32_t* revNums;
-    std::uint8_t* outcomes;
+    std::uint8_t* outcomes;  // VEC_BATCH_...
 };
 
 // The number of requests without a state. Their state and covariance are NaN, their revolution number is 0.

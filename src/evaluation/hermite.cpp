@@ -20,7 +20,6 @@
 #include "evaluation/hermite.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "evaluation/hermite_kernel.h"
 #include "support/time_scales.h"
@@ -31,28 +30,10 @@ namespace {
 using VecTableSupport::Minus;
 using VecTableSupport::ToSplitTai;
 
+constexpr RecordLayout kRecords;
+
 double Seconds(double to, double from) noexcept {
     return Minus(ToSplitTai(to), ToSplitTai(from));
-}
-
-// The polynomial of degree `count` - 1 through the points (time(i), value(i)) at t, in Lagrange's form.
-template <typename Value, typename Time>
-double Lagrange(std::size_t count, Value value, Time time, double t) noexcept {
-    double product = 1.0;
-    for (std::size_t i = 0; i < count; ++i) {
-        const double d = t - time(i);
-        if (d == 0.0) return value(i);
-        product *= d;
-    }
-    double sum = 0.0;
-    for (std::size_t i = 0; i < count; ++i) {
-        double weight = 1.0;
-        for (std::size_t k = 0; k < count; ++k) {
-            if (k != i) weight *= time(i) - time(k);
-        }
-        sum += ((product / (t - time(i))) / weight) * value(i);
-    }
-    return sum;
 }
 
 // Adds what point j gives to the state. P is the product of the times from all points to the request.
@@ -81,27 +62,17 @@ void AddPoint(std::span<const VecTabPoint> points, std::size_t j, double t, doub
     for (std::size_t m = 0; m < state.cov.size(); ++m) state.cov[m] += (L / D) * point.cov[m];
 }
 
-}  // namespace
-
-double EndlessConstant(double timeToNode) noexcept {
-    int exponent = 0;
-    return 2.0 * std::ldexp(std::fabs(std::frexp(timeToNode, &exponent)), 53);
-}
-
-double MarkedScalar(std::span<const VecTabPoint> points, double t) noexcept {
-    return Lagrange(
-        points.size(), [&](std::size_t i) { return points[i].cov[0]; },
-        [&](std::size_t i) { return points[i].ds50UTC; }, t);
-}
-
+// The state at a time on no point, by the formulas as they are written, one operation at a time.
 void HermiteOfAnyLength(std::span<const VecTabPoint> points, double t, VecTabPoint& state) noexcept {
     state = VecTabPoint{};
     state.ds50UTC = t;
     double P = 1.0;
     for (const VecTabPoint& point : points) P *= Seconds(t, point.ds50UTC);
     for (std::size_t j = 0; j < points.size(); ++j) AddPoint(points, j, t, P, state);
-    if (!points.empty() && HasMark(points.front())) state.cov = {MarkedScalar(points, t)};
+    if (!points.empty() && HasMark(kRecords, points.front())) state.cov = {MarkedScalar(kRecords, points, t)};
 }
+
+}  // namespace
 
 VecTabPoint HermiteVecTab(std::span<const VecTabPoint> points, double t) noexcept {
     const auto hit = std::find_if(points.begin(), points.end(),
@@ -110,8 +81,9 @@ VecTabPoint HermiteVecTab(std::span<const VecTabPoint> points, double t) noexcep
     VecTabPoint state;
     if (points.size() == kStencilPoints) {
         StencilTimes times;
-        times.Measure(Stencil(points));
-        HermiteOverStencil<true>(Stencil(points), times, t, state);
+        const Stencil<RecordLayout> stencil(points);
+        times.Measure(stencil);
+        HermiteOverStencil<true>(kRecords, stencil, times, t, state);
     } else {
         HermiteOfAnyLength(points, t, state);
     }

@@ -1,12 +1,37 @@
-// HermiteVecTab for the four points of a stencil: the same bits in half the time.
+// HermiteVecTab for the points of a stencil, in any layout: the same bits in half the time.
 #pragma once
 
 #include <array>
+#include <cmath>
+#include <span>
 
-#include "evaluation/hermite.h"
+#include "evaluation/lagrange.h"
+#include "evaluation/table.h"
 #include "support/time_scales.h"
 
 namespace VecTableProcessing {
+
+static_assert(kStencilPoints == 4, "two pairs of points are what this source is written for");
+
+// Stands for -0.5 / S2 of a point where S2 vanishes. `timeToNode` in seconds, from the point to the request.
+[[gnu::noinline]] inline double EndlessConstant(double timeToNode) noexcept {
+    int exponent = 0;
+    return 2.0 * std::ldexp(std::fabs(std::frexp(timeToNode, &exponent)), 53);
+}
+
+template <typename Layout>
+inline bool HasMark(const Layout& layout, const typename Layout::Point& first) noexcept {
+    return layout.CovarianceOf(first)[1] == VecTableTypes::kScalarMark;
+}
+
+// The scalar of a marked table at t.
+template <typename Layout>
+[[gnu::noinline]] double MarkedScalar(const Layout& layout, std::span<const typename Layout::Point> points,
+                                      double t) noexcept {
+    return Lagrange(
+        points.size(), [&](std::size_t i) { return layout.CovarianceOf(points[i])[0]; },
+        [&](std::size_t i) { return points[i].ds50UTC; }, t);
+}
 
 // Two values that share each operation. A lane is rounded as the scalar operation is, so the bits are those of the
 // formulas written out one by one. The time of an evaluation goes into its divisions, and two of them cost what one does.
@@ -32,7 +57,8 @@ struct StencilTimes {
 
     // A difference changes only its sign when its ends are exchanged, and so do its reciprocal and any product with it:
     // six of each serve the twelve ordered pairs of points. Sums and products run over k in ascending order.
-    [[gnu::always_inline]] void Measure(Stencil points) noexcept {
+    template <typename Point>
+    [[gnu::always_inline]] void Measure(std::span<const Point, kStencilPoints> points) noexcept {
         using VecTableSupport::Minus;
         using VecTableSupport::ToSplitTai;
         split[0] = ToSplitTai(Pair{points[0].ds50UTC, points[1].ds50UTC});
@@ -62,8 +88,10 @@ using StatePairs = std::array<Pair, 3>;
 // Adds what two points give to the state: `half` 0 are points 0 and 1, 1 are 2 and 3. `dt` from the points to the request,
 // s; `sumToTime`, S1 of each, of the reciprocals of the times from the other points to the request; `L`, of each, the
 // product of these times.
-[[gnu::always_inline]] inline void AddPoints(Stencil points, const StencilTimes& times, std::size_t half, Pair dt,
-                                             Pair sumToTime, Pair L, StatePairs& state) noexcept {
+template <typename Point>
+[[gnu::always_inline]] inline void AddPoints(std::span<const Point, kStencilPoints> points, const StencilTimes& times,
+                                             std::size_t half, Pair dt, Pair sumToTime, Pair L,
+                                             StatePairs& state) noexcept {
     Pair c = times.c[half];
     Pair Wc = times.squareC[half];
     for (int j = 0; j < 2; ++j) {
@@ -81,7 +109,7 @@ using StatePairs = std::array<Pair, 3>;
     const Pair B2 = U * (1.0 + slope * dt);
 #pragma GCC unroll 2
     for (int j = 0; j < 2; ++j) {
-        const VecTabPoint& point = points[2 * half + static_cast<std::size_t>(j)];
+        const Point& point = points[2 * half + static_cast<std::size_t>(j)];
         const Pair A{A1[j], A2[j]};
         const Pair B{B1[j], B2[j]};
 #pragma GCC unroll 3
@@ -93,25 +121,31 @@ using StatePairs = std::array<Pair, 3>;
 }
 
 // Each term by the cubic through the four points. The sums start from 0.0, so that none of them is -0.0.
-[[gnu::always_inline]] inline void CombineCovariance(Stencil points, Pair weight01, Pair weight23,
-                                                     std::array<double, VecTableTypes::kCovTerms>& cov) noexcept {
+template <typename Layout>
+[[gnu::always_inline]] inline void CombineCovariance(const Layout& layout, Stencil<Layout> points, Pair weight01,
+                                                     Pair weight23, Covariance& cov) noexcept {
     constexpr std::size_t kLast = VecTableTypes::kCovTerms - 1;
+    const Covariance& cov0 = layout.CovarianceOf(points[0]);
+    const Covariance& cov1 = layout.CovarianceOf(points[1]);
+    const Covariance& cov2 = layout.CovarianceOf(points[2]);
+    const Covariance& cov3 = layout.CovarianceOf(points[3]);
     const auto sum = [&](auto term) {
-        return 0.0 + weight01[0] * term(points[0]) + weight01[1] * term(points[1]) + weight23[0] * term(points[2]) +
-               weight23[1] * term(points[3]);
+        return 0.0 + weight01[0] * term(cov0) + weight01[1] * term(cov1) + weight23[0] * term(cov2) +
+               weight23[1] * term(cov3);
     };
     for (std::size_t m = 0; m < kLast; m += 2) {
-        const Pair terms = sum([m](const VecTabPoint& point) { return Pair{point.cov[m], point.cov[m + 1]}; });
+        const Pair terms = sum([m](const Covariance& of) { return Pair{of[m], of[m + 1]}; });
         cov[m] = terms[0];
         cov[m + 1] = terms[1];
     }
-    cov[kLast] = sum([](const VecTabPoint& point) { return point.cov[kLast]; });
+    cov[kLast] = sum([](const Covariance& of) { return of[kLast]; });
 }
 
 // The state at t, written in place; `state` is none of the points, and t is the time of none. Without covariance its terms
 // are not written.
-template <bool kWithCovariance>
-[[gnu::always_inline]] inline void HermiteOverStencil(Stencil points, const StencilTimes& times, double t,
+template <bool kWithCovariance, typename Layout>
+[[gnu::always_inline]] inline void HermiteOverStencil(const Layout& layout, Stencil<Layout> points,
+                                                      const StencilTimes& times, double t,
                                                       VecTabPoint& state) noexcept {
     const SplitPair time = VecTableSupport::ToSplitTai(Pair{t, t});
     const Pair dt01 = VecTableSupport::Minus(time, times.split[0]);
@@ -125,10 +159,10 @@ template <bool kWithCovariance>
     const Pair L23 = P / dt23;
     // Before the sums of the state: it fills the wait for their first divisions.
     if constexpr (kWithCovariance) {
-        if (HasMark(points[0])) {
-            state.cov = {MarkedScalar(points, t)};
+        if (HasMark(layout, points[0])) {
+            state.cov = {MarkedScalar(layout, points, t)};
         } else {
-            CombineCovariance(points, L01 / times.product[0], L23 / times.product[1], state.cov);
+            CombineCovariance(layout, points, L01 / times.product[0], L23 / times.product[1], state.cov);
         }
     }
     StatePairs sums{};

@@ -3,12 +3,10 @@
 
 #include <cstdint>
 
-#include "store/record_types.h"
+#include "evaluation/gap_policy.h"
+#include "evaluation/outcome.h"
 
 namespace VecTableProcessing {
-
-using VecTableTypes::VecTabPoint;
-using VecTableTypes::VecTabRecord;
 
 // The state of `record` at `timeTai`, days since 1950, TAI: a stored point when the time is within 10^-12 days of one,
 // else the interpolation over the four points round it, which must not lie further apart than kSpacingLimit on the
@@ -21,5 +19,8 @@ VECTABLE_MODULE std::int32_t InterpolateEP(const VecTabRecord& record, double ti
 // ascending crossing of the equatorial plane lies between the two.
 VECTABLE_MODULE std::int32_t UpdateRev(const VecTabPoint& point, const VecTabPoint& refPoint,
                                        std::int32_t refRev) noexcept;
+
+// Logs why an evaluation gave no state.
+void LogEvaluation(Outcome outcome, const Gap& gap) noexcept;
 
 }  // namespace VecTableProcessing

@@ -4,8 +4,9 @@
 #include <limits>
 
 #include "evaluation/evaluator.h"
+#include "evaluation/interpolation.h"
+#include "evaluation/prefetch.h"
 #include "store/record_lookup.h"
-#include "support/dates.h"
 #include "support/finite.h"
 #include "support/keys.h"
 #include "support/text.h"
@@ -15,10 +16,9 @@
 namespace VecTableDllVarsUtils {
 namespace {
 
-using VecTableProcessing::Evaluator;
 using VecTableProcessing::Gap;
-using VecTableProcessing::Refusal;
-using VecTableProcessing::Table;
+using VecTableProcessing::Outcome;
+using VecTableProcessing::RecordTable;
 using VecTableSupport::IsFinite;
 using VecTableSupport::kMinutesPerDay;
 using VecTableSupport::Quieted;
@@ -27,16 +27,14 @@ using VecTableSupport::TextBuilder;
 using VecTableSupport::TraceLogError;
 using VecTableSupport::Utc2Tai;
 
-// What became of a request. It is logged after the gate is left.
-enum class Reply { kState, kNoRecord, kNoPoints, kNoIndex, kNoTime, kRefused };
-
-Reply TakeIndexed(const Table& table, double value, double& outTime, VecTabPoint& point, double* outMse) noexcept {
+Outcome TakeIndexed(const RecordTable& table, double value, double& outTime, VecTabPoint& point,
+                    double* outMse) noexcept {
     const bool inside = IsFinite(value) && value >= 1.0 && value < static_cast<double>(table.count) + 1.0;
-    if (!inside) return Reply::kNoIndex;
+    if (!inside) return Outcome::kNoIndex;
     point = table[static_cast<std::size_t>(value)];
     outTime = point.ds50UTC;
     if (outMse != nullptr) *outMse = (point.ds50UTC - table.span.firstTime) * kMinutesPerDay;
-    return Reply::kState;
+    return Outcome::kState;
 }
 
 // Minutes from one time to another, which may lie anywhere: what would overflow is infinite without an operation.
@@ -47,62 +45,58 @@ double MinutesTo(double ds50UTC, double firstTime) noexcept {
     return far ? std::copysign(std::numeric_limits<double>::infinity(), days) : days * kMinutesPerDay;
 }
 
-// One request, and what is known of its failure.
+// One request, and what is known of its failure, which is logged after the gate is left.
 struct Query {
     std::int64_t satKey;
     double value;
     TimeType timeType;
-    Refusal refusal = Refusal::kNone;
+    bool isEvaluated = false;
     Gap gap{};
 
     template <bool kWithCovariance>
-    Reply TakeTimed(const Table& table, double& outTime, VecTabPoint& point) noexcept {
+    Outcome TakeTimed(const RecordTable& table, double& outTime, VecTabPoint& point) noexcept {
         const double firstTime = table.span.firstTime;
         const bool byMse = timeType == TimeType::kMse;
         const double t = !IsFinite(value) ? Quieted(value) : byMse ? value / kMinutesPerDay + firstTime : value;
         if (!table.Holds(t)) [[unlikely]] {
             outTime = byMse ? t : MinutesTo(t, firstTime);
-            return Reply::kNoTime;
+            return Outcome::kOutside;
         }
         outTime = byMse ? t : (t - firstTime) * kMinutesPerDay;
         if (table.count >= VecTableProcessing::kStencilPoints) {
             VecTableProcessing::AskForStencil<kWithCovariance>(VecTableProcessing::GuessStencil(table, t));
         }
-        Evaluator<false> evaluator;
-        refusal = evaluator.template Evaluate<kWithCovariance>(table, t, Tai2Utc(Utc2Tai(t)), point);
-        if (refusal == Refusal::kNone) [[likely]]
-            return Reply::kState;
-        gap = evaluator.LastGap();
-        return Reply::kRefused;
+        VecTableProcessing::Evaluator<VecTableProcessing::RecordLayout, false> evaluator;
+        const Outcome outcome = evaluator.template Evaluate<kWithCovariance>(table, t, Tai2Utc(Utc2Tai(t)), point);
+        if (outcome != Outcome::kState) [[unlikely]] {
+            isEvaluated = true;
+            gap = evaluator.LastGap();
+        }
+        return outcome;
     }
 
     template <bool kWithCovariance>
-    Reply Take(double& outTime, VecTabPoint& point, double* outMse) noexcept {
+    Outcome Take(double& outTime, VecTabPoint& point, double* outMse) noexcept {
         const VecTableTree::StoredRecord record(satKey);
-        if (!record) return Reply::kNoRecord;
-        const Table table(*record);
-        if (table.count == 0) return Reply::kNoPoints;
+        if (!record) return Outcome::kNoRecord;
+        const RecordTable table = VecTableProcessing::TableOf(*record);
+        if (table.count == 0) return Outcome::kNoPoints;
         return timeType == TimeType::kIndex ? TakeIndexed(table, value, outTime, point, outMse)
                                             : TakeTimed<kWithCovariance>(table, outTime, point);
     }
 
-    void Log(Reply reply) const noexcept {
+    // A lookup has logged for itself that there is no record.
+    void Log(Outcome outcome) const noexcept {
         if (!VecTableSupport::TraceIsWanted(VecTableSupport::kTraceError)) return;
-        switch (reply) {
-            case Reply::kState:
-            case Reply::kNoRecord:
-                return;
-            case Reply::kNoPoints: {
-                TextBuilder<128> text;
-                text.Add("GetEphem: satKey ").AddInteger(satKey, 19).Add(" does not contain any ephemeris data.");
-                return TraceLogError(text.Text().View());
-            }
-            case Reply::kNoIndex:
-                return TraceLogError("GetEphem: Input index is out of valid range.");
-            case Reply::kNoTime:
-                return TraceLogError("GetEphem: Requested time is outside of ephemeris time span.");
-            case Reply::kRefused:
-                return LogRefusal(refusal, gap);
+        if (isEvaluated) return VecTableProcessing::LogEvaluation(outcome, gap);
+        if (outcome == Outcome::kNoIndex) return TraceLogError("GetEphem: Input index is out of valid range.");
+        if (outcome == Outcome::kOutside) {
+            return TraceLogError("GetEphem: Requested time is outside of ephemeris time span.");
+        }
+        if (outcome == Outcome::kNoPoints) {
+            TextBuilder<128> text;
+            text.Add("GetEphem: satKey ").AddInteger(satKey, 19).Add(" does not contain any ephemeris data.");
+            TraceLogError(text.Text().View());
         }
     }
 };
@@ -113,10 +107,10 @@ template <bool kWithCovariance>
 std::int32_t FindState(std::int64_t satKey, double value, TimeType timeType, double& outTime, VecTabPoint& point,
                        double* outMse) noexcept {
     Query query{satKey, value, timeType};
-    const Reply reply = query.Take<kWithCovariance>(outTime, point, outMse);
-    if (reply == Reply::kState) [[likely]]
+    const Outcome outcome = query.Take<kWithCovariance>(outTime, point, outMse);
+    if (outcome == Outcome::kState) [[likely]]
         return 0;
-    query.Log(reply);
+    query.Log(outcome);
     return 2;
 }
 

@@ -8,13 +8,6 @@
 #include "support/trace_log.h"
 
 using namespace VecTableDllExports;
-using VecTableDllVarsUtils::BatchOutcome;
-
-static_assert(VEC_BATCH_STATE == static_cast<int>(BatchOutcome::kState));
-static_assert(VEC_BATCH_NO_RECORD == static_cast<int>(BatchOutcome::kNoRecord));
-static_assert(VEC_BATCH_OUTSIDE == static_cast<int>(BatchOutcome::kOutside));
-static_assert(VEC_BATCH_GAP == static_cast<int>(BatchOutcome::kGap));
-static_assert(VEC_BATCH_TOO_FEW == static_cast<int>(BatchOutcome::kTooFew));
 
 namespace {
 

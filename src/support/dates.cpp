@@ -10,7 +10,6 @@
 #include "support/finite.h"
 #include "support/number_fields.h"
 #include "support/text.h"
-#include "support/time_scales.h"
 
 namespace VecTableSupport {
 namespace {

@@ -7,11 +7,9 @@
 #include <string_view>
 
 #include "support/fixed_text.h"
+#include "support/time_scales.h"
 
 namespace VecTableSupport {
-
-inline constexpr double kSecondsPerDay = 86400.0;
-inline constexpr double kMinutesPerDay = 1440.0;
 
 // A year of 0 to 99 as two digits of year mean it, 1957 to 2056; any other as it is.
 std::int32_t FullYear(std::int32_t year) noexcept;
@@ -27,9 +25,6 @@ double Date_In(std::string_view text) noexcept;
 // The interface has two names for it.
 double Dtg2Ds50UTC(std::string_view text) noexcept;
 double DateStr2Ds50(std::string_view text) noexcept;
-
-// The scale that a date text counts on.
-enum class TimeScale { kUtc, kTai, kGps, kTt };
 
 // The time, UTC, of a text that is in no format's field: a day without a time of day is its start, and a second 60 needs
 // a leap second of the table, and so UTC.

@@ -3,9 +3,12 @@
 
 #include <chrono>
 
-#include "support/dates.h"
-
 namespace VecTableSupport {
+
+inline constexpr double kSecondsPerDay = 86400.0;
+inline constexpr double kMinutesPerDay = 1440.0;
+
+enum class TimeScale { kUtc, kTai, kGps, kTt };
 
 // The same instant on the other scale. Tai2Utc(Utc2Tai(t)) is t to the bit, except in the last seconds before a day
 // count that is a power of two, where it may differ by one last bit. Before 1972 the offset of 1972 is used, after
