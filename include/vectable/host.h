@@ -26,6 +26,11 @@ extern "C" {
 #define VEC_HOST_TRACE_ERROR 1
 #define VEC_HOST_TRACE_INFO 2
 
+/* Kinds of an entry. */
+#define VEC_HOST_ENTRY_OTHER 0
+#define VEC_HOST_ENTRY_SKIPS_LINE 1   /* a load passes a line over: the next entry is that line */
+#define VEC_HOST_ENTRY_SKIPPED_LINE 2 /* the line, as it stands in the file */
+
 #define VEC_HOST_FRAME_NAME_LENGTH 8
 #define VEC_HOST_FORMAT_LENGTH 32
 #define VEC_HOST_LIST_LINE_LENGTH 1500 /* what follows in a line of a list is dropped */
@@ -40,10 +45,11 @@ extern "C" {
 /*
  * Receives one entry of the trace log: `length` characters at `text`, blank-padded where the library builds its texts
  * in fixed buffers, not NUL-terminated, good only during the call. It is the text alone: what it quotes of a file may
- * hold control characters, and VecHostReadingLine tells file and line. Entries of several threads come one after the
- * other: a slow sink holds up every call that has something to log. Of the library's calls a sink may make only
- * VecHostReadingLine, and it must not fork: it may run while the library holds its store. An entry that a sink causes,
- * and an exception that it throws, are dropped.
+ * hold control characters, and VecHostReadingLine tells file and line, VecHostEntryKind what the entry is. Entries of
+ * VecOemLoadFile begin with that name, a colon and a blank. Entries of several threads come one after the other: a slow
+ * sink holds up every call that has something to log. Of the library's calls a sink may make only those two, and it must
+ * not fork: it may run while the library holds its store. An entry that a sink causes, and an exception that it throws,
+ * are dropped.
  */
 typedef void (*VecHostTraceSink)(int32_t level, const char* text, int32_t length, void* context);
 
@@ -104,6 +110,13 @@ VECTABLE_API int32_t VecHostTraceToFile(const char* path);
  *            VecOemLoadFile or an argument is null; without an entry in the log
  */
 VECTABLE_API int32_t VecHostReadingLine(char path[VEC_TAB_PATH_LENGTH], int64_t* lineNumber);
+
+/*
+ * Which kind of entry the calling thread's sink has got.
+ *
+ * Result:    VEC_HOST_ENTRY_...; VEC_HOST_ENTRY_OTHER outside a sink
+ */
+VECTABLE_API int32_t VecHostEntryKind(void);
 
 /*
  * Takes the keys of what the calling thread's last load has stored: VecTabLoadFile, VecTabAddSatFrFile or VecOemLoadFile,

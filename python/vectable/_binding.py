@@ -19,7 +19,7 @@ from ctypes import c_char_p, c_double, c_int32, c_int64, c_void_p
 from typing import Annotated, Sequence, Union
 
 from . import _constants, _log
-from ._library import function
+from ._library import library
 from ._text import PATH, characters
 
 try:
@@ -34,15 +34,17 @@ def refuse_masked(name, values):
         raise ValueError(f"{name}: an array without masked elements is wanted; filled() or compressed() gives one")
 
 
-# ------------------------------ Kinds of arguments and results: to C, size in bytes, back -----------------------------
+# ----------------------- Kinds of arguments and results: type of C, from Python to it and back ------------------------
 
 
 class _Integer:
+    read = operator.attrgetter("value")
+
     def __init__(self, ctype):
-        self.ctype, self.size = ctype, ctypes.sizeof(ctype)
+        self.ctype = self.given = ctype
 
     def converter(self, name):
-        bits = 8 * self.size
+        bits = 8 * ctypes.sizeof(self.ctype)
         low, high, index = -(2 ** (bits - 1)), 2 ** (bits - 1), operator.index
 
         def convert(value):
@@ -53,58 +55,52 @@ class _Integer:
 
         return convert
 
-    def read(self, block, offset):
-        return self.ctype.from_buffer(block, offset).value
-
 
 class _Real:
-    ctype, size = c_double, 8
+    ctype = given = c_double
+    read = operator.attrgetter("value")
 
     def converter(self, name):
         return c_double
 
-    def read(self, block, offset):
-        return block[offset // 8]
-
 
 class _Reals:
-    ctype = c_void_p
+    given = c_void_p
 
     def __init__(self, count):
-        self.count, self.size = count, 8 * count
+        self.count, self.ctype = count, c_double * count
 
     def converter(self, name):
         def convert(values):
             refuse_masked(name, values)
             if len(values) != self.count:
                 raise ValueError(f"{name}: {self.count} numbers are wanted, not {len(values)}")
-            return (c_double * self.count)(*values)
+            return self.ctype(*values)
 
         return convert
 
-    def read(self, block, offset):
-        if numpy is None:
-            return tuple(block[offset // 8 : offset // 8 + self.count])
-        return numpy.frombuffer(block, float, self.count, offset)
+    def read(self, values):
+        return tuple(values) if numpy is None else numpy.frombuffer(values)
 
 
 class _Matrix(_Reals):
-    def read(self, block, offset):
-        values = super().read(block, offset)
-        return values.reshape(6, 6) if numpy else tuple(values[row : row + 6] for row in range(0, 36, 6))
+    def read(self, values):
+        if numpy is not None:
+            return numpy.frombuffer(values).reshape(6, 6)
+        return tuple(tuple(values[row : row + 6]) for row in range(0, 36, 6))
 
 
 class _Text:
-    ctype = c_char_p
+    given = c_char_p
 
     def __init__(self, size, wanted=str):
-        self.size, self.wanted = size, wanted
+        self.size, self.wanted, self.ctype = size, wanted, ctypes.c_char * size
 
     def converter(self, name):
         return lambda text: characters(name, text, self.wanted, self.size)
 
-    def read(self, block, offset):
-        return os.fsdecode(ctypes.string_at(ctypes.addressof(block) + offset, self.size).rstrip(b" "))
+    def read(self, text):
+        return os.fsdecode(text.raw.rstrip(b" "))
 
 
 SatKey = Annotated[int, _Integer(c_int64)]
@@ -128,41 +124,29 @@ Path = Annotated[Union[str, os.PathLike], _Text(_constants.VEC_TAB_PATH_LENGTH, 
 
 
 class _Result(typing.NamedTuple):
-    """What a function of C gives itself: its type, and the expression that tells a failure."""
+    """What a function of C gives itself: its type, and whether that is a failure."""
 
     ctype: typing.Any
-    failed: str
+    failed: typing.Callable[[typing.Any], bool]
 
 
-STATUS = _Result(c_int32, "result != 0")
-KEY = _Result(c_int64, "result == -1 or result == 0")
-COUNT = _Result(c_int32, "False")
-NOTHING = _Result(None, "False")
+STATUS = _Result(c_int32, bool)
+KEY = _Result(c_int64, lambda key: key in (-1, 0))
+COUNT = _Result(c_int32, lambda count: False)
+NOTHING = _Result(None, lambda nothing: False)
 
 
 def _kinds(returned):
-    """The kinds of what comes back through pointers, and what makes the result of them."""
+    """The kinds of what comes back through pointers, and what makes the result of a list of them."""
     if hasattr(returned, "_fields"):
         hints = typing.get_type_hints(returned, include_extras=True)
-        return [hints[field].__metadata__[0] for field in returned._fields], returned
+        return [hints[field].__metadata__[0] for field in returned._fields], returned._make
     if typing.get_origin(returned) is Annotated:
-        return [returned.__metadata__[0]], lambda value: value
+        return [returned.__metadata__[0]], operator.itemgetter(0)
     return [], None
 
 
-# A wrapper is written out as source and compiled: loops over arguments and outputs would cost a call a microsecond.
-_WRAPPER = """def {name}({parameters}):
-    block = Block()
-    base = addressof(block)
-    try:
-        result = function({arguments})
-        if {settles}:
-            settle({name!r}, result, {failed}, {reason}, {file})
-    except BaseException:
-        forget()
-        raise
-    return {made}
-"""
+_GIVEN, _RETURNED = (1,), (2,)  # to ctypes, which makes room for what is returned
 
 
 def call(result, reports=False, unlogged=None):
@@ -174,40 +158,38 @@ def call(result, reports=False, unlogged=None):
     """
 
     def declare(declaration):
-        name = declaration.__name__
+        name, signature = declaration.__name__, inspect.signature(declaration)
         hints = typing.get_type_hints(declaration, include_extras=True)
         outputs, make = _kinds(hints.pop("return"))
         given = {parameter: kind.__metadata__[0] for parameter, kind in hints.items()}
-        types = [kind.ctype for kind in given.values()] + [c_void_p] * len(outputs)
-        offsets = [sum(-(-kind.size // 8) * 8 for kind in outputs[:i]) for i in range(len(outputs) + 1)]
-        arguments = [f"to_{parameter}({parameter})" for parameter in given] + [f"base + {at}" for at in offsets[:-1]]
-        reads = ", ".join(f"read_{i}(block, {at})" for i, at in enumerate(offsets[:-1]))
-        file = next((parameter for parameter, kind in given.items() if kind is Path.__metadata__[0]), None)
-        names = {
-            **{f"to_{parameter}": kind.converter(parameter) for parameter, kind in given.items()},
-            **{f"read_{i}": kind.read for i, kind in enumerate(outputs)},
-            "function": function(name, result.ctype, *types),
-            "Block": c_double * (offsets[-1] // 8),
-            "addressof": ctypes.addressof,
-            "make": make,
-            "settle": _log.settle,
-            "forget": _log.forget,
-            "strerror": os.strerror,
-        }
-        source = _WRAPPER.format(
-            name=name,
-            parameters=", ".join(
-                p.name if p.default is p.empty else f"{p.name}={p.default!r}"
-                for p in inspect.signature(declaration).parameters.values()
-            ),
-            arguments=", ".join(arguments),
-            settles=reports or result.failed,
-            failed=result.failed,
-            reason="strerror(result)" if file and result is STATUS else repr(unlogged),
-            file=file,
-            made=f"make({reads})" if make else "None" if result is STATUS else "result",
-        )
-        exec(compile(source, f"<{name}>", "exec"), names)
-        return functools.wraps(declaration)(names[name])
+        types = [kind.given for kind in given.values()] + [ctypes.POINTER(kind.ctype) for kind in outputs]
+        flags = (_GIVEN,) * len(given) + (_RETURNED,) * len(outputs)
+        library_function = ctypes.CFUNCTYPE(result.ctype, *types)((name, library), flags)
+        library_function.errcheck = lambda status, _, arguments: (status, arguments[len(given) :])
+        converters = [kind.converter(parameter) for parameter, kind in given.items()]
+        failed, reads = result.failed, [kind.read for kind in outputs]
+        path = next((i for i, kind in enumerate(given.values()) if kind is Path.__metadata__[0]), None)
+
+        @functools.wraps(declaration)
+        def wrapper(*arguments, **named):
+            if named or len(arguments) != len(converters):
+                bound = signature.bind(*arguments, **named)
+                bound.apply_defaults()
+                arguments = bound.args
+            values = [convert(value) for convert, value in zip(converters, arguments)]
+            try:
+                status, returned = library_function(*values)
+                if reports or failed(status):
+                    file = None if path is None else arguments[path]
+                    reason = os.strerror(status) if path is not None and result is STATUS else unlogged
+                    _log.settle(name, status, failed(status), reason, file)
+            except BaseException:
+                _log.forget()
+                raise
+            if make:
+                return make([read(value) for read, value in zip(reads, returned)])
+            return None if result is STATUS else status
+
+        return wrapper
 
     return declare

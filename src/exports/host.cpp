@@ -101,6 +101,10 @@ int32_t VecHostReadingLine(char path[VEC_TAB_PATH_LENGTH], int64_t* lineNumber) 
     return kSuccess;
 }
 
+int32_t VecHostEntryKind(void) {
+    return VecTableSupport::TraceEntryKind();
+}
+
 int32_t VecHostGetFormat(int64_t satKey, char format[VEC_HOST_FORMAT_LENGTH]) {
     ClearText(format, VEC_HOST_FORMAT_LENGTH);
     if (NullArgument("VecHostGetFormat", format)) return kFailure;

@@ -1,5 +1,7 @@
 #include "support/trace_log.h"
 
+#include <vectable/host.h>
+
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -37,6 +39,7 @@ static_assert(std::is_trivially_destructible_v<TraceLog>);
 constinit TraceLog traceLog;
 
 constinit thread_local bool isInSink = false;  // and so the thread has the lock already
+constinit thread_local std::int32_t currentKind = VEC_HOST_ENTRY_OTHER;
 constinit thread_local const ReadingPlace* currentPlace = nullptr;
 constinit thread_local EntryKeeper* currentKeeper = nullptr;
 
@@ -124,20 +127,22 @@ void WriteLine(int file, std::int32_t level, std::string_view text) noexcept {
 }
 
 // A sink written in C++ may throw; the work that logs goes on.
-void CallSink(std::int32_t level, std::string_view text) noexcept {
+void CallSink(std::int32_t level, std::int32_t kind, std::string_view text) noexcept {
     isInSink = true;
+    currentKind = kind;
     try {
         traceLog.sink(level, text.data(), static_cast<std::int32_t>(text.size()), traceLog.context);
     } catch (...) {
     }
     isInSink = false;
+    currentKind = VEC_HOST_ENTRY_OTHER;
 }
 
-void Trace(std::int32_t level, std::string_view text) noexcept {
+void Trace(std::int32_t level, std::string_view text, std::int32_t kind = VEC_HOST_ENTRY_OTHER) noexcept {
     if (!TraceIsWanted(level) || isInSink) return;
-    if (currentKeeper != nullptr) currentKeeper->Add(level, text);
+    if (currentKeeper != nullptr) currentKeeper->Add(level, kind, text);
     const LogHold hold;
-    if (traceLog.sink != nullptr) return CallSink(level, text);
+    if (traceLog.sink != nullptr) return CallSink(level, kind, text);
     const int file = traceLog.file.Number();
     if (file >= 0) WriteLine(file, level, text);
 }
@@ -154,6 +159,15 @@ void TraceLogError(std::string_view text) noexcept {
 
 void TraceLogInfo(std::string_view text) noexcept {
     Trace(kTraceInfo, text);
+}
+
+void TraceLogSkippedLine(std::string_view report, std::string_view line) noexcept {
+    Trace(kTraceError, report, VEC_HOST_ENTRY_SKIPS_LINE);
+    Trace(kTraceError, line, VEC_HOST_ENTRY_SKIPPED_LINE);
+}
+
+std::int32_t TraceEntryKind() noexcept {
+    return currentKind;
 }
 
 void SetTraceSink(TraceSink sink, void* context) noexcept {
@@ -200,11 +214,11 @@ EntryKeeper::~EntryKeeper() {
     currentKeeper = nullptr;
 }
 
-void EntryKeeper::Add(std::int32_t level, std::string_view text) noexcept {
+void EntryKeeper::Add(std::int32_t level, std::int32_t kind, std::string_view text) noexcept {
     hasAll_ = hasAll_ && entries_.size() < kMostKept;
     if (!hasAll_) return;
     try {
-        entries_.push_back({level, currentPlace == nullptr ? 0 : currentPlace->Line(), std::string(text)});
+        entries_.push_back({level, kind, currentPlace == nullptr ? 0 : currentPlace->Line(), std::string(text)});
     } catch (const std::bad_alloc&) {
         hasAll_ = false;
     }
@@ -213,7 +227,7 @@ void EntryKeeper::Add(std::int32_t level, std::string_view text) noexcept {
 void EntryKeeper::Repeat(const std::vector<Entry>& entries, std::string_view path) noexcept {
     for (const Entry& entry : entries) {
         const ReadingPlace place(path, &entry.line);
-        Trace(entry.level, entry.text);
+        Trace(entry.level, entry.text, entry.kind);
     }
 }
 

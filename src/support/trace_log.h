@@ -21,6 +21,12 @@ bool TraceIsWanted(std::int32_t level) noexcept;
 void TraceLogError(std::string_view text) noexcept;
 void TraceLogInfo(std::string_view text) noexcept;
 
+// Tells, in two entries, that a line of a file is passed over, and which.
+void TraceLogSkippedLine(std::string_view report, std::string_view line) noexcept;
+
+// Of the entry that the sink of the calling thread has got, VEC_HOST_ENTRY_...
+std::int32_t TraceEntryKind() noexcept;
+
 // Entries go to the sink from now on, or nowhere when it is null. On return the old sink is not called again.
 void SetTraceSink(TraceSink sink, void* context) noexcept;
 
@@ -59,6 +65,7 @@ class EntryKeeper {
   public:
     struct Entry {
         std::int32_t level;
+        std::int32_t kind;
         std::int64_t line;
         std::string text;
     };
@@ -68,7 +75,7 @@ class EntryKeeper {
     EntryKeeper(const EntryKeeper&) = delete;
     EntryKeeper& operator=(const EntryKeeper&) = delete;
 
-    void Add(std::int32_t level, std::string_view text) noexcept;
+    void Add(std::int32_t level, std::int32_t kind, std::string_view text) noexcept;
 
     // False when there were more than a few entries, which are not kept.
     bool HasAll() const noexcept { return hasAll_; }

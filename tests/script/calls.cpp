@@ -86,6 +86,7 @@ const std::map<std::string, Call>& CallsByName() {
         {"SetElsetKeyMode", Bind(VecHostSetElsetKeyMode)},
         {"SetDupKeyMode", Bind(VecHostSetDupKeyMode)},
         {"TraceToFile", Bind(VecHostTraceToFile)},
+        {"EntryKind", Bind(VecHostEntryKind)},
         {"ReadingLine", Bind(VecHostReadingLine, {512, 1})},
         {"TakeKeys", Bind(VecHostTakeKeys, {4})},
         {"HostGetLoaded", Bind(VecHostGetLoaded, {4})},

@@ -11,9 +11,10 @@ namespace Vectab {
 namespace {
 
 constexpr std::size_t kMostEntries = 10000;
-constexpr std::string_view kEndMark = "END Ephemeris";  // which real files have, and the format in another letter case
-constexpr std::string_view kMessageCall = "VecOemLoadFile: ";  // which a user of the tool does not call
-constexpr std::string_view kBadLine = "Bad ephemeris data";    // the next entry is the line
+constexpr std::string_view kMessageCall = "VecOemLoadFile: ";  // no word for a user of the tool
+
+// A line without data, although Dot-E has it in another letter case.
+constexpr std::string_view kEndInCapitals = "END Ephemeris";
 
 }  // namespace
 
@@ -32,20 +33,18 @@ void LogCapture::Receive(std::int32_t level, const char* text, std::int32_t leng
 }
 
 void LogCapture::Add(bool error, std::string_view text) {
+    const std::int32_t kind = VecHostEntryKind();
+    if (kind == VEC_HOST_ENTRY_SKIPS_LINE) return;  // the line follows
     char path[VEC_TAB_PATH_LENGTH];
     std::int64_t line = 0;
     VecHostReadingLine(path, &line);
     if (text.starts_with(kMessageCall)) text.remove_prefix(kMessageCall.size());
-    Entry entry{error, false, std::string(text), std::string(WithoutOuterBlanks({path, sizeof path})), line};
-    if (std::exchange(badLineFollows_, false)) {
-        const bool harmless = text == kEndMark;
-        badLines_[entry.path] += harmless ? 0 : 1;
-        entry.error = !harmless;
-        entry.badLine = true;
+    const bool badLine = kind == VEC_HOST_ENTRY_SKIPPED_LINE;
+    Entry entry{error, badLine, std::string(text), std::string(WithoutOuterBlanks({path, sizeof path})), line};
+    if (badLine) {
+        entry.error = text != kEndInCapitals;
+        badLines_[entry.path] += entry.error ? 1 : 0;
         entry.text.insert(0, "bad line: ");
-    } else if (text.find(kBadLine) != std::string_view::npos) {
-        badLineFollows_ = true;
-        return;
     }
     const std::size_t most = entry.error ? kMostEntries : kMostEntries / 2;  // a long list must not crowd errors out
     if (entries_.size() < most) entries_.push_back(std::move(entry));

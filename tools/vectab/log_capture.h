@@ -39,7 +39,6 @@ class LogCapture {
 
     std::vector<Entry> entries_;
     std::map<std::string, std::size_t> badLines_;
-    bool badLineFollows_ = false;
 };
 
 }  // namespace Vectab

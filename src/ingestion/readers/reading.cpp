@@ -24,8 +24,7 @@ void SkipBadEphemPoint(std::string_view readerName, std::string_view badText) no
     if (!VecTableSupport::TraceIsWanted(VecTableSupport::kTraceError)) return;
     VecTableSupport::TextBuilder<128> text;
     text.Add("*** ").Add(readerName).Add(" : Bad ephemeris data. ***");
-    VecTableSupport::TraceLogError(text.Written());
-    VecTableSupport::TraceLogError(badText);
+    VecTableSupport::TraceLogSkippedLine(text.Written(), badText);
 }
 
 bool SkipLines(InputUnit& unit, int count) noexcept {
