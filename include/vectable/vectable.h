@@ -279,8 +279,8 @@ VECTABLE_API int32_t VecTabGetAllFields(int64_t satKey, int32_t* satNum, char sa
  *                                     15 name of the ephemeris   any other code: blanks
  * Returned:  fieldText     char[512]
  * Result:    0, or 2 when the key is unknown or the record has no points
- * Notes:     A number too wide for its columns (9 for 1, 35 for 3 and 5 to 10, 30 for 4, 1 for 11, 10 for 12) comes out
- *            as that many asterisks.
+ * Notes:     A number has as many columns as its code says: 9 for code 1, 35 for 3 and 5 to 10, 30 for 4, 1 for 11 and 10
+ *            for 12. One that is too wide comes out as that many asterisks.
  */
 VECTABLE_API int32_t VecTabGetField(int64_t satKey, int32_t fieldCode, char fieldText[VEC_TAB_FIELD_LENGTH]);
 
@@ -442,15 +442,15 @@ VECTABLE_API int64_t VecTabAddSatFrFile(const char* filePath);
  * Notes:     VecTabLoadFile reads it back. A record that came from no file does not come back.
  *            The new list, after a copy of the old one when it is appended, is written beside the old file, to stable
  *            storage, and renamed over it: whatever happens meanwhile, a power cut too, the file is the old one or the
- *            whole new one. At the end the folder is synchronised, if it may be read; when that fails the result is 2
+ *            whole new one. At the end the directory is synchronised, if it may be read; when that fails the result is 2
  *            and the list is the new one. A save that is killed leaves a file NAME.vectable-1.tmp beside, which the
  *            next save of the same list removes.
  *            Owner, group, mode and access list are those of the old file. Where the system refuses the owner, the
  *            others are kept. Where it refuses the group, members of the new one have what both group and others had,
  *            and nothing when there is an access list. Nobody but the new owner gets more rights than before.
- *            Where the system refuses to make or rename a file in the folder (EACCES, EPERM, EROFS, EBUSY, EXDEV; a
- *            folder that may not be written, say, or a file that is mounted), the old file is written in place, and the
- *            log tells it, as information. The new list is written after the old one, to stable storage, then copied to
+ *            Where the system refuses to make or rename a file in the directory (EACCES, EPERM, EROFS, EBUSY, EXDEV; a
+ *            directory that may not be written, say, or a file that is mounted), the old file is written in place, and
+ *            the log tells it, as information. The new list is written after the old one, to stable storage, then copied to
  *            the start, and the rest is cut off. So at every moment the file holds the old list whole or the new one. A
  *            failure before the old list is touched takes the new one away again; after one that comes later, which
  *            gives 2, and after a kill, parts of the other list stay beside it. This takes the room of both lists, and

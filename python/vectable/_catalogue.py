@@ -1,6 +1,7 @@
 """The records of files, as one object."""
 from __future__ import annotations
 
+import contextlib
 import ctypes
 import os
 from array import array
@@ -10,13 +11,15 @@ from typing import Any, Sequence, Union
 from . import _calls, _log
 from ._binding import numpy
 from ._constants import VEC_TAB_GAP_MINUTES, VEC_TAB_LINE_LENGTH, VEC_TAB_PATH_LENGTH, VEC_TAB_STENCIL_POINTS
-from ._library import function, library
+from ._library import function
 from ._states import Outcome, States, answer, key_array
 from ._text import PATH, characters
 from .errors import VecTabError
 
 _name_frame = function("VecHostFrameName", None, c_int32, c_void_p)
 _name_format = function("VecHostGetFormat", c_int32, c_int64, c_void_p)
+_get_point = function("VecTabGetEphemeris", c_int32, c_int64, c_int32, *[c_void_p] * 4)
+_get_line = function("VecTabGetLine", c_int32, c_int64, c_void_p)
 _take_keys = function("VecHostTakeKeys", c_int32, c_void_p, c_int32)
 _format_of_file = function("VecHostGetFileFormat", c_int32, c_char_p, c_void_p, c_void_p)
 _find_listed = function("VecHostFindListed", c_int32, c_char_p, c_void_p)
@@ -27,17 +30,20 @@ _FRAME_NAME_LENGTH = 8  # VEC_HOST_FRAME_NAME_LENGTH
 _FORMAT_LENGTH = 32  # VEC_HOST_FORMAT_LENGTH
 
 
-def _frame(code):
-    """The name of a frame, or its code where it has none."""
-    name = ctypes.create_string_buffer(_FRAME_NAME_LENGTH)
-    _name_frame(code, name)
-    return name.raw.decode().strip() or str(code)
-
-
-def _format(key):
-    name = ctypes.create_string_buffer(_FORMAT_LENGTH)
-    _name_format(key, name)
+def _name(call, number, length):
+    """The name that a call of the library has for a number."""
+    name = ctypes.create_string_buffer(length)
+    call(number, name)
     return name.raw.decode().strip()
+
+
+@contextlib.contextmanager
+def _has_to_be_stored(key):
+    """A scope in which a failure of a call tells that a record was removed."""
+    try:
+        yield
+    except VecTabError as error:
+        raise KeyError(f"record {key} is no longer stored: {error}") from error
 
 
 class _Points:
@@ -49,7 +55,7 @@ class _Points:
         self._outputs = tuple(ctypes.addressof(self._state) + 8 * place for place in (0, 1, 4, 7))
 
     def _read(self, number):
-        if library.VecTabGetEphemeris(self._key, number, *self._outputs) != 0:
+        if _get_point(self._key, number, *self._outputs) != 0:
             _calls.VecTabGetEphemeris(self._key, number)  # raises
 
     def time(self, number):
@@ -110,7 +116,7 @@ def _keys_of_load():
 def _may_be_cut(key):
     """Whether the path of a record may be the head of a longer one."""
     line = ctypes.create_string_buffer(VEC_TAB_LINE_LENGTH)
-    if library.VecTabGetLine(c_int64(key), line) == 0:
+    if _get_line(key, line) == 0:
         return line.raw[-1:] != b" "
     _log.forget()  # removed by another
     return False
@@ -233,14 +239,12 @@ class Catalogue:
         return {name: [row[i] for row in rows] for i, name in enumerate(names)}
 
     def _row(self, key):
-        try:
+        with _has_to_be_stored(key):
             fields = _calls.VecTabGetAllFields(key)
             span = _calls.VecTabStartEndTime(key) if fields.numOfPts else (float("nan"),) * 2
             notes = _notes(key, fields.numOfPts)
-        except VecTabError as error:
-            raise KeyError(f"record {key} is no longer stored: {error}") from error
-        frame = _frame(fields.coordSys)
-        names = fields.satName, fields.ephemName, _format(key)
+        frame = _name(_name_frame, fields.coordSys, _FRAME_NAME_LENGTH) or str(fields.coordSys)
+        names = fields.satName, fields.ephemName, _name(_name_format, key, _FORMAT_LENGTH)
         return (key, fields.satNum, *names, frame, fields.numOfPts, *span, fields.filePath, notes)
 
     def states(self, times: Any, keys: Any = None, covariance: bool = False, out: Any = None) -> States:
@@ -256,14 +260,9 @@ class Catalogue:
         found = answer(asked, shape, times, covariance, out)
         if Outcome.NO_RECORD in bytes(memoryview(found.outcome)):
             for key in asked:
-                self._check_stored(int(key))
+                with _has_to_be_stored(key):
+                    _calls.VecTabGetLine(key)
         return found
-
-    def _check_stored(self, key):
-        try:
-            _calls.VecTabGetLine(key)
-        except VecTabError as error:
-            raise KeyError(f"record {key} is no longer stored: {error}") from error
 
     def save(self, path: Union[str, os.PathLike]) -> None:
         """Writes a list file that names the files of the records, which `load` reads back. It holds no states.
