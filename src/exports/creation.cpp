@@ -2,8 +2,8 @@
 #include <vectable/vectable.h>
 
 #include "exports/boundary.h"
-#include "ingestion/new_record.h"
 #include "ingestion/point_assembly.h"
+#include "store/new_record.h"
 #include "store/record_lookup.h"
 #include "support/finite.h"
 #include "support/keys.h"

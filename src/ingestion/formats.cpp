@@ -10,7 +10,7 @@ namespace VecTableCardReading {
 namespace {
 
 // A file that only names others.
-constexpr Format kListFormat = {CardType::kFileLine, "list", "", 0};
+constexpr Format kListFormat = {CardType::kFileLine, "list", {}, 0};
 
 // What a card, or a line that names a file, tells a file to be.
 constexpr const Format* kFormats[] = {&kListFormat,  &kV31Format, &kUniversalFormat, &kSimObsFormat,  &kVecEphFormat,
@@ -45,23 +45,23 @@ bool IsNameLine(std::string_view line) noexcept {
 }  // namespace
 
 CardType VecTabCardType(std::string_view line) noexcept {
-    if (IsV31Card(line)) return CardType::kV31;
-    if (IsUniversalCard(line)) return CardType::kUniversal;
-    if (IsOemCard(line)) return CardType::kOem;
+    if (Holds(line, 1, kV31Format.head)) return CardType::kV31;
+    if (Holds(line, 1, kUniversalFormat.head)) return CardType::kUniversal;
+    if (Holds(line, 1, kOemFormat.head)) return CardType::kOem;
     if (IsSimObsCard(line)) return CardType::kSimObs;
     if (IsVecEphCard(line)) return CardType::kVecEph;
     if (IsItcCard(line)) return CardType::kItc;
-    if (IsEcrCard(line)) return CardType::kEcr;
-    if (IsJ2kCard(line)) return CardType::kJ2k;
+    if (Holds(line, 1, kEcrFormat.head)) return CardType::kEcr;
+    if (Holds(line, 1, kJ2kFormat.head)) return CardType::kJ2k;
     if (IsFileLine(line)) return CardType::kFileLine;
     if (IsNameLine(line)) return CardType::kNameLine;
-    if (IsDotECard(line)) return CardType::kDotE;
+    if (Holds(line, 1, kDotEFormat.head)) return CardType::kDotE;
     if (MayBeOwnerCard(line)) return IsOwnerOperatorFile(line) ? CardType::kOwner : CardType::kNone;
     if (IsOasysCard(line)) return CardType::kOasys;
-    if (IsLchCard(line)) return CardType::kLch;
+    if (Holds(line, 1, kLchFormat.head)) return CardType::kLch;
     if (IsEelvCard(line)) return CardType::kEelv;
     if (IsSatNumOnly(line)) return CardType::kDceText;
-    if (IsLaunchCard(line)) return CardType::kLaunch;
+    if (Holds(line, 1, kLaunchFormat.head)) return CardType::kLaunch;
     return CardType::kNone;
 }
 

@@ -126,12 +126,13 @@ inline constexpr std::size_t kCacheLine = 64;
 // on one cache line.
 struct alignas(kCacheLine) VecTabRecord {
     PointArray points;
-    std::int32_t numOfPts = 0;        // number of valid points
-    std::int32_t satNum = 0;          // satellite number
-    std::int32_t coordSys = kTeme;    // frame
-    std::int32_t coordSysTens = 0;    // the part of a type code above its last decimal digit
-    double epochDs50UTC = 0.0;        // days since 1950, UTC
-    double ae = 6378.135;             // Earth radius, km; carried and reported only
+    std::int32_t numOfPts = 0;      // number of valid points
+    std::int32_t satNum = 0;        // satellite number
+    std::int32_t coordSys = kTeme;  // frame
+    std::int32_t coordSysTens =
+        0;                      // rest of the type code that a caller gave: the interface keeps it, nothing reads it
+    double epochDs50UTC = 0.0;  // days since 1950, UTC
+    double ae = 6378.135;       // Earth radius, km; carried and reported only
     double ke = 0.07436691613317341;  // gravity constant, (Earth radii)^1.5 a minute; carried and reported only
     SatName satName;                  // satellite name
     EphemName ephemName;              // name of the ephemeris

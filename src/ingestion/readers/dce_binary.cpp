@@ -12,7 +12,6 @@
 #include <bit>
 #include <cstring>
 
-#include "ingestion/readers/dce.h"
 #include "ingestion/readers/reading.h"
 #include "support/finite.h"
 #include "support/text.h"
@@ -26,6 +25,7 @@ bool FileIsDotDCE(std::string_view filePath) noexcept {
     if (point == std::string_view::npos || point + 4 > filePath.size()) return false;
     return VecTableSupport::ToUpperCase(VecTableSupport::FixedText<4>(filePath.substr(point))).View() == ".DCE";
 }
+
 namespace {
 
 constexpr std::size_t kRecordSize = 104;

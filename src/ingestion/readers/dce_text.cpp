@@ -10,7 +10,6 @@
 // ECI. A line with a bad value fails the file. Ends at a line with too few values, or at the end of the file.
 #include <algorithm>
 
-#include "ingestion/readers/dce.h"
 #include "ingestion/readers/reading.h"
 #include "support/text.h"
 
@@ -25,6 +24,7 @@ bool IsSatNumOnly(std::string_view line) noexcept {
     const std::size_t length = std::min(line.find_first_not_of("0123456789"), line.size());
     return length <= kMostDigits && std::none_of(line.begin() + length, line.end(), VecTableSupport::IsDigit);
 }
+
 namespace {
 
 struct DceLine {

@@ -17,11 +17,8 @@
 namespace VecTableCardReading {
 
 constexpr Format kDotEFormat = {CardType::kDotE, "Dot-E", "ReadDotE",
-                                VEC_HOST_HOLDS_VELOCITIES | VEC_HOST_HOLDS_SEVERAL};
+                                VEC_HOST_HOLDS_VELOCITIES | VEC_HOST_HOLDS_SEVERAL, "STK.V"};
 
-bool IsDotECard(std::string_view line) noexcept {
-    return Holds(line, 1, "STK.V");
-}
 namespace {
 
 using VecTableSupport::FixedText;

@@ -16,11 +16,9 @@
 
 namespace VecTableCardReading {
 
-constexpr Format kEcrFormat = {CardType::kEcr, "ECR", "ReadECR", VEC_HOST_HOLDS_VELOCITIES};
+constexpr Format kEcrFormat = {CardType::kEcr, "ECR", "ReadECR", VEC_HOST_HOLDS_VELOCITIES,
+                               "CLASSIFICATION: UNCLASSIFIED"};
 
-bool IsEcrCard(std::string_view line) noexcept {
-    return Holds(line, 1, "CLASSIFICATION: UNCLASSIFIED");
-}
 namespace {
 
 constexpr std::string_view kPositionTitle = "YYDDDHHMMSS.SSS      X(KM)          Y(KM)          Z(KM)";

@@ -20,6 +20,7 @@ bool IsEelvCard(std::string_view line) noexcept {
     constexpr std::array<std::size_t, 6> kPoints = {2, 25, 48, 71, 94, 117};
     return std::all_of(kPoints.begin(), kPoints.end(), [&](std::size_t column) { return Column(line, column) == '.'; });
 }
+
 namespace {
 
 constexpr std::size_t kEpochColumns = 137;

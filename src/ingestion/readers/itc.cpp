@@ -26,6 +26,7 @@ bool IsItcCard(std::string_view line) noexcept {
     return Column(line, 65) == '.' && Column(line, 29) == ' ' && Column(line, 51) == ' ' &&
            (Holds(line, 113, "SP") || Holds(line, 113, "GP"));
 }
+
 namespace {
 
 constexpr RealField kState[] = {{19, 16, 6}, {35, 16, 6}, {51, 16, 6}, {67, 16, 9}, {83, 16, 9}, {99, 16, 9}};

@@ -14,11 +14,9 @@
 
 namespace VecTableCardReading {
 
-constexpr Format kJ2kFormat = {CardType::kJ2k, "J2K", "ReadJ2K", VEC_HOST_HOLDS_VELOCITIES};
+constexpr Format kJ2kFormat = {CardType::kJ2k, "J2K", "ReadJ2K", VEC_HOST_HOLDS_VELOCITIES,
+                               " SPEPH PREDICTION EPHEMERIS"};
 
-bool IsJ2kCard(std::string_view line) noexcept {
-    return Holds(line, 1, " SPEPH PREDICTION EPHEMERIS");
-}
 namespace {
 
 // "YYDDDHHMMSS.SSS" of the pieces of the time.

@@ -15,11 +15,9 @@
 
 namespace VecTableCardReading {
 
-constexpr Format kLaunchFormat = {CardType::kLaunch, "launch", "ReadLaunchFormat", VEC_HOST_HOLDS_VELOCITIES};
+constexpr Format kLaunchFormat = {CardType::kLaunch, "launch", "ReadLaunchFormat", VEC_HOST_HOLDS_VELOCITIES,
+                                  "TIME(SEC): TIME"};
 
-bool IsLaunchCard(std::string_view line) noexcept {
-    return Holds(line, 1, "TIME(SEC): TIME");
-}
 namespace {
 
 constexpr int kHeaderLines = 16;

@@ -16,11 +16,9 @@
 
 namespace VecTableCardReading {
 
-constexpr Format kLchFormat = {CardType::kLch, "LCH", "ReadLCH", VEC_HOST_HOLDS_VELOCITIES};
+constexpr Format kLchFormat = {CardType::kLch, "LCH", "ReadLCH", VEC_HOST_HOLDS_VELOCITIES,
+                               "CLASSIFICATION:                 UNCLASSIFIED"};
 
-bool IsLchCard(std::string_view line) noexcept {
-    return Holds(line, 1, "CLASSIFICATION:                 UNCLASSIFIED");
-}
 namespace {
 
 constexpr int kLinesAround = 4;  // before the satellite line, and after it

@@ -22,6 +22,7 @@ bool IsOasysCard(std::string_view line) noexcept {
     return Column(line, 5) == '/' && Column(line, 8) == '/' && Column(line, 14) == ':' && Column(line, 17) == ':' &&
            Column(line, 20) == '.';
 }
+
 namespace {
 
 bool IsDataLine(const Line& line) noexcept {

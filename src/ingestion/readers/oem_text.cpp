@@ -27,11 +27,8 @@
 namespace VecTableCardReading {
 
 constexpr Format kOemFormat = {CardType::kNone, "OEM", "VecOemLoadFile",
-                               VEC_HOST_HOLDS_VELOCITIES | VEC_HOST_HOLDS_COVARIANCES | VEC_HOST_HOLDS_SEVERAL};
-
-bool IsOemCard(std::string_view line) noexcept {
-    return Holds(line, 1, " CCSDS_OEM_VERS");
-}
+                               VEC_HOST_HOLDS_VELOCITIES | VEC_HOST_HOLDS_COVARIANCES | VEC_HOST_HOLDS_SEVERAL,
+                               " CCSDS_OEM_VERS"};
 
 namespace {
 

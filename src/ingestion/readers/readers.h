@@ -52,86 +52,56 @@ struct Format {
     std::string_view name;    // to users
     std::string_view reader;  // in the messages of the log
     std::int32_t holds;       // what a file of it can hold: VEC_HOST_HOLDS_..., added up
+    std::string_view head{};  // of its card, in upper case; empty where a test of its own tells the card
 };
 
-// The tests take a line padded with blanks to the length of its buffer, in any letter case, and count on the order in
-// which VecTabCardType asks them.
+extern const Format kDceBinaryFormat, kDceTextFormat, kDotEFormat, kEcrFormat, kEelvFormat, kItcFormat, kJ2kFormat;
+extern const Format kLaunchFormat, kLchFormat, kOasysFormat, kOemFormat, kOwnerFormat, kSimObsFormat, kUniversalFormat;
+extern const Format kV31Format, kVecEphFormat;
 
-extern const Format kDceBinaryFormat;
-// Whether the extension of the path begins with ".DCE", in any letter case.
-VECTABLE_MODULE bool FileIsDotDCE(std::string_view filePath) noexcept;
-VECTABLE_MODULE void ReadDCEBinary(std::string_view filePath, VecTabRecord& record, std::int32_t& status);
-
-extern const Format kDceTextFormat;
-// Whether the line is one to nine digits from column 1 on, with no digit after them.
-VECTABLE_MODULE bool IsSatNumOnly(std::string_view line) noexcept;
-VECTABLE_MODULE void ReadDCEText(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
-
-extern const Format kDotEFormat;
-bool IsDotECard(std::string_view line) noexcept;
-VECTABLE_MODULE void ReadDotE(std::string_view filePath, InputUnit& unit, VecTabRecord& record, std::int32_t& status);
-
-extern const Format kEcrFormat;
-bool IsEcrCard(std::string_view line) noexcept;
-VECTABLE_MODULE void ReadECR(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
-
-extern const Format kEelvFormat;
+// The tests of cards that no head tells. They take a line padded with blanks to the length of its buffer, in any letter
+// case, and count on the order in which VecTabCardType asks them.
 bool IsEelvCard(std::string_view line) noexcept;
-VECTABLE_MODULE void ReadEELV(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
-
-extern const Format kItcFormat;
 bool IsItcCard(std::string_view line) noexcept;
-VECTABLE_MODULE void ReadITC(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
-
-extern const Format kJ2kFormat;
-bool IsJ2kCard(std::string_view line) noexcept;
-VECTABLE_MODULE void ReadJ2K(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
-
-extern const Format kLaunchFormat;
-bool IsLaunchCard(std::string_view line) noexcept;
-VECTABLE_MODULE void ReadLaunchFormat(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
-
-extern const Format kLchFormat;
-bool IsLchCard(std::string_view line) noexcept;
-VECTABLE_MODULE void ReadLCH(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
-
-extern const Format kOasysFormat;
 bool IsOasysCard(std::string_view line) noexcept;
-VECTABLE_MODULE void ReadOASYS(std::string_view filePath, InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+bool IsSimObsCard(std::string_view line) noexcept;
+bool IsVecEphCard(std::string_view line) noexcept;
 
-// Orbit ephemeris messages have a load of their own (ingestion/oem.h), which hands the file to the reader of its form.
-class OemSegments;
-extern const Format kOemFormat;
-bool IsOemCard(std::string_view line) noexcept;
-// Whether the first line that says anything is that of a message, in text form or XML.
-bool IsOemFile(InputUnit& unit) noexcept;
-// Reads a message in text form from its first line on. False when the file is no such message or has a line that is not
-// of its form; an entry in the log says which and why.
-bool ReadOemText(InputUnit& unit, OemSegments& segments);
-
-extern const Format kOwnerFormat;
-// Whether the time of a data line may stand before column 16: no later test is asked then.
+// Whether the line has the point and the blank of an owner-operator line: then no later test is asked.
 bool MayBeOwnerCard(std::string_view line) noexcept;
 // Whether at least six fields stand after column 16, with a point after the start of each.
 VECTABLE_MODULE bool IsOwnerOperatorFile(std::string_view line) noexcept;
+
+// Whether the line is one to nine digits from column 1 on, with no digit after them: DCE text.
+VECTABLE_MODULE bool IsSatNumOnly(std::string_view line) noexcept;
+
+// Whether the extension of the path begins with ".DCE", in any letter case.
+VECTABLE_MODULE bool FileIsDotDCE(std::string_view filePath) noexcept;
+
+// Whether the first line that says anything is that of an orbit ephemeris message, in text form or XML.
+bool IsOemFile(InputUnit& unit) noexcept;
+
+VECTABLE_MODULE void ReadDCEBinary(std::string_view filePath, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadDCEText(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadDotE(std::string_view filePath, InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadECR(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadEELV(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadITC(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadJ2K(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadLaunchFormat(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadLCH(InputUnit& unit, VecTabRecord& record, std::int32_t& status);
+VECTABLE_MODULE void ReadOASYS(std::string_view filePath, InputUnit& unit, VecTabRecord& record, std::int32_t& status);
 VECTABLE_MODULE void ReadOwner(std::string_view filePath, InputUnit& unit, const Line& line, VecTabRecord& record,
                                std::int32_t& status);
-
-extern const Format kSimObsFormat;
-bool IsSimObsCard(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadSimObs(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
-
-extern const Format kUniversalFormat;
-bool IsUniversalCard(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadVTUniversalVecTab(InputUnit& unit, const Line& line, VecTabRecord& record,
                                            std::int32_t& status);
-
-extern const Format kV31Format;
-bool IsV31Card(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadV31(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
-
-extern const Format kVecEphFormat;
-bool IsVecEphCard(std::string_view line) noexcept;
 VECTABLE_MODULE void ReadVecEph(InputUnit& unit, const Line& line, VecTabRecord& record, std::int32_t& status);
+
+// Reads a message in text form from its first line on. False when the file is no such message or has a line that is not
+// of its form; an entry in the log says which and why.
+class OemSegments;
+bool ReadOemText(InputUnit& unit, OemSegments& segments);
 
 }  // namespace VecTableCardReading

@@ -111,6 +111,9 @@ bool ReadTime(std::string_view date, std::string_view reportedName, std::string_
 
 inline constexpr double kKilometersPerMeter = 0.001;
 
+// The day of the count since 1950 that is day 0 of the two DCE formats: 1969-12-31.
+inline constexpr double kDceDayZero = 7305.0;
+
 // A point of position and velocity.
 inline VecTabPoint MakePoint(double ds50UTC, std::span<const double, 6> state,
                              double kilometersPerUnit = 1.0) noexcept {

@@ -20,11 +20,8 @@
 namespace VecTableCardReading {
 
 constexpr Format kUniversalFormat = {CardType::kUniversal, "universal", "ReadVTUniversalVecTab",
-                                     VEC_HOST_HOLDS_VELOCITIES};
+                                     VEC_HOST_HOLDS_VELOCITIES, "VT_UNIVERSAL_VECTABLE_V"};
 
-bool IsUniversalCard(std::string_view line) noexcept {
-    return Holds(line, 1, "VT_UNIVERSAL_VECTABLE_V");
-}
 namespace {
 
 constexpr std::size_t kDateWidth = 26;

@@ -17,11 +17,9 @@
 
 namespace VecTableCardReading {
 
-constexpr Format kV31Format = {CardType::kV31, "V31", "ReadV31", VEC_HOST_HOLDS_VELOCITIES | VEC_HOST_HOLDS_SEVERAL};
+constexpr Format kV31Format = {CardType::kV31, "V31", "ReadV31", VEC_HOST_HOLDS_VELOCITIES | VEC_HOST_HOLDS_SEVERAL,
+                               "EPHEMERIS FILE FOR SATELLITE"};
 
-bool IsV31Card(std::string_view line) noexcept {
-    return Holds(line, 1, "EPHEMERIS FILE FOR SATELLITE");
-}
 namespace {
 
 constexpr RealField kState[] = {{16, 19, 8}, {35, 19, 8}, {54, 19, 8}, {73, 19, 8}, {92, 19, 8}, {111, 19, 8}};

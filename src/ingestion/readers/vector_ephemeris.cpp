@@ -37,6 +37,7 @@ constexpr Format kSimObsFormat = {CardType::kSimObs, "simulated observations", "
 bool IsSimObsCard(std::string_view line) noexcept {
     return Column(line, 57) == '.' && Holds(line, 75, "     Z");
 }
+
 namespace {
 
 constexpr RealField kKe{1, 22, 15};

@@ -1,4 +1,4 @@
-// Records that are made without a file.
+// Records that are made without a file. The namespace is that of the exported name.
 #pragma once
 
 #include <cstdint>

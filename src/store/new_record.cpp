@@ -1,4 +1,4 @@
-#include "ingestion/new_record.h"
+#include "store/new_record.h"
 
 #include <utility>
 
