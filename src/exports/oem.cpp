@@ -6,7 +6,7 @@
 #include "exports/boundary.h"
 #include "ingestion/loaded_keys.h"
 #include "ingestion/readers/readers.h"
-#include "support/cancellation.h"
+#include "support/platform/cancellation.h"
 
 using namespace VecTableDllExports;
 

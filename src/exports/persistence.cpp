@@ -8,7 +8,7 @@
 #include "ingestion/loaded_keys.h"
 #include "store/record_lookup.h"
 #include "store/save_walk.h"
-#include "support/cancellation.h"
+#include "support/platform/cancellation.h"
 #include "support/files.h"
 #include "support/keys.h"
 #include "support/output.h"

@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "store/gate_protocol.h"
+#include "support/platform/processor.h"
 
 namespace VecTableTree {
 
@@ -33,7 +34,7 @@ struct GateThreads {
         constexpr int kYields = 30;
         for (int look = 0; !condition(); ++look) {
             if (look < kPauses) {
-                Pause();
+                VecTableSupport::PauseProcessor();
             } else if (look < kPauses + kYields) {
                 Yield();
             } else {
@@ -44,12 +45,11 @@ struct GateThreads {
 
   private:
     static std::size_t AssignCount() noexcept;
-    static void Pause() noexcept;
     static void Yield() noexcept;
     static void Rest(int restsBefore) noexcept;
 
     // Which count serves this thread, from its first read on.
-    [[gnu::tls_model("initial-exec")]] static inline constinit thread_local std::size_t ownCount = kReadCounts;
+    VECTABLE_NEAR_THREAD static inline constinit thread_local std::size_t ownCount = kReadCounts;
 };
 
 inline constinit GateProtocol<GateThreads> gate;

@@ -2,21 +2,16 @@
 
 #include <algorithm>
 #include <chrono>
-#include <immintrin.h>
 #include <thread>
 
 #include "store/gate.h"
-#include "support/cancellation.h"
+#include "support/platform/cancellation.h"
 
 namespace VecTableTree {
 
 std::size_t GateThreads::AssignCount() noexcept {
     static constinit std::atomic<std::size_t> threads{0};
     return threads.fetch_add(1, std::memory_order_relaxed) % kReadCounts;
-}
-
-void GateThreads::Pause() noexcept {
-    _mm_pause();
 }
 
 void GateThreads::Yield() noexcept {

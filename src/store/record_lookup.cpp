@@ -115,7 +115,7 @@ struct LastFound {
     std::int64_t key = 0;
     VecTabRecord* record = nullptr;
 };
-[[gnu::tls_model("initial-exec")]] constinit thread_local LastFound lastFound;
+VECTABLE_NEAR_THREAD constinit thread_local LastFound lastFound;
 
 VecTabRecord* FindInTree(std::int64_t key) noexcept {
     LastFound& last = lastFound;

@@ -6,7 +6,8 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <sys/mman.h>
+
+#include "support/platform/memory.h"
 
 namespace VecTableTypes {
 
@@ -57,7 +58,7 @@ class BlockNotes {
         while (chunks_ != nullptr) {
             Block* chunk = chunks_;
             chunks_ = chunk->next;
-            ::munmap(chunk, chunk->size);
+            VecTableSupport::UnmapPages(chunk, chunk->size);
         }
     }
 
@@ -67,8 +68,8 @@ class BlockNotes {
     // As large as all before it. Its first note says so.
     bool AddChunk() noexcept {
         const std::size_t size = std::max(noted_, kFirstChunk);
-        void* place = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (place == MAP_FAILED) return false;
+        void* place = VecTableSupport::MapPages(size, true);
+        if (place == nullptr) return false;
         auto* chunk = static_cast<Block*>(place);
         chunk->size = size;
         chunk->next = chunks_;

@@ -332,7 +332,7 @@ void Discard(const Block& block) noexcept {
     Region& region = *block.region;
     const Pages pages = WholePages(block);
     if (block.touched == 0) return;
-    ::madvise(region.Start() + (pages.first << region.pageBits), pages.Count() << region.pageBits, MADV_DONTNEED);
+    VecTableSupport::Discard(region.Start() + (pages.first << region.pageBits), pages.Count() << region.pageBits);
 }
 
 // Gives free memory back to the system, one region at a time, until there is not too much of it.
@@ -351,7 +351,7 @@ void GiveBack() noexcept {
         const bool isSparse = region->takesLarge && region->isSplit && region->tally.used < region->length / 16;
         if (isSparse) region->takesLarge = false;
         lock.unlock();
-        if (splits || isSparse) AdviseLarge(region->Start(), region->length, false);
+        if (splits || isSparse) VecTableSupport::AdviseLarge(region->Start(), region->length, false);
         for (const Block* block = list; block != nullptr; block = block->next) Discard(*block);
         lock.lock();
         PutBack(list, chores);
@@ -364,7 +364,7 @@ void DoChores(Chores& chores) noexcept {
     Unmap(chores);
     if (chores.isTooMuchFree) GiveBack();
     // A table of the caller keeps the region in use.
-    if (chores.filling != nullptr) AdviseLarge(chores.filling->Start(), chores.filling->length, true);
+    if (chores.filling != nullptr) VecTableSupport::AdviseLarge(chores.filling->Start(), chores.filling->length, true);
 }
 
 Block* TakeIn(std::size_t lane, std::size_t size, Chores& chores) noexcept {

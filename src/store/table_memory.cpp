@@ -30,25 +30,16 @@ void* Begin(void* place, const Head& head) noexcept {
 
 void* TakeMapping(std::size_t bytes) noexcept {
     const std::size_t size = RoundUp(bytes + sizeof(Head), kPage);
-    void* place = Reserve(size, true);
+    void* place = VecTableSupport::Reserve(size, true);
     if (place == nullptr) return nullptr;
-    ::madvise(place, size, MADV_HUGEPAGE);
+    VecTableSupport::AdviseLarge(place, size, true);
     return Begin(place, {nullptr, size});
 }
 
-// Where it has to move and there is room, it moves to a large page: large pages are then moved as such.
 void* ResizeMapping(Head* head, std::size_t bytes) noexcept {
     const std::size_t size = RoundUp(bytes + sizeof(Head), kPage);
-    const std::size_t before = head->mapping;
-    void* place = ::mremap(head, before, size, 0);
-    if (place == MAP_FAILED) {
-        void* other = Reserve(size, true);
-        place = other != nullptr ? ::mremap(head, before, size, MREMAP_MAYMOVE | MREMAP_FIXED, other)
-                                 : ::mremap(head, before, size, MREMAP_MAYMOVE);
-        if (place == MAP_FAILED && other != nullptr) ::munmap(other, size);
-        if (place == MAP_FAILED) return nullptr;
-    }
-    return Begin(place, {nullptr, size});
+    void* place = VecTableSupport::ResizePages(head, head->mapping, size);
+    return place != nullptr ? Begin(place, {nullptr, size}) : nullptr;
 }
 
 // Copies to fresh memory and gives the old pages back on the way, so that a long table is never there twice.
@@ -59,7 +50,7 @@ void MovePages(std::byte* to, std::byte* from, std::size_t size) noexcept {
         std::byte* firstPage = from + -reinterpret_cast<std::uintptr_t>(from) % kPage;
         std::byte* end = from + piece;
         const std::size_t whole = (end > firstPage ? static_cast<std::size_t>(end - firstPage) : 0) / kPage * kPage;
-        if (whole > 0) ::madvise(firstPage, whole, MADV_DONTNEED);
+        if (whole > 0) VecTableSupport::Discard(firstPage, whole);
         to += piece;
         from += piece;
         size -= piece;
@@ -99,7 +90,7 @@ void ReleaseTableMemory(void* memory) noexcept {
     if (memory == nullptr) return;
     Head* head = HeadOf(memory);
     if (head->block == nullptr) {
-        ::munmap(head, head->mapping);
+        VecTableSupport::UnmapPages(head, head->mapping);
     } else {
         ReleaseBlock(head->block);
     }

@@ -7,6 +7,8 @@
 namespace VecTableTypes {
 namespace {
 
+using VecTableSupport::MakeUsable;
+
 constexpr std::size_t kSmallRegion = kLargePage;
 constexpr std::size_t kFirstOpened = kMebibyte;  // of a small region
 constexpr std::size_t kInLarge = kLargePage / kPage;
@@ -16,41 +18,22 @@ std::size_t OffsetOf(const Block& block) noexcept {
     return static_cast<std::size_t>(block.start - block.region->Start());
 }
 
-bool MakeUsable(void* place, std::size_t size) noexcept {
-    return ::mprotect(place, size, PROT_READ | PROT_WRITE) == 0;
-}
-
 }  // namespace
-
-void* Reserve(std::size_t length, bool isUsable) noexcept {
-    const int protection = isUsable ? PROT_READ | PROT_WRITE : PROT_NONE;
-    constexpr int kFlags = MAP_PRIVATE | MAP_ANONYMOUS;
-    void* mapped = ::mmap(nullptr, length + kLargePage, protection, kFlags, -1, 0);
-    if (mapped == MAP_FAILED) {
-        mapped = ::mmap(nullptr, length, protection, kFlags, -1, 0);
-        return mapped == MAP_FAILED ? nullptr : mapped;
-    }
-    auto* place = static_cast<std::byte*>(mapped);
-    const std::size_t before = -reinterpret_cast<std::uintptr_t>(place) % kLargePage;
-    if (before > 0) ::munmap(place, before);
-    ::munmap(place + before + length, kLargePage - before);
-    return place + before;
-}
 
 Region* MapRegion(std::size_t size, std::size_t opened) noexcept {
     const std::size_t least = RoundUp(kHead + size, kPage);
     std::size_t length = opened == 0 && least <= kSmallRegion ? kSmallRegion : kRegion;
     void* place = nullptr;
-    while ((place = Reserve(length, false)) == nullptr) {
+    while ((place = VecTableSupport::Reserve(length, false)) == nullptr) {
         if (length <= least) return nullptr;
         length = std::max(length / 2, least);
     }
     const bool isLarge = length > kSmallRegion && reinterpret_cast<std::uintptr_t>(place) % kLargePage == 0;
-    AdviseLarge(place, length, isLarge);
+    VecTableSupport::AdviseLarge(place, length, isLarge);
     const std::size_t usual = std::max({least, opened, isLarge ? kLargePage : kFirstOpened});
     std::size_t usable = std::min(RoundUp(usual, isLarge ? kLargePage : kPage), length);
     if (!MakeUsable(place, usable) && !MakeUsable(place, usable = least)) {
-        ::munmap(place, length);
+        VecTableSupport::UnmapPages(place, length);
         return nullptr;
     }
     auto* region = new (place) Region;
@@ -63,7 +46,7 @@ Region* MapRegion(std::size_t size, std::size_t opened) noexcept {
 }
 
 void UnmapRegion(Region* region) noexcept {
-    ::munmap(region, region->length);
+    VecTableSupport::UnmapPages(region, region->length);
 }
 
 std::size_t Open(Region& region, std::size_t least, std::size_t opened) noexcept {
@@ -118,10 +101,6 @@ void SplitPages(Region& region) noexcept {
     region.pageBits = kPageBits;
     region.isSplit = true;
     region.takesLarge = false;
-}
-
-void AdviseLarge(void* start, std::size_t length, bool isLarge) noexcept {
-    ::madvise(start, length, isLarge ? MADV_HUGEPAGE : MADV_NOHUGEPAGE);
 }
 
 void Cut(Block* block, std::size_t size, Block* rest) noexcept {

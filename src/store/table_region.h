@@ -10,10 +10,10 @@
 
 namespace VecTableTypes {
 
-inline constexpr unsigned kPageBits = 12;
-inline constexpr unsigned kLargePageBits = 21;
-inline constexpr std::size_t kPage = std::size_t{1} << kPageBits;            // bytes
-inline constexpr std::size_t kLargePage = std::size_t{1} << kLargePageBits;  // same
+using VecTableSupport::kLargePage;
+using VecTableSupport::kLargePageBits;
+using VecTableSupport::kPage;
+using VecTableSupport::kPageBits;
 
 constexpr std::size_t RoundUp(std::size_t size, std::size_t step) noexcept {
     return (size + step - 1) / step * step;
@@ -45,10 +45,6 @@ struct Region {
     std::size_t Page() const noexcept { return std::size_t{1} << pageBits; }  // bytes
     bool IsEmpty() const noexcept { return last == &first && first.isFree; }
 };
-
-// Fresh memory, which can be used at once or not yet; at a large page where there is room for that. Null when there is
-// none.
-void* Reserve(std::size_t length, bool isUsable) noexcept;
 
 // A region for a lane that has so many bytes opened: one block, of at least this size. The first of a lane is a small one
 // on small pages, the others are as large as the system gives, on large pages where it grants them. Null when there is no
@@ -82,9 +78,6 @@ std::size_t Untouch(Region& region, Pages pages) noexcept;
 
 // From now on a region on large pages gives its memory back by small ones.
 void SplitPages(Region& region) noexcept;
-
-// Whether memory of a region takes large pages from now on, where it takes none yet.
-void AdviseLarge(void* start, std::size_t length, bool isLarge) noexcept;
 
 // Cuts a block to this size; the note becomes that of the rest.
 void Cut(Block* block, std::size_t size, Block* rest) noexcept;

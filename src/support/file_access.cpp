@@ -1,32 +1,11 @@
 #include "support/file_access.h"
 
-#include <array>
-#include <cstddef>
 #include <sys/stat.h>
-#include <sys/types.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 
+#include "support/platform/files.h"
+
 namespace VecTableSupport {
-namespace {
-
-constexpr const char* kAccessList = "system.posix_acl_access";
-
-bool HasAccessList(int file) noexcept {
-    return ::fgetxattr(file, kAccessList, nullptr, 0) >= 0;
-}
-
-// Copies it, also that there is none: new files of some folders have one.
-bool CopyAccessList(int from, int to) noexcept {
-    constexpr std::size_t kLongest = 4096;
-    std::array<char, kLongest> list;
-    const ssize_t length = ::fgetxattr(from, kAccessList, list.data(), list.size());
-    if (length >= 0) return ::fsetxattr(to, kAccessList, list.data(), static_cast<std::size_t>(length), 0) == 0;
-    return !HasAccessList(from) && (::fremovexattr(to, kAccessList) == 0 || !HasAccessList(to));
-}
-
-}  // namespace
-
 void CopyAccess(int from, int to) noexcept {
     struct stat old;
     if (::fstat(from, &old) != 0) return;

@@ -7,16 +7,15 @@
 #include <climits>
 #include <ctime>
 #include <fcntl.h>
-#include <linux/magic.h>
 #include <string_view>
 #include <sys/stat.h>
-#include <sys/vfs.h>
 #include <unistd.h>
 #include <utility>
 
 #include "support/descriptors.h"
 #include "support/file_access.h"
 #include "support/file_calls.h"
+#include "support/platform/files.h"
 
 namespace VecTableSupport {
 namespace {
@@ -35,19 +34,14 @@ std::string FolderOf(const std::string& path) {
     return path.substr(0, path.rfind('/') + 1) + '.';
 }
 
-bool IsInProc(const std::string& path) {
-    struct statfs properties;
-    return ::statfs(FolderOf(path).c_str(), &properties) == 0 && properties.f_type == PROC_SUPER_MAGIC;
-}
-
 // The path that symbolic links lead to, so that a rename replaces the file and not a link to it. The file itself need
-// not be there. A link in /proc stays: its text need not be a path.
+// not be there. A link in /proc stays.
 std::string WithoutLinks(std::string path) {
     constexpr int kMostLinks = 40;  // as the system follows
     std::array<char, PATH_MAX> target;
     for (int links = 0; links < kMostLinks; ++links) {
         const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
-        if (length < 0 || IsInProc(path)) break;
+        if (length < 0 || IsInProc(FolderOf(path))) break;
         const std::string_view leadsTo(target.data(), static_cast<std::size_t>(length));
         if (leadsTo.starts_with('/')) path.clear();
         path.erase(path.rfind('/') + 1);

@@ -6,7 +6,10 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <string_view>
+
+#include "support/platform/processor.h"
 
 namespace VecTableSupport {
 
@@ -31,14 +34,18 @@ struct KeyRange {
 };
 KeyRange TreeKeysOf(std::int32_t satNum) noexcept;
 
+// A key is an address times ten, and has to be positive.
+inline constexpr std::int64_t kDmaFactor = 10;
+static_assert(std::numeric_limits<std::int64_t>::max() / kDmaFactor >> kAddressBits > 0);
+
 constexpr bool IsDma(std::int64_t key) noexcept {
-    return key % 10 == 0;
+    return key % kDmaFactor == 0;
 }
 constexpr std::int64_t SatKeyToAddr(std::int64_t key) noexcept {
-    return key / 10;
+    return key / kDmaFactor;
 }
 constexpr std::int64_t AddrToSatKey(std::int64_t address) noexcept {
-    return address * 10;
+    return address * kDmaFactor;
 }
 
 }  // namespace VecTableSupport

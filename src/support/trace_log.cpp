@@ -12,9 +12,9 @@
 #include <type_traits>
 #include <unistd.h>
 
-#include "support/cancellation.h"
 #include "support/descriptors.h"
 #include "support/file_calls.h"
+#include "support/platform/cancellation.h"
 #include "support/text.h"
 
 namespace VecTableSupport {
