@@ -3,14 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <mutex>
 #include <new>
 
+#include "support/guarded.h"
 #include "support/trace_log.h"
 
 namespace VecTableTree {
 namespace {
 
+using VecTableSupport::MutexHold;
 using VecTableSupport::SatKeyToAddr;
 using VecTableSupport::TraceLogError;
 
@@ -35,17 +36,17 @@ struct Block {
 // Lookups read the blocks without the lock: a block is written before the count that admits it, a slot before the
 // count of its block.
 struct DmaSlots {
-    std::mutex mutex;
+    VecTableSupport::Mutex mutex;
     std::array<Block, kMostBlocks> blocks{};
     std::atomic<std::size_t> blockCount{0};
-    DmaSlot* oldestFree = nullptr;  // freed slots, in the order of their release
-    DmaSlot* latestFree = nullptr;
+    DmaSlot* oldestFree GUARDED_BY(mutex) = nullptr;  // freed slots, in the order of their release
+    DmaSlot* latestFree GUARDED_BY(mutex) = nullptr;
 };
 
 constinit DmaSlots slots;
 
 // A block as large as all before it, or what there is room for, if any.
-void AddBlock() noexcept {
+void AddBlock() noexcept NEEDS(slots.mutex) {
     const std::size_t count = slots.blockCount.load(std::memory_order_relaxed);
     if (count == kMostBlocks) return;
     std::size_t size = 0;
@@ -64,7 +65,7 @@ void AddBlock() noexcept {
 }
 
 // A slot of the last block that was never used, or null.
-DmaSlot* MakeSlot() noexcept {
+DmaSlot* MakeSlot() noexcept NEEDS(slots.mutex) {
     const std::size_t count = slots.blockCount.load(std::memory_order_relaxed);
     if (count == 0) return nullptr;
     Block& block = slots.blocks[count - 1];
@@ -77,7 +78,7 @@ DmaSlot* MakeSlot() noexcept {
 
 // Slots that were never used come first and freed ones in the order of their release, so that a stale key stays stale
 // as long as can be.
-DmaSlot* TakeSlot() noexcept {
+DmaSlot* TakeSlot() noexcept NEEDS(slots.mutex) {
     if (DmaSlot* slot = MakeSlot()) return slot;
     if (slots.oldestFree == nullptr) {
         AddBlock();
@@ -89,7 +90,7 @@ DmaSlot* TakeSlot() noexcept {
     return slot;
 }
 
-void GiveBackSlot(DmaObject& object) noexcept {
+void GiveBackSlot(DmaObject& object) noexcept NEEDS(slots.mutex) {
     auto* slot = reinterpret_cast<DmaSlot*>(&object);
     if (slots.oldestFree == nullptr) {
         slots.oldestFree = slot;
@@ -113,13 +114,13 @@ DmaSlot* FindSlot(std::int64_t address) noexcept {
 }  // namespace
 
 DmaObject* AllocateDmaObject() noexcept {
-    const std::lock_guard lock(slots.mutex);
+    const MutexHold lock(slots.mutex);
     DmaSlot* slot = TakeSlot();
     return slot == nullptr ? nullptr : &slot->object;
 }
 
 void ReleaseDmaObject(DmaObject& object) noexcept {
-    const std::lock_guard lock(slots.mutex);
+    const MutexHold lock(slots.mutex);
     GiveBackSlot(object);
 }
 
@@ -134,7 +135,7 @@ DmaObject* FindDmaObject(std::int64_t key) noexcept {
 }
 
 DmaRemoval ReleaseDma(std::int64_t key) noexcept {
-    const std::lock_guard lock(slots.mutex);
+    const MutexHold lock(slots.mutex);
     DmaObject* object = FindDmaObject(key);
     if (object == nullptr) return DmaRemoval::kNoObject;
     if (!VecTableTypes::VecTabElsetType(object->elsetType)) return DmaRemoval::kWrongObject;
@@ -146,11 +147,11 @@ DmaRemoval ReleaseDma(std::int64_t key) noexcept {
     return DmaRemoval::kRemoved;
 }
 
-void LockDmaSlots() noexcept {
+void LockDmaSlots() noexcept NOT_ANALYSED {
     slots.mutex.lock();
 }
 
-void UnlockDmaSlots() noexcept {
+void UnlockDmaSlots() noexcept NOT_ANALYSED {
     slots.mutex.unlock();
 }
 

@@ -4,10 +4,10 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <utility>
 
 #include "store/table_region.h"
+#include "support/guarded.h"
 
 // The address sanitizer watches over what lies between the tables.
 #if defined(__SANITIZE_ADDRESS__)
@@ -19,6 +19,9 @@
 
 namespace VecTableTypes {
 namespace {
+
+using VecTableSupport::Mutex;
+using VecTableSupport::MutexHold;
 
 constexpr std::size_t kLanes = 16;
 constexpr std::size_t kKept = kLargePage;  // free memory that is never given back
@@ -32,15 +35,15 @@ struct Lane {
 // `mutex` is held for pointers and numbers, and while a first region opens. Memory is mapped, touched and given back
 // without it.
 struct TableHeap {
-    std::mutex givingBack;  // taken before the other one
-    std::mutex mutex;
-    std::array<Lane, kLanes> lanes;
-    BlockNotes notes;
-    Region* regions = nullptr;
-    Region* empty = nullptr;  // one without a table is kept
-    Tally smallPages;
-    Tally largePages;
-    std::size_t mostUsed = 0;  // bytes of tables, since there was none
+    Mutex givingBack;  // taken before the other one
+    Mutex mutex;
+    std::array<Lane, kLanes> lanes GUARDED_BY(mutex);
+    BlockNotes notes GUARDED_BY(mutex);
+    Region* regions GUARDED_BY(mutex) = nullptr;
+    Region* empty GUARDED_BY(mutex) = nullptr;  // one without a table is kept
+    Tally smallPages GUARDED_BY(mutex);
+    Tally largePages GUARDED_BY(mutex);
+    std::size_t mostUsed GUARDED_BY(mutex) = 0;  // bytes of tables, since there was none
 };
 
 constinit TableHeap heap;
@@ -59,9 +62,7 @@ std::size_t LaneOfThread() noexcept {
     return lane;
 }
 
-// What follows, up to the next such line, is called with the lock.
-
-void Add(const Tally& more, Region& region) noexcept {
+void Add(const Tally& more, Region& region) noexcept NEEDS(heap.mutex) {
     for (Tally* tally : {&region.tally, region.pageBits == kPageBits ? &heap.smallPages : &heap.largePages}) {
         tally->used += more.used;
         tally->touched += more.touched;
@@ -69,37 +70,37 @@ void Add(const Tally& more, Region& region) noexcept {
     }
 }
 
-void Subtract(const Tally& less, Region& region) noexcept {
+void Subtract(const Tally& less, Region& region) noexcept NEEDS(heap.mutex) {
     Add({0 - less.used, 0 - less.touched, 0 - less.free}, region);
 }
 
-std::size_t Used() noexcept {
+std::size_t Used() noexcept NEEDS(heap.mutex) {
     return heap.smallPages.used + heap.largePages.used;
 }
 
-bool AreFewLeft() noexcept {
+bool AreFewLeft() noexcept NEEDS(heap.mutex) {
     return Used() < heap.mostUsed / 4;
 }
 
 // More than half of what the tables take; a quarter, once few are left of many.
-bool IsTooMuchFree() noexcept {
+bool IsTooMuchFree() noexcept NEEDS(heap.mutex) {
     return heap.smallPages.free + heap.largePages.free > Used() / (AreFewLeft() ? 4 : 2) + kKept;
 }
 
 // A few tables hold large pages that they do not fill.
-bool AreLargePagesWasted() noexcept {
-    const Tally& large = heap.largePages;
+bool AreLargePagesWasted() noexcept NEEDS(heap.mutex) {
+    const Tally large = heap.largePages;
     return AreFewLeft() && large.touched - large.free > large.used + large.used / 4 + 4 * kKept;
 }
 
-void Insert(Block* block) noexcept {
+void Insert(Block* block) noexcept NEEDS(heap.mutex) {
     Region& region = *block->region;
     block->isFree = true;
     heap.lanes[region.lane].freeBlocks.Insert(block);
     Add({.free = std::size_t{block->touched} << region.pageBits}, region);
 }
 
-void Remove(Block* block) noexcept {
+void Remove(Block* block) noexcept NEEDS(heap.mutex) {
     Region& region = *block->region;
     block->isFree = false;
     heap.lanes[region.lane].freeBlocks.Remove(block);
@@ -108,7 +109,7 @@ void Remove(Block* block) noexcept {
 }
 
 // Adds the block after this one to it. The page between them has been in use.
-void MergeWithNext(Block* block) noexcept {
+void MergeWithNext(Block* block) noexcept NEEDS(heap.mutex) {
     Block* after = block->after;
     const std::size_t pages = WholePages(*block).Count() + WholePages(*after).Count();
     Join(block, after);
@@ -116,7 +117,7 @@ void MergeWithNext(Block* block) noexcept {
     heap.notes.Return(after);
 }
 
-void AddRegion(Region* region, std::size_t lane) noexcept {
+void AddRegion(Region* region, std::size_t lane) noexcept NEEDS(heap.mutex) {
     region->lane = lane;
     region->next = heap.regions;
     if (heap.regions != nullptr) heap.regions->previous = region;
@@ -125,7 +126,7 @@ void AddRegion(Region* region, std::size_t lane) noexcept {
     Insert(&region->first);
 }
 
-void DropRegion(Region* region) noexcept {
+void DropRegion(Region* region) noexcept NEEDS(heap.mutex) {
     Remove(&region->first);
     Subtract(Tally(region->tally), *region);
     heap.lanes[region->lane].opened -= region->opened;
@@ -134,7 +135,7 @@ void DropRegion(Region* region) noexcept {
 }
 
 // Of the regions without a table the longest is kept for the next ones, whatever their thread.
-void KeepOneEmpty(Region* region, Chores& chores) noexcept {
+void KeepOneEmpty(Region* region, Chores& chores) noexcept NEEDS(heap.mutex) {
     Region* dropped = heap.empty;
     if (region->isSplit || (dropped != nullptr && dropped->length >= region->length)) std::swap(dropped, region);
     heap.empty = region;
@@ -143,7 +144,7 @@ void KeepOneEmpty(Region* region, Chores& chores) noexcept {
     chores.unused = dropped;
 }
 
-void ChangeLane(Region* region, std::size_t lane) noexcept {
+void ChangeLane(Region* region, std::size_t lane) noexcept NEEDS(heap.mutex) {
     Remove(&region->first);
     heap.lanes[region->lane].opened -= region->opened;
     region->lane = lane;
@@ -152,7 +153,7 @@ void ChangeLane(Region* region, std::size_t lane) noexcept {
 }
 
 // Makes a block free, together with its neighbours that are.
-void Free(Block* block, Chores& chores) noexcept {
+void Free(Block* block, Chores& chores) noexcept NEEDS(heap.mutex) {
     if (Block* after = block->after; after != nullptr && after->isFree) {
         Remove(after);
         MergeWithNext(block);
@@ -167,7 +168,7 @@ void Free(Block* block, Chores& chores) noexcept {
 }
 
 // Makes a table's block free.
-void Release(Block* block, Chores& chores) noexcept {
+void Release(Block* block, Chores& chores) noexcept NEEDS(heap.mutex) {
     ASAN_POISON_MEMORY_REGION(block->start, block->size);
     Subtract({.used = block->size}, *block->region);
     block->touched = static_cast<std::uint32_t>(WholePages(*block).Count());
@@ -178,7 +179,7 @@ void Release(Block* block, Chores& chores) noexcept {
 }
 
 // A table's block of this size, from the front of a free one. Null when it cannot be noted down.
-Block* TakeFront(Block* block, std::size_t size, Chores& chores) noexcept {
+Block* TakeFront(Block* block, std::size_t size, Chores& chores) noexcept NEEDS(heap.mutex) {
     Block* rest = nullptr;
     if (block->size > size && (rest = heap.notes.Take()) == nullptr) return nullptr;
     Region& region = *block->region;
@@ -204,7 +205,7 @@ Block* TakeFront(Block* block, std::size_t size, Chores& chores) noexcept {
 }
 
 // Opens more of a region, so that its last block is free and has this size.
-bool OpenMore(std::size_t size, Region& region) noexcept {
+bool OpenMore(std::size_t size, Region& region) noexcept NEEDS(heap.mutex) {
     Block* last = region.last;
     Block* added = heap.notes.Take();
     if (added == nullptr) return false;
@@ -224,7 +225,7 @@ bool OpenMore(std::size_t size, Region& region) noexcept {
 }
 
 // A free block of at least this size, or null when the lane needs another region.
-Block* FindFor(std::size_t index, std::size_t size) noexcept {
+Block* FindFor(std::size_t index, std::size_t size) noexcept NEEDS(heap.mutex) {
     Lane& lane = heap.lanes[index];
     // A table that grows had better not move often: it gets a gap twice its size. Only when the gaps are small altogether
     // it gets memory that none has had yet.
@@ -243,14 +244,14 @@ Block* FindFor(std::size_t index, std::size_t size) noexcept {
 }
 
 // The last resort.
-Block* FindAnywhere(std::size_t size) noexcept {
+Block* FindAnywhere(std::size_t size) noexcept NEEDS(heap.mutex) {
     for (const Lane& lane : heap.lanes) {
         if (Block* block = lane.freeBlocks.Find(size, SIZE_MAX)) return block;
     }
     return nullptr;
 }
 
-bool Extend(Block* block, std::size_t size, Chores& chores) noexcept {
+bool Extend(Block* block, std::size_t size, Chores& chores) noexcept NEEDS(heap.mutex) {
     const std::size_t more = size - block->size;
     Block* after = block->after;
     const bool isEnough = after != nullptr && after->isFree && after->size >= more;
@@ -263,7 +264,7 @@ bool Extend(Block* block, std::size_t size, Chores& chores) noexcept {
     return true;
 }
 
-void Shrink(Block* block, std::size_t size, Chores& chores) noexcept {
+void Shrink(Block* block, std::size_t size, Chores& chores) noexcept NEEDS(heap.mutex) {
     Block* rest = block->size > size ? heap.notes.Take() : nullptr;
     if (rest == nullptr) return;
     Cut(block, size, rest);
@@ -271,7 +272,7 @@ void Shrink(Block* block, std::size_t size, Chores& chores) noexcept {
 }
 
 // The region that holds most: free pages, or large ones that its tables do not fill.
-Region* MostWasteful(bool isByLargePages) noexcept {
+Region* MostWasteful(bool isByLargePages) noexcept NEEDS(heap.mutex) {
     Region* found = nullptr;
     std::size_t most = 0;
     for (Region* region = heap.regions; region != nullptr; region = region->next) {
@@ -286,7 +287,7 @@ Region* MostWasteful(bool isByLargePages) noexcept {
 }
 
 // Takes the free blocks of a region out of use, as a list.
-Block* Withdraw(Region& region) noexcept {
+Block* Withdraw(Region& region) noexcept NEEDS(heap.mutex) {
     Block* list = nullptr;
     for (Block* block = &region.first; block != nullptr; block = block->after) {
         if (!block->isFree) continue;
@@ -298,7 +299,7 @@ Block* Withdraw(Region& region) noexcept {
 }
 
 // With its free blocks withdrawn.
-void Split(Region& region, Block* list) noexcept {
+void Split(Region& region, Block* list) noexcept NEEDS(heap.mutex) {
     const Tally tally = region.tally;
     Subtract(tally, region);
     SplitPages(region);
@@ -309,7 +310,7 @@ void Split(Region& region, Block* list) noexcept {
 }
 
 // What was withdrawn and takes no memory any more.
-void PutBack(Block* list, Chores& chores) noexcept {
+void PutBack(Block* list, Chores& chores) noexcept NEEDS(heap.mutex) {
     while (Block* block = list) {
         list = block->next;
         Subtract({.touched = Untouch(*block->region, WholePages(*block))}, *block->region);
@@ -317,8 +318,6 @@ void PutBack(Block* list, Chores& chores) noexcept {
         Free(block, chores);
     }
 }
-
-// What follows is called without the lock.
 
 void Unmap(Chores& chores) noexcept {
     if (chores.unused != nullptr) {
@@ -335,29 +334,35 @@ void Discard(const Block& block) noexcept {
     VecTableSupport::Discard(region.Start() + (pages.first << region.pageBits), pages.Count() << region.pageBits);
 }
 
+// Of the region that holds most; false when there is not too much of it.
+bool GiveBackRegion() noexcept NEEDS(heap.givingBack) {
+    Chores chores;
+    heap.mutex.lock();
+    const bool splits = !IsTooMuchFree();
+    Region* region = !splits || AreLargePagesWasted() ? MostWasteful(splits) : nullptr;
+    if (region == nullptr) {
+        heap.mutex.unlock();
+        return false;
+    }
+    Block* list = Withdraw(*region);
+    if (splits) Split(*region, list);
+    const bool isSparse = region->takesLarge && region->isSplit && region->tally.used < region->length / 16;
+    if (isSparse) region->takesLarge = false;
+    heap.mutex.unlock();
+    if (splits || isSparse) VecTableSupport::AdviseLarge(region->Start(), region->length, false);
+    for (const Block* block = list; block != nullptr; block = block->next) Discard(*block);
+    heap.mutex.lock();
+    PutBack(list, chores);
+    heap.mutex.unlock();
+    Unmap(chores);
+    return true;
+}
+
 // Gives free memory back to the system, one region at a time, until there is not too much of it.
 void GiveBack() noexcept {
-    const std::unique_lock givingBack(heap.givingBack, std::try_to_lock);
-    if (!givingBack) return;
-    for (;;) {
-        Chores chores;
-        std::unique_lock lock(heap.mutex);
-        const bool splits = !IsTooMuchFree();
-        if (splits && !AreLargePagesWasted()) return;
-        Region* region = MostWasteful(splits);
-        if (region == nullptr) return;
-        Block* list = Withdraw(*region);
-        if (splits) Split(*region, list);
-        const bool isSparse = region->takesLarge && region->isSplit && region->tally.used < region->length / 16;
-        if (isSparse) region->takesLarge = false;
-        lock.unlock();
-        if (splits || isSparse) VecTableSupport::AdviseLarge(region->Start(), region->length, false);
-        for (const Block* block = list; block != nullptr; block = block->next) Discard(*block);
-        lock.lock();
-        PutBack(list, chores);
-        lock.unlock();
-        Unmap(chores);
-    }
+    if (!heap.givingBack.try_lock()) return;
+    while (GiveBackRegion()) continue;
+    heap.givingBack.unlock();
 }
 
 void DoChores(Chores& chores) noexcept {
@@ -370,19 +375,19 @@ void DoChores(Chores& chores) noexcept {
 Block* TakeIn(std::size_t lane, std::size_t size, Chores& chores) noexcept {
     std::size_t opened = 0;
     {
-        const std::lock_guard lock(heap.mutex);
+        const MutexHold lock(heap.mutex);
         if (Block* block = FindFor(lane, size)) return TakeFront(block, size, chores);
         opened = heap.lanes[lane].opened;
     }
     if (Region* region = MapRegion(size, opened)) {
         ASAN_POISON_MEMORY_REGION(region->first.start, region->first.size);
-        const std::lock_guard lock(heap.mutex);
+        const MutexHold lock(heap.mutex);
         AddRegion(region, lane);
         return TakeFront(&region->first, size, chores);
     }
     // There is no memory but what other lanes have, or what is being given back at this moment.
-    const std::lock_guard noneGivingBack(heap.givingBack);
-    const std::lock_guard lock(heap.mutex);
+    const MutexHold noneGivingBack(heap.givingBack);
+    const MutexHold lock(heap.mutex);
     Block* block = FindAnywhere(size);
     return block != nullptr ? TakeFront(block, size, chores) : nullptr;
 }
@@ -400,7 +405,7 @@ bool ResizeBlock(Block* block, std::size_t size) noexcept {
     Chores chores;
     bool isResized = true;
     {
-        const std::lock_guard lock(heap.mutex);
+        const MutexHold lock(heap.mutex);
         if (size <= block->size) {
             Shrink(block, size, chores);
         } else {
@@ -414,18 +419,18 @@ bool ResizeBlock(Block* block, std::size_t size) noexcept {
 void ReleaseBlock(Block* block) noexcept {
     Chores chores;
     {
-        const std::lock_guard lock(heap.mutex);
+        const MutexHold lock(heap.mutex);
         Release(block, chores);
     }
     DoChores(chores);
 }
 
-void LockHeap() noexcept {
+void LockHeap() noexcept NOT_ANALYSED {
     heap.givingBack.lock();
     heap.mutex.lock();
 }
 
-void UnlockHeap() noexcept {
+void UnlockHeap() noexcept NOT_ANALYSED {
     heap.mutex.unlock();
     heap.givingBack.unlock();
 }

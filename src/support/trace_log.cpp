@@ -7,13 +7,13 @@
 #include <cerrno>
 #include <chrono>
 #include <fcntl.h>
-#include <mutex>
 #include <new>
 #include <type_traits>
 #include <unistd.h>
 
 #include "support/descriptors.h"
 #include "support/file_calls.h"
+#include "support/guarded.h"
 #include "support/platform/cancellation.h"
 #include "support/text.h"
 
@@ -26,12 +26,12 @@ constexpr std::size_t kMostKept = 8;
 
 // Where entries go. At the start errors go to standard error, if it is open, and information goes nowhere.
 struct TraceLog {
-    std::mutex mutex;
+    Mutex mutex;
     std::atomic<std::int32_t> wanted{0};  // the last level that is taken
-    TraceSink sink = nullptr;
-    void* context = nullptr;
-    KnownDescriptor file;  // none when entries go to a sink, or nowhere
-    bool ownsFile = false;
+    TraceSink sink GUARDED_BY(mutex) = nullptr;
+    void* context GUARDED_BY(mutex) = nullptr;
+    KnownDescriptor file GUARDED_BY(mutex);  // none when entries go to a sink, or nowhere
+    bool ownsFile GUARDED_BY(mutex) = false;
 };
 
 // Nothing destroys it: other threads may still log while the process ends.
@@ -43,10 +43,10 @@ constinit thread_local std::int32_t currentKind = VEC_HOST_ENTRY_OTHER;
 constinit thread_local const ReadingPlace* currentPlace = nullptr;
 constinit thread_local EntryKeeper* currentKeeper = nullptr;
 
-class LogHold {
+class SCOPED_GUARD LogHold {
   public:
-    LogHold() noexcept { HoldTraceLog(); }
-    ~LogHold() { ReleaseTraceLog(); }
+    LogHold() noexcept ACQUIRES(traceLog.mutex) NOT_ANALYSED { HoldTraceLog(); }
+    ~LogHold() RELEASES() NOT_ANALYSED { ReleaseTraceLog(); }
     LogHold(const LogHold&) = delete;
     LogHold& operator=(const LogHold&) = delete;
 
@@ -54,12 +54,12 @@ class LogHold {
     const CancellationHold cancellation_;
 };
 
-[[gnu::constructor]] void TakeStandardError() noexcept {
+[[gnu::constructor]] void TakeStandardError() noexcept NOT_ANALYSED {
     traceLog.file = KnownDescriptor(STDERR_FILENO);
     if (traceLog.file.Number() >= 0) traceLog.wanted = kTraceError;
 }
 
-void SendTo(TraceSink sink, void* context, KnownDescriptor file) noexcept {
+void SendTo(TraceSink sink, void* context, KnownDescriptor file) noexcept NEEDS(traceLog.mutex) {
     if (traceLog.ownsFile && traceLog.file.Number() >= 0) ::close(traceLog.file.Number());
     traceLog.sink = sink;
     traceLog.context = context;
@@ -127,7 +127,7 @@ void WriteLine(int file, std::int32_t level, std::string_view text) noexcept {
 }
 
 // A sink written in C++ may throw; the work that logs goes on.
-void CallSink(std::int32_t level, std::int32_t kind, std::string_view text) noexcept {
+void CallSink(std::int32_t level, std::int32_t kind, std::string_view text) noexcept NEEDS(traceLog.mutex) {
     isInSink = true;
     currentKind = kind;
     try {
@@ -185,11 +185,11 @@ std::int32_t TraceToFile(const char* path) noexcept {
     return 0;
 }
 
-void HoldTraceLog() noexcept {
+void HoldTraceLog() noexcept NOT_ANALYSED {
     if (!isInSink) traceLog.mutex.lock();
 }
 
-void ReleaseTraceLog() noexcept {
+void ReleaseTraceLog() noexcept NOT_ANALYSED {
     if (!isInSink) traceLog.mutex.unlock();
 }
 

@@ -120,7 +120,7 @@ void MeasureLeftOut(Survey& survey) {
             errors[i].reset();
         }
     }
-    constexpr std::size_t kReach = 4;  // points that one break touches
+    constexpr std::size_t kReach = VEC_TAB_STENCIL_POINTS;  // points that one break touches
     std::size_t last = errors.size();
     for (std::size_t i = 0; i < errors.size(); ++i) {
         if (!IsSpike(survey, errors, i)) continue;
@@ -146,12 +146,13 @@ bool AnyWithin(const std::vector<Gap>& gaps, std::size_t first, std::size_t last
     return from != gaps.end() && from->interval < last;
 }
 
-// Whether one of the four points that a state at the time comes from has no velocity.
+// Whether one of the points that a state at the time comes from has no velocity.
 bool NextToZeroVelocity(const std::vector<State>& points, double ds50UTC) noexcept {
+    constexpr std::ptrdiff_t kHalfStencil = VEC_TAB_STENCIL_POINTS / 2;
     const auto next = std::upper_bound(points.begin(), points.end(), ds50UTC,
                                        [](double time, const State& point) { return time < point.ds50UTC; });
-    const auto first = next - std::min<std::ptrdiff_t>(2, next - points.begin());
-    const auto last = next + std::min<std::ptrdiff_t>(2, points.end() - next);
+    const auto first = next - std::min(kHalfStencil, next - points.begin());
+    const auto last = next + std::min(kHalfStencil, points.end() - next);
     return !std::all_of(first, last, HasVelocity);
 }
 

@@ -68,7 +68,8 @@ std::string Metadata(const Record& record, const Answers& answers) {
            "\nOBJECT_ID = " + (known || record.satName.empty() ? satellite : record.satName) +
            "\nCENTER_NAME = EARTH\nREF_FRAME = " + FrameKeyword(record.frame) +
            "\nTIME_SYSTEM = UTC\nSTART_TIME = " + EpochText(answers.start) + "\nSTOP_TIME = " + EpochText(answers.end) +
-           "\nINTERPOLATION = HERMITE\nINTERPOLATION_DEGREE = 7\nMETA_STOP\n\n";
+           "\nINTERPOLATION = HERMITE\nINTERPOLATION_DEGREE = " + std::to_string(2 * VEC_TAB_STENCIL_POINTS - 1) +
+           "\nMETA_STOP\n\n";
 }
 
 void WriteCovariance(Output& output, const Answer& answer) {
