@@ -135,18 +135,13 @@ bool ForEachState(const Table& table, const TimeGrid& grid, bool trustedOnly, co
 
 void ForEachPoint(const Table& table, const UseAnswer& use) {
     for (std::int32_t number = 1; number <= table.record.points; ++number) {
-        Answer answer;
-        State& state = answer.state;
         double covMtx[VEC_TAB_COV_ELEMENTS];
-        if (VecTabGetCovMtx(table.record.key, number, &state.ds50UTC, state.pos, state.vel, &state.revNum, covMtx) !=
-            0) {
-            throw Failure(LogCapture::Instance().TakeError());
-        }
+        Answer answer{ReadPoint(table.record, number, covMtx), {}, {}};
         std::size_t term = 0;
         for (std::size_t row = 0; row < 6; ++row) {
             for (std::size_t column = 0; column <= row; ++column) answer.covariance[term++] = covMtx[row * 6 + column];
         }
-        answer.mark = table.survey.Mark(state.ds50UTC);
+        answer.mark = table.survey.Mark(answer.state.ds50UTC);
         use(answer);
     }
 }

@@ -65,7 +65,7 @@ std::string Quantiles(const std::string& label, const std::vector<Element>& erro
     std::vector<double> values;
     values.reserve(errors.size());
     for (const Element& error : errors) values.push_back(error.*member);
-    std::sort(values.begin(), values.end());
+    std::ranges::sort(values);
     constexpr std::size_t kLabelWidth = 32;
     std::string text = label + std::string(kLabelWidth - label.size(), ' ');
     for (const double share : {0.5, 0.95, 1.0}) {

@@ -31,7 +31,8 @@ struct ConvertOptions {
 
 const Writer& WriterFor(const ConvertOptions& options) {
     for (const Writer* writer : kWriters) {
-        if (options.to.empty() ? options.output.ends_with(writer->ending) : options.to == writer->name) return *writer;
+        if (options.to.empty() ? options.output.ends_with(writer->extension) : options.to == writer->name)
+            return *writer;
     }
     if (!options.to.empty()) throw Failure("--to: must be oem, dot-e or csv: " + options.to, kExitUsage);
     throw Failure("--output: must end in .oem, .e or .csv, or --to say the format: " + options.output, kExitUsage);
@@ -110,8 +111,7 @@ int RunConvert(const ConvertOptions& options) {
 }  // namespace
 
 bool AnyRevolution(const Survey& survey) noexcept {
-    return std::any_of(survey.points.begin(), survey.points.end(),
-                       [](const State& point) { return point.revNum != 0; });
+    return std::ranges::any_of(survey.points, [](const State& point) { return point.revNum != 0; });
 }
 
 void AddConvert(CLI::App& program, int& exitStatus) {

@@ -87,7 +87,7 @@ std::string RunGnuplot(const std::string& script) {
     std::string picture = output.Content();
     if (exitStatus != 0 || picture.empty()) {
         std::string message = errors.Content();
-        std::replace(message.begin(), message.end(), '\n', ' ');
+        std::ranges::replace(message, '\n', ' ');
         throw Failure("gnuplot failed: " + std::string(WithoutOuterBlanks(message)));
     }
     return picture;

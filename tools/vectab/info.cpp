@@ -16,13 +16,11 @@
 namespace Vectab {
 namespace {
 
-constexpr std::size_t kColumns = 11;
-using Row = std::array<std::string, kColumns>;
+constexpr std::array kIsNumber = {true, true, false, false, true, false, false, true, false, false, false};
+using Row = std::array<std::string, kIsNumber.size()>;
 
 const Row kTitles = {"record", "satellite",    "format", "frame", "points", "start",
                      "end",    "mean step, s", "notes",  "name",  "file"};
-constexpr std::array<bool, kColumns> kIsNumber = {true,  true, false, false, true, false,
-                                                  false, true, false, false, false};
 
 Row Describe(const Table& table) {
     const Record& record = table.record;
@@ -39,9 +37,9 @@ Row Describe(const Table& table) {
             Printable(record.file)};
 }
 
-std::string Line(const Row& row, const std::array<std::size_t, kColumns>& widths) {
+std::string Line(const Row& row, const std::array<std::size_t, kIsNumber.size()>& widths) {
     std::string line;
-    for (std::size_t column = 0; column < kColumns; ++column) {
+    for (std::size_t column = 0; column < row.size(); ++column) {
         const std::string padding(widths[column] - row[column].size(), ' ');
         if (column > 0) line += "  ";
         line += kIsNumber[column] ? padding + row[column] : row[column] + padding;
@@ -51,9 +49,9 @@ std::string Line(const Row& row, const std::array<std::size_t, kColumns>& widths
 }
 
 void Print(const std::vector<Row>& rows) {
-    std::array<std::size_t, kColumns> widths{};
+    std::array<std::size_t, kIsNumber.size()> widths{};
     for (const Row& row : rows) {
-        for (std::size_t column = 0; column < kColumns; ++column) {
+        for (std::size_t column = 0; column < row.size(); ++column) {
             widths[column] = std::max(widths[column], row[column].size());
         }
     }

@@ -34,7 +34,7 @@ void Answer(const CLI::App& program, const CLI::ParseError& error) {
     program.exit(error, message, message);
     if (error.get_exit_code() != 0) {
         std::string line = error.what();
-        std::replace(line.begin(), line.end(), '\n', ' ');
+        std::ranges::replace(line, '\n', ' ');
         throw Failure(std::string(WithoutOuterBlanks(line)) + " (see vectab --help)", kExitUsage);
     }
     Output output;

@@ -36,10 +36,8 @@ Note SomeVelocitiesZero(const Survey& survey) {
 
 // The longest of gaps, and what becomes of states inside.
 std::string DescribeGaps(const std::vector<Gap>& gaps) {
-    const Gap& longest = *std::max_element(gaps.begin(), gaps.end(),
-                                           [](const Gap& a, const Gap& b) { return a.Seconds() < b.Seconds(); });
-    const auto filled =
-        static_cast<std::size_t>(std::count_if(gaps.begin(), gaps.end(), [](const Gap& gap) { return gap.filled; }));
+    const Gap& longest = *std::ranges::max_element(gaps, {}, &Gap::Seconds);
+    const auto filled = static_cast<std::size_t>(std::ranges::count_if(gaps, &Gap::filled));
     std::string text = Fixed(longest.Seconds() / 60.0, 1) + " min from " + FormatUtc(longest.from, ' ', 3) + " to " +
                        FormatUtc(longest.to, ' ', 3);
     if (gaps.size() > 1) text = "the longest " + text;
@@ -49,9 +47,7 @@ std::string DescribeGaps(const std::vector<Gap>& gaps) {
 }
 
 Note Spikes(const Survey& survey) {
-    const LeftOut& largest =
-        *std::max_element(survey.spikes.begin(), survey.spikes.end(),
-                          [](const LeftOut& a, const LeftOut& b) { return a.position < b.position; });
+    const LeftOut& largest = *std::ranges::max_element(survey.spikes, {}, &LeftOut::position);
     const std::string which = survey.spikes.size() == 1 ? "a point is " : "points are up to ";
     return {Counted(survey.spikes.size(), "spike"), which + Length(largest.position) + " off its neighbours at " +
                                                         FormatUtc(largest.ds50UTC, ' ', 3) +

@@ -76,8 +76,8 @@ unset label 1
 set format y '%.6g'
 )";
 
-// The far half of the orbit, then the Earth, then the near half: what is behind the Earth is hidden. `near` is true for
-// a coordinate towards the one who looks, and on the edge of the picture's plane.
+// Each panel draws the whole orbit pale, the Earth over it, and the near half again over both, which leaves hidden what is
+// behind the Earth. `near` takes km from the plane of the picture towards the viewer; 60 km behind it still count as near.
 constexpr std::string_view kOrbitPanels = R"(unset object; unset arrow
 near(depth) = depth > -60
 dot = "with points pt variable ps 1 lc rgb '#c2502a'"
@@ -102,14 +102,13 @@ plot $orbit using 2:4 with @orbitStyle lt 4, '+' using (0):(0):(earthRadius) eve
      $start using 2:4:(near(-$3) ? 7 : 6) @dot, '' using 2:4:('start') @name
 )";
 
-// The terminal of gnuplot that makes files with the ending of the path.
+// The terminal of gnuplot that makes files with the extension of the path.
 std::string Terminal(const std::string& path) {
-    std::string ending = path.substr(std::min(path.rfind('.'), path.size()));
-    std::transform(ending.begin(), ending.end(), ending.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    if (ending == ".svg") return "svg size 1200,900 font 'Helvetica,Arial,sans-serif,14' background rgb 'white'";
-    if (ending == ".png") return "pngcairo size 1200,900 font 'Sans,11' background rgb 'white'";
-    if (ending == ".pdf") return "pdfcairo size 12,9 font 'Sans,13' fontscale 0.62 background rgb 'white'";
+    std::string extension = path.substr(std::min(path.rfind('.'), path.size()));
+    for (char& c : extension) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    if (extension == ".svg") return "svg size 1200,900 font 'Helvetica,Arial,sans-serif,14' background rgb 'white'";
+    if (extension == ".png") return "pngcairo size 1200,900 font 'Sans,11' background rgb 'white'";
+    if (extension == ".pdf") return "pdfcairo size 12,9 font 'Sans,13' fontscale 0.62 background rgb 'white'";
     throw Failure("--output: must end in .svg, .png or .pdf: " + path, kExitUsage);
 }
 
@@ -174,19 +173,22 @@ void AddPosition(Curve& curve, const State& point) {
     curve.Add(point.ds50UTC, point.pos[0], point.pos[1], point.pos[2]);
 }
 
-// Every point of a short table, and some 20,000 of a long one.
+// Hands every element of a short list to `draw`, and some 20,000 of a long one.
+template <typename Element, typename Draw>
+void ForEachDrawn(const std::vector<Element>& elements, const Draw& draw) {
+    const std::size_t drawn = std::min(elements.size(), static_cast<std::size_t>(kMostDrawn));
+    for (std::size_t i = 0; i < drawn; ++i) draw(elements[i * elements.size() / drawn]);
+}
+
 Orbit OrbitOf(const Table& table) {
     Curve curve(table);
     Orbit orbit;
-    const std::vector<State>& points = table.survey.points;
-    const std::size_t drawn = std::min(points.size(), static_cast<std::size_t>(kMostDrawn));
-    for (std::size_t i = 0; i < drawn; ++i) {
-        const State& point = points[i * points.size() / drawn];
+    ForEachDrawn(table.survey.points, [&](const State& point) {
         AddPosition(curve, point);
         for (std::size_t axis = 0; axis < 3; ++axis) orbit.extents[axis].Add(point.pos[axis]);
-    }
+    });
     Curve start(table);
-    AddPosition(start, points.front());
+    AddPosition(start, table.survey.points.front());
     orbit.blocks = curve.Block("orbit") + start.Block("start");
     return orbit;
 }
@@ -196,17 +198,11 @@ std::string ErrorBlocks(const Table& table) {
     const ErrorEstimate estimate = EstimateErrors(table.record, table.survey);
     std::vector<ErrorBetween> between = estimate.inner;
     between.insert(between.end(), estimate.ends.begin(), estimate.ends.end());
-    std::sort(between.begin(), between.end(),
-              [](const ErrorBetween& a, const ErrorBetween& b) { return a.ds50UTC < b.ds50UTC; });
+    std::ranges::sort(between, {}, &ErrorBetween::ds50UTC);
     if (!(estimate.LargestPosition() > 0.0)) return {};
     Curve errors(table), leftOut(table);
     for (const ErrorBetween& error : between) errors.Add(error.ds50UTC, error.position);
-    const std::vector<LeftOut>& points = table.survey.leftOut;
-    const std::size_t drawn = std::min(points.size(), static_cast<std::size_t>(kMostDrawn));
-    for (std::size_t i = 0; i < drawn; ++i) {
-        const LeftOut& point = points[i * points.size() / drawn];
-        leftOut.Add(point.ds50UTC, point.position);
-    }
+    ForEachDrawn(table.survey.leftOut, [&](const LeftOut& point) { leftOut.Add(point.ds50UTC, point.position); });
     return errors.Block("errors") + leftOut.Block("leftout");
 }
 
@@ -224,8 +220,7 @@ std::string Marks(const Table& table) {
     }
     for (std::size_t i = 0; i < std::min(table.survey.spikes.size(), kMostMarks); ++i) {
         const std::string hour = hours(table.survey.spikes[i].ds50UTC);
-        script.append("set arrow from ").append(hour).append(", graph 0 to ").append(hour);
-        script += ", graph 1 nohead dashtype 2 lc rgb '#c2502a'\n";
+        script += "set arrow from " + hour + ", graph 0 to " + hour + ", graph 1 nohead dashtype 2 lc rgb '#c2502a'\n";
     }
     return script;
 }
@@ -263,7 +258,7 @@ std::string Script(const Table& table, const std::string& terminal) {
     constexpr std::int32_t kFewPoints = 60;
     const Record& record = table.record;
     const Orbit orbit = OrbitOf(table);
-    if (std::any_of(orbit.extents.begin(), orbit.extents.end(), IsTooLong)) {
+    if (std::ranges::any_of(orbit.extents, IsTooLong)) {
         throw Failure(table.file.Label(record) + ": its positions are too large to be drawn");
     }
     const std::string errors = ErrorBlocks(table);

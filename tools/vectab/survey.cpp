@@ -20,17 +20,14 @@ namespace {
 constexpr double kLongStepFactor = 4.0;
 
 bool HasVelocity(const State& point) noexcept {
-    return std::any_of(point.vel, std::end(point.vel), [](double component) { return std::fabs(component) > 0.0; });
+    return std::ranges::any_of(point.vel, [](double component) { return std::fabs(component) > 0.0; });
 }
 
-void ReadPoint(const Record& record, std::int32_t number, Survey& survey) {
-    State point;
+void AddPoint(const Record& record, std::int32_t number, Survey& survey) {
     double covMtx[VEC_TAB_COV_ELEMENTS];
-    if (VecTabGetCovMtx(record.key, number, &point.ds50UTC, point.pos, point.vel, &point.revNum, covMtx) != 0) {
-        throw Failure(LogCapture::Instance().TakeError());
-    }
+    const State point = ReadPoint(record, number, covMtx);
     const bool scalar = !(std::fabs(covMtx[1] - VEC_TAB_SCALAR_MARK) > 0.0);
-    const bool any = std::any_of(covMtx, std::end(covMtx), [](double element) { return std::fabs(element) > 0.0; });
+    const bool any = std::ranges::any_of(covMtx, [](double element) { return std::fabs(element) > 0.0; });
     survey.withScalar += scalar ? 1 : 0;
     survey.withCovariance += any && !scalar ? 1 : 0;
     survey.withoutVelocity += HasVelocity(point) ? 0 : 1;
@@ -135,22 +132,19 @@ void MeasureLeftOut(Survey& survey) {
 }
 
 bool Contains(const std::vector<Gap>& gaps, double ds50UTC) noexcept {
-    const auto next =
-        std::upper_bound(gaps.begin(), gaps.end(), ds50UTC, [](double time, const Gap& gap) { return time < gap.to; });
+    const auto next = std::ranges::upper_bound(gaps, ds50UTC, {}, &Gap::to);
     return next != gaps.end() && ds50UTC > next->from;
 }
 
 bool AnyWithin(const std::vector<Gap>& gaps, std::size_t first, std::size_t last) noexcept {
-    const auto from = std::lower_bound(gaps.begin(), gaps.end(), first,
-                                       [](const Gap& gap, std::size_t index) { return gap.interval < index; });
+    const auto from = std::ranges::lower_bound(gaps, first, {}, &Gap::interval);
     return from != gaps.end() && from->interval < last;
 }
 
 // Whether one of the points that a state at the time comes from has no velocity.
 bool NextToZeroVelocity(const std::vector<State>& points, double ds50UTC) noexcept {
     constexpr std::ptrdiff_t kHalfStencil = VEC_TAB_STENCIL_POINTS / 2;
-    const auto next = std::upper_bound(points.begin(), points.end(), ds50UTC,
-                                       [](double time, const State& point) { return time < point.ds50UTC; });
+    const auto next = std::ranges::upper_bound(points, ds50UTC, {}, &State::ds50UTC);
     const auto first = next - std::min(kHalfStencil, next - points.begin());
     const auto last = next + std::min(kHalfStencil, points.end() - next);
     return !std::all_of(first, last, HasVelocity);
@@ -172,10 +166,18 @@ std::string_view Survey::Mark(double ds50UTC) const noexcept {
     return Contains(longSteps, ds50UTC) ? kLongStep : std::string_view();
 }
 
+State ReadPoint(const Record& record, std::int32_t number, double (&covMtx)[VEC_TAB_COV_ELEMENTS]) {
+    State point;
+    if (VecTabGetCovMtx(record.key, number, &point.ds50UTC, point.pos, point.vel, &point.revNum, covMtx) != 0) {
+        throw Failure(LogCapture::Instance().TakeError());
+    }
+    return point;
+}
+
 Survey SurveyOf(const Record& record) {
     Survey survey;
     survey.points.reserve(static_cast<std::size_t>(record.points));
-    for (std::int32_t number = 1; number <= record.points; ++number) ReadPoint(record, number, survey);
+    for (std::int32_t number = 1; number <= record.points; ++number) AddPoint(record, number, survey);
     FindGaps(record, survey);
     if (survey.withoutVelocity == 0 && IsCartesian(record.frame)) MeasureLeftOut(survey);
     return survey;

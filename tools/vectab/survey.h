@@ -1,7 +1,10 @@
 // What a walk over the points of a record finds, and what it says of states between them.
 #pragma once
 
+#include <vectable/vectable.h>
+
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
@@ -50,6 +53,9 @@ struct Survey {
     // Why a state at the time is not to be trusted: one of the notes above, or nothing.
     std::string_view Mark(double ds50UTC) const noexcept;
 };
+
+// A point with its covariance, by number from 1.
+State ReadPoint(const Record& record, std::int32_t number, double (&covMtx)[VEC_TAB_COV_ELEMENTS]);
 
 Survey SurveyOf(const Record& record);
 

@@ -25,12 +25,6 @@ std::optional<double> ReadNumber(std::string_view text) noexcept {
     return value;
 }
 
-std::optional<double> ReadDate(const std::string& text) noexcept {
-    double ds50UTC = 0.0;
-    if (VecHostTimeOfText(text.c_str(), &ds50UTC) != 0) return std::nullopt;
-    return ds50UTC;
-}
-
 std::int64_t PowerOfTen(int exponent) noexcept {
     std::int64_t power = 1;
     for (; exponent > 0; --exponent) power *= 10;
@@ -54,6 +48,16 @@ std::optional<TimeRequest> ParseTime(std::string_view text) {
     return TimeRequest{TimeRequest::Kind::kDate, *ds50UTC};
 }
 
+std::optional<double> ReadDate(const std::string& text) noexcept {
+    double ds50UTC = 0.0;
+    if (VecHostTimeOfText(text.c_str(), &ds50UTC) != 0) return std::nullopt;
+    return ds50UTC;
+}
+
+double Now() noexcept {
+    return duration<double, days::period>(system_clock::now() - kDayZero).count();
+}
+
 bool IsInCalendar(double ds50UTC) noexcept {
     constexpr double kFirstDay = -711857.0;  // of the year 1
     constexpr double kLastDay = 2940000.0;   // in the year 9999
@@ -74,15 +78,11 @@ std::string FormatUtc(double ds50UTC, char separator, int decimals) {
     const year_month_day date{kDayZero + days{wholeDays}};
     const auto second = static_cast<int>(ticks / ticksPerSecond);
     std::array<char, 64> text;
-    int length =
-        std::snprintf(text.data(), text.size(), "%04d-%02u-%02u%c%02d:%02d:%02d", static_cast<int>(date.year()),
+    const int length =
+        std::snprintf(text.data(), text.size(), "%04d-%02u-%02u%c%02d:%02d:%02d.%0*lld", static_cast<int>(date.year()),
                       static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()), separator, second / 3600,
-                      second / 60 % 60, second % 60);
-    std::string utc(text.data(), static_cast<std::size_t>(length));
-    if (decimals == 0) return utc;
-    length =
-        std::snprintf(text.data(), text.size(), ".%0*lld", decimals, static_cast<long long>(ticks % ticksPerSecond));
-    return utc.append(text.data(), static_cast<std::size_t>(length));
+                      second / 60 % 60, second % 60, decimals, static_cast<long long>(ticks % ticksPerSecond));
+    return {text.data(), static_cast<std::size_t>(decimals > 0 ? length : length - 2)};  // without ".0"
 }
 
 }  // namespace Vectab

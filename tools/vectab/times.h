@@ -25,6 +25,11 @@ struct TimeRequest {
 // "start", "end", a number of days, or a date as VecHostTimeOfText reads it.
 std::optional<TimeRequest> ParseTime(std::string_view text);
 
+// As VecHostTimeOfText reads it; none when it is no date.
+std::optional<double> ReadDate(const std::string& text) noexcept;
+
+double Now() noexcept;
+
 // Whether the calendar reaches a time: years 1 to 9999.
 bool IsInCalendar(double ds50UTC) noexcept;
 

@@ -23,7 +23,7 @@ void WriteHead(Output& output) {
     output.Write(CsvHeader(true));
 }
 
-// Fields of covariances that there are not stay empty.
+// A table without covariances has empty fields in their place.
 void WriteTable(Output& output, const Table& table, const Answers& answers) {
     const bool covariance = table.survey.withCovariance + table.survey.withScalar > 0;
     answers.forEach([&](const Answer& answer) {

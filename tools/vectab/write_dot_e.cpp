@@ -1,4 +1,3 @@
-#include <vectable/host.h>
 #include <vectable/vectable.h>
 
 #include <algorithm>
@@ -50,12 +49,8 @@ std::optional<double> SecondsOf(double ds50UTC, double epoch) noexcept {
 
 std::string Refusal(const Table& table) {
     if (FrameKeyword(table.record.frame).empty()) return "Dot-E has no frame " + FrameName(table.record.frame);
-    double read = 0.0;
     const double epoch = EpochOf(table.record);
-    if (VecHostTimeOfText(FormatUtc(epoch, ' ', 3).c_str(), &read) != 0 || std::fabs(read - epoch) > 0.0) {
-        return "Dot-E cannot hold its times";
-    }
-    return {};
+    return ReadDate(FormatUtc(epoch, ' ', 3)) == epoch ? "" : "Dot-E cannot hold its times";
 }
 
 bool HoldsTime(const Table& table, double ds50UTC) {

@@ -1,8 +1,4 @@
-#include <vectable/host.h>
 #include <vectable/vectable.h>
-
-#include <chrono>
-#include <cmath>
 
 #include "text.h"
 #include "times.h"
@@ -21,8 +17,7 @@ std::string FrameKeyword(std::int32_t frame) {
 std::string EpochText(double ds50UTC) {
     for (const int decimals : {3, 6, 9, 12}) {
         std::string text = FormatUtc(ds50UTC, 'T', decimals);
-        double read = 0.0;
-        if (VecHostTimeOfText(text.c_str(), &read) == 0 && !(std::fabs(read - ds50UTC) > 0.0)) return text;
+        if (ReadDate(text) == ds50UTC) return text;
     }
     return {};
 }
@@ -49,12 +44,6 @@ std::vector<std::string> Losses(const Table& table, const std::string& /*out*/) 
     if (table.survey.withScalar > 0) losses.emplace_back("the single number of each point");
     if (AnyRevolution(table.survey)) losses.emplace_back("revolution numbers");
     return losses;
-}
-
-double Now() {
-    using namespace std::chrono;
-    constexpr sys_days kDayZero{year{1949} / December / 31};
-    return duration<double, days::period>(system_clock::now() - kDayZero).count();
 }
 
 void WriteHead(Output& output) {

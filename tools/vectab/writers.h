@@ -20,8 +20,8 @@ struct Answers {
 };
 
 struct Writer {
-    const char* name;    // for --to
-    const char* ending;  // of a file's name
+    const char* name;       // for --to
+    const char* extension;  // of a file's name
 
     // Why the table cannot be written at all; empty when it can.
     std::string (*refusal)(const Table& table);
