@@ -1,6 +1,6 @@
 // How long does a writer wait beside readers that never rest, and a reader beside writers? Latencies and not means: the
-// time of each call is kept. The floors do as little as can be done in the place of the gate: a lock round the same request,
-// and the hand-over of a processor by threads that share nothing.
+// time of each call is kept. The floors do as little as can be done in the place of the gate: a lock round the same
+// request, and the hand-over of a processor by threads that share nothing.
 #include <vectable/vectable.h>
 
 #include <algorithm>
@@ -39,7 +39,8 @@ struct Figures {
     }
 };
 
-// `read` on many threads without a rest, `write` on some with a short one after each. Both take the number of their thread.
+// `read` on many threads without a rest, `write` on some with a short one after each. Both are given their
+// thread's number.
 template <typename Read, typename Write>
 Figures Run(int readers, int writers, Read read, Write write) {
     std::atomic<bool> stop{false};

@@ -16,6 +16,6 @@ struct Question {
 void PrintTitle();
 void PrintRow(const std::string& text, double figure, double floor, double goal);
 
-// 0, or 1 with a message when a benchmark that a question names has no figure, be it misspelt or failed. A filter on the
-// command line leaves out questions.
+// 0, or 1 with a message when a benchmark that a question names has no figure, be it misspelt or failed. A filter on
+// the command line leaves out questions.
 int RunWithRatios(int argc, char** argv, const std::vector<Question>& questions);

@@ -2,11 +2,11 @@
 //
 //     screening [SATELLITES [THREADS]]
 //
-// Without arguments 20,000 satellites on circular orbits between 6,800 and 7,600 km, on two threads. Each thread takes a
-// few steps at a time and asks for all their states in one batch. At each step the positions are sorted into the cubes of
-// a grid, so that a satellite is compared with those in its own cube and the 26 around it alone. Of two that are in reach
-// the distance is taken where it is smallest within half a step, moving straight: no two satellites come closer than 20 km
-// without being found. The curve of the orbits is left out, which costs metres.
+// Without arguments 20,000 satellites on circular orbits between 6,800 and 7,600 km, on two threads. Each thread takes
+// a few steps at a time and asks for all their states in one batch. At each step the positions are sorted into the
+// cubes of a grid, so that a satellite is compared with those in its own cube and the 26 around it alone. Of two that
+// are in reach the distance is taken where it is smallest within half a step, moving straight: no two satellites come
+// closer than 20 km without being found. The curve of the orbits is left out, which costs metres.
 //
 // Prints the closest approach of each half hour, the ten closest pairs, and how long the states took and the rest.
 #include <vectable/batch.h>

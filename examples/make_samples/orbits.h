@@ -33,8 +33,8 @@ inline constexpr Orbit kShortLeo{500.0, 520.0, 51.6, 30.0, 60.0, 31};
 inline constexpr Orbit kGeo{35786.0, 35788.0, 0.1, 0.0, 900.0, 97};
 inline constexpr Orbit kHeo{1000.0, 39360.0, 63.4, 270.0, 120.0, 361};
 
-// The states of an orbit in the frame of true equator and mean equinox of date (TEME), perigee at the epoch, the node on
-// the x axis.
+// The states of an orbit in the frame of true equator and mean equinox of date (TEME), perigee at the epoch, the node
+// on the x axis.
 std::vector<State> Propagate(const Orbit& orbit);
 
 // A state of that frame in the frame of mean equator and equinox of J2000: precession of 1976, nutation of 1980.

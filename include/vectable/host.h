@@ -47,9 +47,9 @@ extern "C" {
  * in fixed buffers, not NUL-terminated, good only during the call. It is the text alone: what it quotes of a file may
  * hold control characters, and VecHostReadingLine tells file and line, VecHostEntryKind what the entry is. Entries of
  * VecOemLoadFile begin with that name, a colon and a blank. Entries of several threads come one after the other: a slow
- * sink holds up every call that has something to log. Of the library's calls a sink may make only those two, and it must
- * not fork: it may run while the library holds its store. An entry that a sink causes, and an exception that it throws,
- * are dropped.
+ * sink holds up every call that has something to log. Of the library's calls a sink may make only those two, and it
+ * must not fork: it may run while the library holds its store. An entry that a sink causes, and an exception that it
+ * throws, are dropped.
  */
 typedef void (*VecHostTraceSink)(int32_t level, const char* text, int32_t length, void* context);
 

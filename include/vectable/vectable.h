@@ -31,18 +31,18 @@
  *    and holds the scalar.
  *  5 A satKey names a stored record. It is good until the record is removed. 0 and -1 name none.
  *  6 A status is 0 for success and 2 for a failure that the library finds; calls on files also give the error number of
- *    the system (errno.h). A key is -1 on failure. The message of a failure goes to the trace log (host.h); where a call
- *    can fail without an entry, it says so.
+ *    the system (errno.h). A key is -1 on failure. The message of a failure goes to the trace log (host.h); where a
+ *    call can fail without an entry, it says so.
  *  7 A failed call leaves the store as it was and all its outputs zero or blank; a failed load keeps the records that
  *    it had finished. A null pointer for an array or a text is a failure. No exception leaves the library.
  *  8 The caller owns every array; the library keeps none of them after a call. An array that a call writes must overlap
  *    neither another one that it writes nor one that it reads.
  *  9 The store lives until the process ends, also when the library is unloaded and loaded again.
  * 10 The floating-point environment is the host's, and the calls leave it as it is. No argument and no file raises the
- *    exceptions invalid, division by zero and overflow, which a host may trap. Only an interpolation over absurd numbers
- *    in a table may: infinite ones, or some such as 1e200. States, and numbers read from text, are those of rounding to
- *    nearest; under another rounding mode their last bits may differ, and a state may be that of the time next to the
- *    one asked for. A stored time gives its point as it is stored under every mode.
+ *    exceptions invalid, division by zero and overflow, which a host may trap. Only an interpolation over absurd
+ *    numbers in a table may: infinite ones, or some such as 1e200. States, and numbers read from text, are those of
+ *    rounding to nearest; under another rounding mode their last bits may differ, and a state may be that of the time
+ *    next to the one asked for. A stored time gives its point as it is stored under every mode.
  *
  * THREADS
  *
@@ -70,8 +70,8 @@
  *  listing that takes long, on a slow disk say, holds up the next call that stores or removes, and through it all calls
  *  in tree mode that begin later. Loads hold nothing but for the moment at which they store a record.
  *
- *  A process may fork at any time: a fork waits until no other thread is inside a call, and the child has a whole store of
- *  its own. What a load or a save of another thread had begun, it does not have.
+ *  A process may fork at any time: a fork waits until no other thread is inside a call, and the child has a whole store
+ *  of its own. What a load or a save of another thread had begun, it does not have.
  *
  *  A thread that is cancelled (pthread_cancel) inside a call does the whole of it first. Asynchronous cancellation must
  *  not be enabled.
@@ -279,8 +279,8 @@ VECTABLE_API int32_t VecTabGetAllFields(int64_t satKey, int32_t* satNum, char sa
  *                                     15 name of the ephemeris   any other code: blanks
  * Returned:  fieldText     char[512]
  * Result:    0, or 2 when the key is unknown or the record has no points
- * Notes:     A number has as many columns as its code says: 9 for code 1, 35 for 3 and 5 to 10, 30 for 4, 1 for 11 and 10
- *            for 12. One that is too wide comes out as that many asterisks.
+ * Notes:     A number has as many columns as its code says: 9 for code 1, 35 for 3 and 5 to 10, 30 for 4, 1 for 11 and
+ *            10 for 12. One that is too wide comes out as that many asterisks.
  */
 VECTABLE_API int32_t VecTabGetField(int64_t satKey, int32_t fieldCode, char fieldText[VEC_TAB_FIELD_LENGTH]);
 
@@ -442,21 +442,21 @@ VECTABLE_API int64_t VecTabAddSatFrFile(const char* filePath);
  * Notes:     VecTabLoadFile reads it back. A record that came from no file does not come back.
  *            The new list, after a copy of the old one when it is appended, is written beside the old file, to stable
  *            storage, and renamed over it: whatever happens meanwhile, a power cut too, the file is the old one or the
- *            whole new one. At the end the directory is synchronised, if it may be read; when that fails the result is 2
- *            and the list is the new one. A save that is killed leaves a file NAME.vectable-1.tmp beside, which the
+ *            whole new one. At the end the directory is synchronised, if it may be read; when that fails the result is
+ *            2 and the list is the new one. A save that is killed leaves a file NAME.vectable-1.tmp beside, which the
  *            next save of the same list removes.
  *            Owner, group, mode and access list are those of the old file. Where the system refuses the owner, the
  *            others are kept. Where it refuses the group, members of the new one have what both group and others had,
  *            and nothing when there is an access list. Nobody but the new owner gets more rights than before.
  *            Where the system refuses to make or rename a file in the directory (EACCES, EPERM, EROFS, EBUSY, EXDEV; a
  *            directory that may not be written, say, or a file that is mounted), the old file is written in place, and
- *            the log tells it, as information. The new list is written after the old one, to stable storage, then copied to
- *            the start, and the rest is cut off. So at every moment the file holds the old list whole or the new one. A
- *            failure before the old list is touched takes the new one away again; after one that comes later, which
- *            gives 2, and after a kill, parts of the other list stay beside it. This takes the room of both lists, and
- *            of the new one twice when it is the longer one; and a file that is replaced has to be readable.
- *            Saves of several processes to one file follow one another, so that no append is lost (a lock of fcntl on
- *            the open file; on a file system without such locks they must be kept apart).
+ *            the log tells it, as information. The new list is written after the old one, to stable storage, then
+ *            copied to the start, and the rest is cut off. So at every moment the file holds the old list whole or the
+ *            new one. A failure before the old list is touched takes the new one away again; after one that comes
+ *            later, which gives 2, and after a kill, parts of the other list stay beside it. This takes the room of
+ *            both lists, and of the new one twice when it is the longer one; and a file that is replaced has to be
+ *            readable. Saves of several processes to one file follow one another, so that no append is lost (a lock of
+ *            fcntl on the open file; on a file system without such locks they must be kept apart).
  *            A pipe and a device are written as they are, in both modes, and so is what a path such as /dev/stdout or
  *            /dev/fd/3 names, if this process has it open for writing: at the position of that descriptor.
  */

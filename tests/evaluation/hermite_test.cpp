@@ -33,10 +33,11 @@ struct Polynomial {
 
 }  // namespace
 
-// The n points of a table with their velocities are a polynomial of degree 2n - 1, whatever they hold: this is every case.
+// The n points of a table with their velocities are a polynomial of degree 2n - 1, whatever they hold: this is every
+// case.
 TEST(Hermite, PolynomialsOfTheHighestDegreeAreReproduced) {
-    // Of the tables of four, S2 is exactly zero at the second node of the fourth and the third of the fifth, next to zero in
-    // the last.
+    // Of the tables of four, S2 is exactly zero at the second node of the fourth and the third of the fifth, next to
+    // zero in the last.
     for (const std::vector<int>& ticks : {std::vector<int>{0, 700, 1400, 2100},
                                           {0, 200, 1800, 2000},
                                           {0, 900, 1000, 2600},

@@ -1,5 +1,5 @@
-// Loads any bytes, then uses what was stored. The first byte picks the kind of file, the key mode, the call that loads it,
-// and whether the list is saved.
+// Loads any bytes, then uses what was stored. The first byte picks the kind of file, the key mode, the call that loads
+// it, and whether the list is saved.
 #include <vectable/host.h>
 #include <vectable/oem.h>
 #include <vectable/vectable.h>

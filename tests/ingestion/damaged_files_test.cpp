@@ -1,5 +1,5 @@
-// Every hand-worked file, cut at every byte and with every byte replaced by two others: it loads or fails in order, what is stored stays,
-// and what is taken from it is a table.
+// Every hand-worked file, cut at every byte and with every byte replaced by two others: it loads or fails in order,
+// what is stored stays, and what is taken from it is a table.
 #include <cmath>
 #include <gtest/gtest.h>
 

@@ -48,7 +48,8 @@ TEST_P(Samples, HoldTheStatesThatTheyWereMadeFrom) {
     EXPECT_EQ(VecTabXten(key, 3, point + 1, all.data()), 2);
 }
 
-// The Earth-fixed sample is the one of J2000 turned by the theory of 2006, which differs by metres from that of the samples.
+// The Earth-fixed sample is the one of J2000 turned by the theory of 2006, which differs by metres from that of the
+// samples.
 TEST_F(Samples, AreOneOrbitInEachOfTheirFrames) {
     const int64_t inertial = VecTabAddSatFrFile(SAMPLES "/j2k.txt");
     const int64_t fixed = VecTabAddSatFrFile(SAMPLES "/ecr.txt");

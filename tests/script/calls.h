@@ -125,8 +125,8 @@ struct Argument<Value*> {
     bool isNull = false;
 };
 
-// A call by its name. It takes its arguments from the words and gives its result; `expected` are the outputs wanted, and
-// `nullPlace` is the pointer that is null, counted from 0.
+// A call by its name. It takes its arguments from the words and gives its result; `expected` are the outputs wanted,
+// and `nullPlace` is the pointer that is null, counted from 0.
 struct Call {
     std::function<std::int64_t(Words&, const Variables&, const std::vector<std::string>& expected, int nullPlace)> make;
     int pointers;

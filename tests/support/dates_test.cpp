@@ -15,8 +15,8 @@ using namespace VecTableSupport;
 
 namespace {
 
-// Days since 1950 of a calendar date and time, from the ERFA library: 1950-01-01 00:00 is Julian date 2433282.5. No cell
-// is no date.
+// Days since 1950 of a calendar date and time, from the ERFA library: 1950-01-01 00:00 is Julian date 2433282.5. No
+// cell is no date.
 double Reference(const std::string& cell) {
     const std::vector<double> c = Numbers(cell);
     double base = 0.0, modified = 0.0;

@@ -1,5 +1,5 @@
-// Functions of texts and numbers, a row of tests/data/tables/functions.txt a call: its name, its arguments, and what it gives.
-// An underscore is a blank. Numbers that come out are written as short as they can be read back.
+// Functions of texts and numbers, a row of tests/data/tables/functions.txt a call: its name, its arguments, and what it
+// gives. An underscore is a blank. Numbers that come out are written as short as they can be read back.
 #include <charconv>
 #include <functional>
 #include <map>

@@ -30,10 +30,10 @@ struct ErrorEstimate {
 std::size_t FewestForEstimate(const Survey& survey) noexcept;
 
 // The difference of the library's states from a reference of higher degree: the polynomial through six points and their
-// velocities (degree 11, the library's is 7), in a table without velocities through eight points. For a smooth orbit that
-// is the error of interpolation, mostly to a few per cent, and to a fifth where the step is coarse. It does not see errors
-// of the points themselves, which both curves share. Of a long table some 20,000 intervals are taken, evenly spread, with
-// the first and the last.
+// velocities (degree 11, the library's is 7), in a table without velocities through eight points. For a smooth orbit
+// that is the error of interpolation, mostly to a few per cent, and to a fifth where the step is coarse. It does not
+// see errors of the points themselves, which both curves share. Of a long table some 20,000 intervals are taken, evenly
+// spread, with the first and the last.
 ErrorEstimate EstimateErrors(const Record& record, const Survey& survey);
 
 }  // namespace Vectab

@@ -41,9 +41,9 @@ class TimeGrid {
 
 using UseAnswer = std::function<void(const Answer&)>;
 
-// Hands the states at the times of the grid to `use`, one after the other; with `trustedOnly` those without a mark. What
-// is left out, because there is no state or by its mark, is told on standard error, unless that is to be silent. Whether all
-// states were there.
+// Hands the states at the times of the grid to `use`, one after the other; with `trustedOnly` those without a mark.
+// What is left out, because there is no state or by its mark, is told on standard error, unless that is to be silent.
+// Whether all states were there.
 bool ForEachState(const Table& table, const TimeGrid& grid, bool trustedOnly, const UseAnswer& use,
                   bool silent = false);
 

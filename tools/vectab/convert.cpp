@@ -45,8 +45,8 @@ bool ForEachAnswer(const Table& table, const std::optional<double>& step, const 
     return true;
 }
 
-// Walks once over the answers, for what has to be known of them before the first is written. `refusal` is why they cannot be
-// written.
+// Walks once over the answers, for what has to be known of them before the first is written. `refusal` is why they
+// cannot be written.
 Answers LookAhead(const Writer& writer, const Table& table, const std::optional<double>& step, bool& all,
                   std::string& refusal) {
     Answers answers;

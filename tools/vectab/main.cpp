@@ -1,4 +1,4 @@
-// vectab: looks into ephemeris files, prints states from them, converts them, and tells and draws what they are good for.
+// vectab: looks into ephemeris files, prints states from them, converts them, tells and draws what they are good for.
 #include <vectable/host.h>
 #include <vectable/vectable.h>
 

@@ -20,9 +20,9 @@ class Output {
   public:
     // Standard output.
     Output();
-    // A file, "-" for standard output. It is written beside its place and takes it at the end: until then an earlier file
-    // stays as it is, and nothing is left of an output that is not finished. What is no regular file, such as a device, is
-    // written in place, and so is the file that standard output goes to.
+    // A file, "-" for standard output. It is written beside its place and takes it at the end: until then an earlier
+    // file stays as it is, and nothing is left of an output that is not finished. What is no regular file, such as a
+    // device, is written in place, and so is the file that standard output goes to.
     explicit Output(const std::string& path);
     ~Output();
     Output(const Output&) = delete;

@@ -76,8 +76,8 @@ unset label 1
 set format y '%.6g'
 )";
 
-// Each panel draws the whole orbit pale, the Earth over it, and the near half again over both, which leaves hidden what is
-// behind the Earth. `near` takes km from the plane of the picture towards the viewer; 60 km behind it still count as near.
+// A panel has the whole orbit pale, the Earth over it, and over both the near half: the Earth hides what is behind it.
+// `near` is given km towards the viewer, from the plane of the picture; the edge counts as near.
 constexpr std::string_view kOrbitPanels = R"(unset object; unset arrow
 near(depth) = depth > -60
 dot = "with points pt variable ps 1 lc rgb '#c2502a'"

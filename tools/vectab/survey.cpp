@@ -96,8 +96,8 @@ bool StandsOut(const LeftOutErrors& errors, std::size_t index, std::ptrdiff_t st
     return count > 0 && ExceedsMedian(*errors[index], kFactor, std::span(beside).first(count));
 }
 
-// A break of the orbit stands out of the errors around, and more neighbours do not make it smaller. Where a smooth orbit
-// is strongly curved, they do.
+// A break of the orbit stands out of the errors around, and more neighbours do not make it smaller. Where a smooth
+// orbit is strongly curved, they do.
 bool IsSpike(const Survey& survey, const LeftOutErrors& errors, std::size_t index) {
     if (!errors[index] || !StandsOut(errors, index, -1) || !StandsOut(errors, index, 1)) return false;
     constexpr double kNoSmaller = 0.95;

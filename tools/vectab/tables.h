@@ -32,7 +32,7 @@ struct Table {
 };
 
 // Loads file after file, and hands every record that is meant to the work, after the warnings on it. The result is the
-// exit status: that of a failure also when there were warnings and they are to count. A failure when no record is meant.
+// exit status: that of a failure also when there were warnings that are to count. A failure when no record is meant.
 int ForEachTable(const Inputs& inputs, const std::function<void(const Table&)>& work);
 
 }  // namespace Vectab

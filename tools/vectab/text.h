@@ -7,8 +7,8 @@
 
 namespace Vectab {
 
-// The text with a question mark for every control character, and for every byte that is not of UTF-8, so that no file can
-// steer the terminal.
+// The text with a question mark for every control character, and for every byte that is not of UTF-8, so that no file
+// can steer the terminal.
 std::string Printable(std::string_view text);
 
 std::string_view WithoutOuterBlanks(std::string_view text) noexcept;

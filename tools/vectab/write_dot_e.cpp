@@ -30,7 +30,7 @@ std::string EpochText(double epoch) {
            date.substr(10);
 }
 
-// The seconds that, over 86400 and with the epoch, give exactly the time, if there are such; with few decimals if those do.
+// The seconds that, over 86400 and with the epoch, give exactly the time, if any do; with few decimals where those do.
 std::optional<double> SecondsOf(double ds50UTC, double epoch) noexcept {
     const double seconds = (ds50UTC - epoch) * kSecondsPerDay;
     const auto exact = [&](double tried) { return !(std::fabs(tried / kSecondsPerDay + epoch - ds50UTC) > 0.0); };
