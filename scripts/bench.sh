@@ -23,8 +23,8 @@ PYTHONPATH=python /usr/bin/python3 bench/python_bench.py 2>>"$log"
 
 # Instructions within a call, of a run of the subject.
 count_instructions() {
-    valgrind --tool=callgrind --callgrind-out-file=/dev/null --toggle-collect="$1" "$bin/instruction_subject" "$2" "$3" \
-        2>&1 | sed -n 's/.*Collected : //p'
+    valgrind --tool=callgrind --callgrind-out-file=/dev/null --toggle-collect="$1" \
+        "$bin/instruction_subject" "$2" "$3" 2>&1 | sed -n 's/.*Collected : //p'
 }
 evaluations=$(count_instructions VecTabDs50UTCCovMtx evaluate 10000)
 shorter=$(count_instructions VecTabLoadFile load 10000)

@@ -9,4 +9,5 @@ cmake --build --preset coverage
 find build/coverage -name '*.gcda' -delete
 ctest --preset coverage
 gcovr --root . --filter 'src/' --exclude-throw-branches --exclude-unreachable-branches build/coverage "$@"
-gcovr --root . --filter 'src/' --exclude-throw-branches --exclude-unreachable-branches --branches build/coverage | tail -4
+gcovr --root . --filter 'src/' --exclude-throw-branches --exclude-unreachable-branches --branches \
+    build/coverage | tail -4

@@ -1,7 +1,7 @@
 #!/bin/sh
-# Fuzzes the loads and the calls, half of the given seconds each, from the corpus and the hand-worked files on. What fails
-# is left in tests/fuzz/findings/, which the tests replay. With a second argument the corpus in tests/fuzz/corpus/ is
-# replaced by the fewest inputs that reach the same.
+# Fuzzes the loads and the calls, half of the given seconds each, from the corpus and the hand-worked files on. What
+# fails is left in tests/fuzz/findings/, which the tests replay. With a second argument the corpus in tests/fuzz/corpus/
+# is replaced by the fewest inputs that reach the same.
 set -eu
 
 [ $# -ge 1 ] || { echo "usage: $0 SECONDS [merge]" >&2; exit 2; }

@@ -74,7 +74,9 @@ OPERATORS = {
     "word": swaps(("std::min", "std::max"), ("break;", "continue;"), ("first", "last"), ("left", "right"),
                   ("front()", "back()"), ("nextafter", "nearbyint")),
 }
-RESET = re.compile(r"(?i)release|reset|clear|free|delete|close|disarm|erase|unlock|= (0|0\.0|false|nullptr|-1);|= \w+\(\);")
+RESET = re.compile(
+    r"(?i)release|reset|clear|free|delete|close|disarm|erase|unlock|= (0|0\.0|false|nullptr|-1);|= \w+\(\);"
+)
 
 
 def operator_faults(code):
@@ -97,16 +99,19 @@ def number_faults(code):
                 if value >= 0:
                     yield code.fault(match.span(), str(value), "off by one")
         else:
-            yield code.fault(match.span(), f"({old} * 1.0625 + 0.0625)" if "." in old or "e" in old else f"({old} + 1)", "constant")
+            new = f"({old} * 1.0625 + 0.0625)" if "." in old or "e" in old else f"({old} + 1)"
+            yield code.fault(match.span(), new, "constant")
     for match in re.finditer(r"\0'|'\0|\0{3}", code.text):  # characters: source of three places
         old = code.source[match.start() : match.start() + 3]
         if re.fullmatch(r"'[ -~]'", old):
-            yield code.fault((match.start(), match.start() + 3), "'" + chr(ord(old[1]) + 1).replace("'", "(") + "'", "constant")
+            new = "'" + chr(ord(old[1]) + 1).replace("'", "(") + "'"
+            yield code.fault((match.start(), match.start() + 3), new, "constant")
 
 
 def text_faults(code):
     for start, end in code.literals:
-        letters = [place for place in range(start, end) if code.source[place].isalpha() and code.source[place - 1] != "\\"]
+        source = code.source
+        letters = [place for place in range(start, end) if source[place].isalpha() and source[place - 1] != "\\"]
         if letters:
             place = letters[len(letters) // 2]
             other = "q" if code.source[place] != "q" else "z"
@@ -114,9 +119,13 @@ def text_faults(code):
 
 
 def statement_faults(code):
-    for match in re.finditer(r"(?<=[;{}:)\n])\s*\n[ ]{4,}((?=\S)(?!return|break|continue|using|const|struct|static_assert|template)[^;{}\n][^;{}]*;)(?=\s)", code.text):
+    others = "return|break|continue|using|const|struct|static_assert|template"
+    pattern = rf"(?<=[;{{}}:)\n])\s*\n[ ]{{4,}}((?=\S)(?!{others})[^;{{}}\n][^;{{}}]*;)(?=\s)"
+    for match in re.finditer(pattern, code.text):
         statement = match.group(1)
-        declaration = re.match(r"(?:[\w:]+(?:<[^;=]*>)?[&*]* )+[&*]?\w+(?:\{[^;]*\}|\[[^;]*\]| = [^;]*|\([^;]*\))?;", statement)
+        declaration = re.match(
+            r"(?:[\w:]+(?:<[^;=]*>)?[&*]* )+[&*]?\w+(?:\{[^;]*\}|\[[^;]*\]| = [^;]*|\([^;]*\))?;", statement
+        )
         if declaration and not re.match(r"(else|delete) ", statement):
             continue
         kind = "dropped reset" if RESET.search(statement) else "dropped statement"
@@ -231,7 +240,7 @@ class Workshop:
 
 
 def run_all(faults, jobs, folder):
-    """Yields each fault and what caught it. Faults of one file follow each other in one workshop, which saves builds."""
+    """Yields each fault and what caught it. Faults of one file follow one another in one workshop: fewer builds."""
     base = ROOT / folder
     shops = [Workshop(base / str(number)) for number in range(jobs)]
     shares = [faults[number::jobs] for number in range(jobs)] if jobs > 1 else [faults]

@@ -25,8 +25,8 @@ def run(*command, **options):
 shutil.rmtree(scratch, ignore_errors=True)
 run(cmake, "--install", build, "--prefix", scratch, stdout=subprocess.DEVNULL)
 library = next(scratch.rglob("libvectable.so")).parent
-soname = subprocess.run(["readelf", "-d", library / "libvectable.so"], capture_output=True, text=True, check=True).stdout
-if "Library soname: [libvectable.so.1]" not in soname:
+dynamic = subprocess.run(["readelf", "-d", library / "libvectable.so"], capture_output=True, check=True).stdout
+if b"Library soname: [libvectable.so.1]" not in dynamic:
     sys.exit(f"the library has another name:\n{soname}")
 environment = {**os.environ, "LD_LIBRARY_PATH": str(library), "PKG_CONFIG_PATH": str(library / "pkgconfig")}
 packaged = ["pkg-config", "--cflags", "--libs", "vectable"]

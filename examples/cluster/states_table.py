@@ -10,9 +10,9 @@ PYTHONPATH, and set DASK_DISTRIBUTED__SCHEDULER__WORKER_SATURATION=inf; then sta
 
 The list is dealt out in shares, one a worker. A worker loads its share once and answers for some times a task; Dask
 sends the tasks to where the share is. When a worker is lost, its nanny starts another, and the scheduler has the share
-loaded again and asks what is missing: the table is the same to the bit. It has the records in the order of the list, and
-is a file of NumPy: (records, times, 6), position, km, and velocity, km/s, in the frame of the record; NaN where there is
-none.
+loaded again and asks what is missing: the table is the same to the bit. It has the records in the order of the list,
+and is a file of NumPy: (records, times, 6), position, km, and velocity, km/s, in the frame of the record; NaN where
+there is none.
 """
 
 import argparse

@@ -1,5 +1,5 @@
 /*
- * libvectable: tables of time-tagged satellite state vectors (ephemerides) in memory, read from files of fifteen
+ * libvectable: tables of time-tagged satellite state vectors (ephemerides) in memory, read from files of many
  * formats or handed in point by point, and interpolated at any time inside a table, from any number of threads.
  *
  *     #include <stdio.h>

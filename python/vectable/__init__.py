@@ -30,7 +30,7 @@ load passes over, goes to the logger "vectable": errors as warnings, information
 the path of the file that the call is about, which is also the attribute `file` of its log record.
 
 Threads: calls run outside the interpreter's lock, so that threads load and evaluate at the same time. A record must not
-be changed (VecTabAddSatEphem..., VecTabSetField) while another thread uses it, and in direct-memory mode not be removed;
+be changed (VecTabAddSatEphem..., VecTabSetField) while another thread uses it, nor removed in direct-memory mode;
 VecTabGetLoaded and VecTabSaveFile use all records.
 
 Ctrl-C during a call raises KeyboardInterrupt when the call is done: a load is over at the end of its file.

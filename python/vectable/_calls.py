@@ -436,4 +436,5 @@ def VecOemLoadFile(filePath: Path, satNum: int = 0) -> Sequence[int]:
     return _key_list(keys[: count.value])
 
 
-__all__ = [name for name in globals() if name.startswith(("VecTab", "VecHost", "VecOem", "State", "StartEnd", "AllFields"))]
+_PUBLIC = "VecTab", "VecHost", "VecOem", "State", "StartEnd", "AllFields"
+__all__ = [name for name in globals() if name.startswith(_PUBLIC)]

@@ -145,7 +145,7 @@ def _stored():
 
 class Catalogue:
     """The records of files. The store belongs to the process; a catalogue has those records of it that it loaded, and
-    removes them when it is closed, also at the end of a with block. Threads may load into one catalogue at the same time.
+    removes them when it is closed, also at the end of a with block. Several threads may load into one catalogue.
 
     paths  files for load
     """
@@ -174,7 +174,8 @@ class Catalogue:
         return f"<vectable.Catalogue of {len(self)} records>"
 
     def __reduce_ex__(self, protocol):
-        raise TypeError("a Catalogue is not copied or pickled: its records are those of this process, and are removed once")
+        fate = "its records are those of this process, and are removed once"
+        raise TypeError(f"a Catalogue is not copied or pickled: {fate}")
 
     @property
     def keys(self) -> Sequence[int]:
@@ -186,8 +187,8 @@ class Catalogue:
 
         The format is found out. Raises FileNotFoundError and its kin, with path and errno, for a file that cannot be
         opened, and ValueError for one that holds no ephemeris, that cannot be read to its end, or whose records are all
-        stored already, and for a list with a path of more than 512 characters; what was loaded before stays. What a load
-        passes over goes to the logger "vectable".
+        stored already, and for a list with a path of more than 512 characters; what was loaded before stays. What a
+        load passes over goes to the logger "vectable".
         """
         for path in map(_path_of, paths):
             loaded = self._load_file(path)

@@ -168,8 +168,8 @@ def states(keys: Any, times: Any, covariance: bool = False, out: Any = None, *, 
 
     keys        a satKey, or K of them in a sequence
     times       one time, or T of them: datetime64 (taken as UTC), datetime with a zone, text in UTC such as
-                "2026-03-01T12:00:06.25", or days since 1950 UTC as numbers. A contiguous buffer of doubles is read where
-                it is, one with strides is gathered first. Times that rise are fastest.
+                "2026-03-01T12:00:06.25", or days since 1950 UTC as numbers. A contiguous buffer of doubles is read
+                where it is, one with strides is gathered first. Times that rise are fastest.
     covariance  whether covariances are wanted, which takes time
     out         writable buffer of doubles that receives the states: shape (..., 6), or one dimension of as many.
                 With NumPy, pos and vel of the result lie in it when it is contiguous. It shares no memory with keys or

@@ -46,11 +46,13 @@ class Refusals(StoreTest):
         key, bad = build(), self.folder / "bad.txt"
         bad.write_text("TIME(SEC): TIME\n" + 16 * "\n" + "no number\n")
         shared, few = np.zeros(42), np.ma.masked_equal([1, 2], 2)
-        names = {"key": key, "shared": shared, "few": few, "catalogue": vt.Catalogue(), "keys": [key, 5, 6, 7], "times": START + np.arange(6.0) / 1440.0, "bad": bad, "none": self.folder / "none"}
+        names = {"key": key, "shared": shared, "few": few, "catalogue": vt.Catalogue(), "bad": bad,
+                 "keys": [key, 5, 6, 7], "times": START + np.arange(6.0) / 1440.0, "none": self.folder / "none"}
         for row in rows_of("refused.txt"):
             exception, words, expression = row.split(" | ")
             kind, *status = exception.split()
-            caught = self.raises(vt.VecTabError if status else eval(kind), words, eval, expression, {**globals(), **names})
+            error = vt.VecTabError if status else eval(kind)
+            caught = self.raises(error, words, eval, expression, {**globals(), **names})
             if status:
                 again, call = pickle.loads(pickle.dumps(caught)), expression[3:].split("(")[0]
                 self.assertEqual((again.call, str(again.status), str(again).split(":")[0]), (call, *status, call))
@@ -118,21 +120,25 @@ key, days, texts = vt.VecTabAddSatFrFile("examples/samples/itc.txt"), [27819.0, 
 out, spread = array("d", bytes(192)), memoryview(array("d", bytes(384)))[::2]
 found = vt.states([key, 5], days, True, out)
 print(lists(found), vt.states(key, days[1]).pos.tolist(), vt.states([], days).pos.tolist())
-for given in (array("d", days), memoryview(array("d", [days[0], 0.0, days[1]]))[::2], memoryview(array("d", days)).toreadonly(), texts):
+spaced = memoryview(array("d", [days[0], 0.0, days[1]]))[::2]
+for given in (array("d", days), spaced, memoryview(array("d", days)).toreadonly(), texts):
     again = vt.states([key, 5], given, True, spread)
     assert str(lists(again)) == str(lists(found)) and bytes(spread[:12]) == out[:12].tobytes(), given
-for bad in (lambda: vt.states(key, memoryview(b"12")), lambda: vt.states(key, days, out=b"12"), lambda: vt.Catalogue("none")):
+no_times, no_room = lambda: vt.states(key, memoryview(b"12")), lambda: vt.states(key, days, out=b"12")
+for bad in (no_times, no_room, lambda: vt.Catalogue("none")):
     try: bad()
     except Exception as error: print(type(error).__name__)
 point = vt.VecTabGetCovMtx(key, 1)
-print(type(point.pos).__name__, type(point.covMtx).__name__, point.covMtx[1][0], point.covMtx[0][1], type(vt.VecTabGetLoaded()).__name__)
+print(type(point.pos).__name__, type(point.covMtx).__name__, point.covMtx[1][0], point.covMtx[0][1],
+      type(vt.VecTabGetLoaded()).__name__)
 """
         bare = run_python(code)
         key = vt.VecTabAddSatFrFile(SAMPLES / "itc.txt")
         states = vt.states([key, 5], [27819.0, 27819.0015], True)
         numbers = [[field.tolist() for field in states], states.pos[0, 1].tolist(), []]
         # The covariance is point 1 of the file, as docs/formats.md prints it.
-        wanted = [" ".join(map(str, numbers)), "ValueError", "TypeError", "FileNotFoundError", "tuple tuple 0.101 0.101 tuple"]
+        wanted = [" ".join(map(str, numbers)), "ValueError", "TypeError", "FileNotFoundError",
+                  "tuple tuple 0.101 0.101 tuple"]
         self.assertEqual((bare.stderr, bare.stdout.splitlines()), ("", wanted))
 
 

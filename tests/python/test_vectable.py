@@ -1,4 +1,4 @@
-"""The calls, their failures, the log, the library that is found. Tables of a motion that interpolation takes on exactly."""
+"""The calls, their failures, the log, the library that is found. Tables of a motion that interpolation has exactly."""
 
 import ctypes
 import functools
@@ -23,7 +23,7 @@ TERMS = [float(term) for term in range(1, 22)]
 
 
 def state(minutes):
-    """Position, km, and velocity, km/s, of a motion of degree 3; the table's polynomial of degree 7 takes it on exactly."""
+    """Position, km, and velocity, km/s, of a motion of degree 3; the table's polynomial of degree 7 has it exactly."""
     pos = [7000.0 + 2.0 * minutes, -(minutes**2), 0.1 * minutes**3]
     return pos, [2.0 / 60.0, -2.0 * minutes / 60.0, 0.3 * minutes**2 / 60.0]
 
@@ -55,7 +55,9 @@ def rows_of(name):
 
 
 def flat(value):
-    return [x for item in value for x in flat(item)] if hasattr(value, "__iter__") and not isinstance(value, str) else [value]
+    if isinstance(value, str) or not hasattr(value, "__iter__"):
+        return [value]
+    return [x for item in value for x in flat(item)]
 
 
 class StoreTest(unittest.TestCase):
@@ -109,8 +111,8 @@ class Calls(StoreTest):
             list(pool.map(work, range(8)))
 
     def test_files_and_key_modes(self):
-        for call in (vt.VecHostSetUseAllKeyMode, vt.VecHostSetAllKeyMode, vt.VecHostSetElsetKeyMode, vt.VecHostSetDupKeyMode):
-            self.addCleanup(call, 0)
+        for name in ("UseAllKeyMode", "AllKeyMode", "ElsetKeyMode", "DupKeyMode"):
+            self.addCleanup(getattr(vt, f"VecHostSet{name}"), 0)
         source, saved = self.folder / "10001_ö.e", self.folder / "list.txt"
         shutil.copy(SAMPLE, source)
         key = vt.VecTabAddSatFrFile(source)
@@ -132,7 +134,8 @@ class Log(StoreTest):
         super().setUp()
         self.addCleanup(vt.set_trace_sink, None)
         self.bad = self.folder / "1.e"
-        self.bad.write_text("stk.v.4\nScenarioEpoch 1 Jan 2025 00:00:00.000\nEphemerisTimePosVel\n0 7 0 0 1 0 0\n60 7 bad\n")
+        head = "stk.v.4\nScenarioEpoch 1 Jan 2025 00:00:00.000\nEphemerisTimePosVel\n"
+        self.bad.write_text(f"{head}0 7 0 0 1 0 0\n60 7 bad\n")
 
     def test_what_a_load_passes_over_goes_to_logger_and_sink(self):
         received = []
@@ -155,7 +158,8 @@ class Log(StoreTest):
         calls = ctypes.pythonapi.PyErr_SetInterrupt, functools.partial(vt._library.library.VecTabRemoveSat, 5)
         with self.assertRaises(KeyboardInterrupt):
             list(map(operator.methodcaller("__call__"), calls))
-        with mock.patch("ctypes.string_at", side_effect=[KeyboardInterrupt, *9 * [b""]]), self.assertRaises(KeyboardInterrupt):
+        interrupt = mock.patch("ctypes.string_at", side_effect=[KeyboardInterrupt, *9 * [b""]])
+        with interrupt, self.assertRaises(KeyboardInterrupt):
             vt.VecTabLoadFile(self.bad)
         self.assertEqual(len(self.raises(vt.VecTabError, "doens't exist", vt.VecTabMse, 5, 0.0).messages), 1)
 
@@ -181,7 +185,8 @@ class Import(unittest.TestCase):
 
     def test_constants_are_those_of_the_headers(self):
         headers = "".join((ROOT / f"include/vectable/{name}.h").read_text() for name in ("vectable", "batch"))
-        defined = {name: float(value) for name, value in re.findall(r"#define (VEC_(?:TAB|BATCH)_\w+) \(?([-\d.]+)", headers)}
+        found = re.findall(r"#define (VEC_(?:TAB|BATCH)_\w+) \(?([-\d.]+)", headers)
+        defined = {name: float(value) for name, value in found}
         outcomes = {f"VEC_BATCH_{outcome.name}": outcome for outcome in vt.Outcome}
         self.assertEqual({name: getattr(vt, name) for name in vt._constants.__all__} | outcomes, defined)
 

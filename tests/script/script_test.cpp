@@ -1,25 +1,26 @@
-// Files and calls, and what they have to give: the cases of tests/data/cases/*.txt, and tests/data/files/NAME.expected for the
-// file beside it. A case is lines of these:
+// Files and calls, and what they have to give: the cases of tests/data/cases/*.txt, and tests/data/files/NAME.expected
+// for the file beside it. A case is lines of these:
 //
-//   file NAME                               a file of that name: the lines that follow, up to "end"; \r is a carriage return
+//   file NAME                               a file of that name: the lines that follow, up to "end"; \r stands for CR
 //   holds BYTES NAME                        that file now: its size, and its lines without trailing blanks, up to "end"
-//   load NAME                               VecTabLoadFile of that file, VecOemLoadFile of a name in .oem; what follows is
-//                                           what it stored. In a file
-//                                           NAME.expected "file NAME" is the load of the file beside it
+//   load NAME                               VecTabLoadFile of that file, VecOemLoadFile of a name in .oem; what follows
+//                                           is what it stored. In a file NAME.expected "file NAME" is the load of the
+//                                           file beside it
 //   status 2                                of the load; 0 when absent
 //   record satNum coordSys numOfPts         a record, in the order of entry
 //   format NAME                             the format that it was read as; not compared when absent
 //   constants ke ae                         of that record; not compared when absent
 //   point day seconds x y z vx vy vz [rev]  its points in order: day and seconds of the day, km, km/s
-//   cov 21 terms                            of that point; not compared when absent. Of a message: to seven digits, since
-//                                           the time of the state that it is turned by is rounded
-//   CALL arguments -> result outputs        a call by its name without its "VecTab", "VecHost" or "Vec". "*" is not compared, "~1,2" nearly equal, "~x" how a text begins;
-//                                           a list goes on with zeros. Outputs left out are cleared by a failure. A first
-//                                           {name} takes the result and stands for it later; {folder} is that of the files, {lf} a line feed,
-//                                           {version} that of the library
+//   cov 21 terms                            of that point; not compared when absent. Of a message: to seven digits,
+//                                           since the time of the state that it is turned by is rounded
+//   CALL arguments -> result outputs        a call by its name without its "VecTab", "VecHost" or "Vec". "*" is not
+//                                           compared, "~1,2" nearly equal, "~x" how a text begins; a list goes on with
+//                                           zeros. Outputs left out are cleared by a failure. A first {name} takes the
+//                                           result and stands for it later; {folder} is that of the files, {lf} a line
+//                                           feed, {version} that of the library
 //   nulls CALL arguments -> result          the call with each of its pointers null in turn
-//   error TEXT                              entries of the log since the last call at error level, without trailing blanks;
-//                                           none when absent
+//   error TEXT                              entries of the log since the last call at error level, without trailing
+//                                           blanks; none when absent
 //   length N                                characters of that entry, its trailing blanks included
 //   at LINE NAME                            the line that was being read when that entry was made, and the file
 //   info TEXT                               the last entries at information level; not compared when absent

@@ -83,8 +83,8 @@ class VectabTest(unittest.TestCase):
 
 
 class Transcripts(VectabTest):
-    """transcripts.txt: "$ COMMAND", "? STATUS" where it is not 0, what it prints, and, after "!", to standard error. $D is
-    the folder of the data, * in a line stands for anything."""
+    """transcripts.txt: "$ COMMAND", "? STATUS" where it is not 0, what it prints, and, after "!", to standard error. $D
+    is the folder of the data, * in a line stands for anything."""
 
     def test_transcripts(self):
         text = (DATA / "transcripts.txt").read_text()
@@ -128,14 +128,16 @@ class States(VectabTest):
 class Check(VectabTest):
     def test_estimates_are_the_true_errors(self):
         low, high, transfer = (6778, 6798), (7378, 45738), (6628, 42163)
-        cases = [("low", low, 300, 60, "PosVel"), ("high", high, 300, 145, "PosVel"), ("transfer", transfer, 400, 100, "PosVel"),
-                 ("five points", low, 300, 5, "PosVel"), ("low, positions", low, 60, 60, "Pos"),
+        cases = [("low", low, 300, 60, "PosVel"), ("high", high, 300, 145, "PosVel"),
+                 ("transfer", transfer, 400, 100, "PosVel"), ("five points", low, 300, 5, "PosVel"),
+                 ("low, positions", low, 60, 60, "Pos"),
                  ("high, positions", high, 120, 400, "Pos"), ("four points", low, 60, 5, "Pos")]
         for name, orbit, step, count, kind in cases:
             points = [(i * step, *kepler(*orbit, i * step)) for i in range(count)]
             path = self.dot_e("20004.e", [point if kind == "PosVel" else point[:4] for point in points], kind)
             rows = rows_of(vectab("states", path, "--step", step / 4).stdout)
-            errors = [math.dist(state_of(row)[:3], kepler(*orbit, i * step / 4)[:3]) * 1e3 for i, row in enumerate(rows)]
+            wanted = [kepler(*orbit, i * step / 4)[:3] for i in range(len(rows))]
+            errors = [math.dist(state_of(row)[:3], at) * 1e3 for row, at in zip(rows, wanted)]
             largest = [max(errors[i : i + 5]) for i in range(0, len(errors) - 1, 4)]
             report = vectab("check", path).stdout
             for label, true in (("between", largest[1:-1]), ("at the ends", [largest[0], largest[-1]])):
@@ -147,7 +149,8 @@ class Check(VectabTest):
         noise = random.Random(1)
         steps = [60 * i for i in range(120)]
         smooth = [(s, *kepler(6878, 6898, s)) for s in steps]
-        noisy = [(s, *(value + noise.gauss(0, 1e-3 if i < 3 else 1e-6) for i, value in enumerate(state))) for s, *state in smooth]
+        noisy = [(s, *(x + noise.gauss(0, sigma) for x, sigma in zip(state, 3 * [1e-3] + 3 * [1e-6])))
+                 for s, *state in smooth]
         period = 2 * math.pi * math.sqrt(6888**3 / MU)
         burnt = [(s, *kepler(6878, 6898, s, 1e-4, period)) for s in steps]
         outlier = [(s, x + (s == 3000) * 0.1, *state) for s, x, *state in smooth]
@@ -156,7 +159,7 @@ class Check(VectabTest):
                  "outlier": (outlier, "1 spike"), "few": (smooth[:3], "few points"),
                  "long step": (smooth[:30] + smooth[50:], "1 long step"), "one out": (smooth[:30] + smooth[31:], "-"),
                  "filled": (smooth[:20] + smooth[100:], "1 hole"),
-                 "zeros": ([(s, *state[:3], 0, 0, 0) if s == 1200 else (s, *state) for s, *state in smooth], "1 zero velocity")}
+                 "zeros": ([(s, *x[:3], 0, 0, 0) if s == 1200 else (s, *x) for s, *x in smooth], "1 zero velocity")}
         for name, (points, notes) in cases.items():
             with self.subTest(name):
                 line = vectab("info", self.dot_e("20005.e", points)).stdout.splitlines()[1]
@@ -164,9 +167,10 @@ class Check(VectabTest):
 
 
     def test_numbers_too_large_to_compute_with(self):
-        for size, words in ((1e308, "19 intervals and 16 points left out cannot be measured"), (1e90, "19 intervals estimated")):
-            report = vectab("check", self.dot_e("20008.e", [(60 * i, *[size * (-1) ** i] * 6) for i in range(20)])).stdout
-            self.assertIn(words, report)
+        large = (1e308, "19 intervals and 16 points left out cannot be measured"), (1e90, "19 intervals estimated")
+        for size, words in large:
+            path = self.dot_e("20008.e", [(60 * i, *[size * (-1) ** i] * 6) for i in range(20)])
+            self.assertIn(words, vectab("check", path).stdout)
             self.assertNotRegex(report, "inf|nan|  0$")
 
 
@@ -197,8 +201,9 @@ class Convert(VectabTest):
         self.assertEqual(written, 2 * len(sources) - 2 - 4)
 
     def test_time_that_would_not_be_read_back(self):
-        late = self.dot_e("20009.e", [(s, *kepler(6878, 6898, s)) for s in (0, 60, 120, 180)] + [(1e12, 1, 1, 1, 1, 1, 1)])
-        # From the year 1950 on: days from the first one are as large as the count of days, and a second too coarse for some.
+        points = [(s, *kepler(6878, 6898, s)) for s in (0, 60, 120, 180)]
+        late = self.dot_e("20009.e", [*points, (1e12, 1, 1, 1, 1, 1, 1)])
+        # From the year 1950 on: days from the first one are as large as day counts, and a second too coarse for some.
         old = self.dot_e("20010.e", [(-2398377600 + 700000.123456 * i, *kepler(6878, 6898, i)) for i in range(100)])
         for source, target in ((late, "out.oem"), (old, "out.e")):
             out = self.folder / target
@@ -228,7 +233,7 @@ class Convert(VectabTest):
         self.addCleanup(signal.signal, signal.SIGXFSZ, ignored)
         for arguments, options, words in [
             (["convert", LEO, "-o", out], {"preexec_fn": limit, "restore_signals": False}, "File too large"),
-            (["plot", LEO, "-o", self.folder / "out.svg"], {"env": {"PATH": str(self.folder)}}, "gnuplot is not installed"),
+            (["plot", LEO, "-o", self.folder / "out.svg"], {"env": {"PATH": "/"}}, "gnuplot is not installed"),
             (["convert", "--sat", "5", LEO, "-o", out], {}, "none is the one asked for"),
         ]:
             result = vectab(*arguments, **options)
@@ -298,7 +303,7 @@ class Files(VectabTest):
         fifo, listing = self.folder / "fifo", self.folder / "list"
         os.mkfifo(fifo)
         shutil.copy(ROOT / LEO, self.folder / "20011.e")
-        long = str(self.folder) + "20011.ex".rjust(513 - len(str(self.folder)), "/")  # its first 512 characters are a file
+        long = str(self.folder) + "20011.ex".rjust(513 - len(str(self.folder)), "/")  # the head is a file
         listing.write_text(f"\ufeffEPHFIL = {fifo}\nEPHFIL = /dev/zero\nEPHFIL = {LEO}\nEPHFIL = {long}\n{'x' * 10**6}")
         for source in (fifo, "/dev/zero"):
             self.assertEqual(vectab("info", source).stderr, f"vectab: {source}: not a regular file\n")
@@ -307,10 +312,11 @@ class Files(VectabTest):
                    f"4: {long}: a path must not be longer than 512 characters"]
         for reason in reasons:
             self.assertIn(f"vectab: {listing}:{reason}\n", result.stderr)
-        self.assertEqual(([line.split()[-1] for line in result.stdout.splitlines()], result.returncode), (["file", LEO], 1))
+        self.assertEqual([result.returncode, *(line.split()[-1] for line in result.stdout.splitlines())], [1, "file", LEO])
 
     def test_long_list_hides_no_error(self):
-        point, bad, listing = self.dot_e("20013.e", [(0, 7000, 0, 0, 0, 7.5, 0)]), self.folder / "bad", self.folder / "list"
+        point = self.dot_e("20013.e", [(0, 7000, 0, 0, 0, 7.5, 0)])
+        bad, listing = self.folder / "bad", self.folder / "list"
         bad.write_text("TIME(SEC): TIME\n" + 16 * "\n" + "no number\n")
         listing.write_text(10_000 * f"EPHFIL = {point}\n" + f"EPHFIL = {bad}\n")
         result = vectab("info", listing)
@@ -350,8 +356,8 @@ class Streams(VectabTest):
         link = self.folder / "full.csv"
         link.symlink_to("/dev/full")
         with open("/dev/full", "w") as full:
-            for arguments in (["info", LEO], ["states", LEO], ["states", LEO, "--step", "1"], ["check", LEO], ["--help"],
-                              ["convert", LEO, "-o", link]):
+            for arguments in (["info", LEO], ["states", LEO], ["states", LEO, "--step", "1"], ["check", LEO],
+                              ["--help"], ["convert", LEO, "-o", link]):
                 result = vectab(*arguments, stdout=full)
                 self.assertRegex(result.stderr, r"^vectab: cannot write [^\n]*: No space left on device\n$")
                 self.assertEqual(result.returncode, 1)
