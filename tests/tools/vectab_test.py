@@ -312,7 +312,8 @@ class Files(VectabTest):
                    f"4: {long}: a path must not be longer than 512 characters"]
         for reason in reasons:
             self.assertIn(f"vectab: {listing}:{reason}\n", result.stderr)
-        self.assertEqual([result.returncode, *(line.split()[-1] for line in result.stdout.splitlines())], [1, "file", LEO])
+        shown = [line.split()[-1] for line in result.stdout.splitlines()]
+        self.assertEqual((shown, result.returncode), (["file", LEO], 1))
 
     def test_long_list_hides_no_error(self):
         point = self.dot_e("20013.e", [(0, 7000, 0, 0, 0, 7.5, 0)])
