@@ -23,11 +23,15 @@ extern "C" {
  * Anything else is refused by name, for the library converts no frames.
  *
  * States outside USEABLE_START_TIME and USEABLE_STOP_TIME are kept as well: the sender advises against interpolation
- * there. Accelerations are read and dropped. Covariances in the frame of the states are taken as they are; those in RSW,
- * RTN or TNW are turned into it by the state at their time. A point gets the covariance of its time; between two of them
- * the straight line, before the first and after the last that one. The log says from when to when they were given. A
- * segment without covariances has zeros. Where the states end more than a second before STOP_TIME, the log says that the
- * file may be cut, as an error; the states are kept.
+ * there. Accelerations are read and dropped. Where the states end more than a second before STOP_TIME, the log says that
+ * the file may be cut, as an error; the states are kept.
+ *
+ * Covariances in the frame of the states are taken as they are. Those in RSW, RTN or TNW are rotated into it; the state at
+ * their time tells how. A point at the time of a covariance gets that one, a point between two covariances what lies on
+ * the straight line between them, a point before the first or after the last the nearest one. The log says from when to
+ * when they were given. A segment without covariances has zeros.
+ *
+ * May be called from any thread, beside any other call, as VecTabLoadFile.
  *
  * Given:     filePath  char[512]      path of the file
  *            satNum    int32          satellite number of the records; 0 stands for VEC_TAB_UNKNOWN_SAT_NUM

@@ -161,8 +161,8 @@ std::int32_t ReadFile(Walk& walk, EphemName& ephemName) {
     return 0;
 }
 
-// Hands the list lines of a file to `use`: what they are, and the name or the path in them. Nearly every line of a file is
-// none of a list, and is left where it was read.
+// Hands the list lines of a file to `use`: what they are, and the name or the path in them. Nearly every line of a file
+// is none of a list, and is left where it was read.
 template <typename Use>
 void ForEachListLine(InputUnit& unit, Use use) {
     std::string_view read;
@@ -271,8 +271,7 @@ std::vector<ListMember> ListMembers(InputUnit& unit) {
     ForEachListLine(unit, [&](CardType card, std::string_view value) {
         if (card == CardType::kNameLine) name = std::string(value);
         if (card != CardType::kFileLine) return;
-        members.push_back({std::string(value), unit.LineNumber(), std::move(name)});
-        name.reset();
+        members.push_back({std::string(value), unit.LineNumber(), std::exchange(name, std::nullopt)});
     });
     return members;
 }

@@ -40,8 +40,8 @@ VECTABLE_MODULE std::int64_t AddVecTabFile(InputUnit& unit, std::string_view fil
 // Takes over a finished record. What it throws ends the walk and is thrown on.
 using TakeRecord = void (*)(VecTabRecord&& record, void* context);
 
-// The second pass over an open file without the store: 0, or 2 with entries in the log; the records finished so far have
-// been taken. `ephemName` names the first record and is blank once a record has been taken, but for a binary file.
+// The second pass over an open file without the store: 0, or 2 with entries in the log; the records finished so far
+// have been taken. `ephemName` names the first record and is blank once a record has been taken, but for a binary file.
 VECTABLE_MODULE std::int32_t WalkFile(InputUnit& unit, std::string_view filePath, EphemName& ephemName, TakeRecord take,
                                       void* context);
 

@@ -10,9 +10,9 @@
 
 namespace VecTableCardReading {
 
-// The axes of a covariance: those of the frame of the states, or ones that go with the satellite. RTN (also called RSW):
-// R along the position, N along position x velocity. TNW: T along the velocity, W along position x velocity. The second
-// axis makes them right-handed.
+// The axes of a covariance: those of the frame of the states, or ones that go with the satellite. RTN (also called
+// RSW): R along the position, N along position x velocity. TNW: T along the velocity, W along position x velocity. The
+// second axis makes them right-handed.
 enum class CovarianceAxes { kOfStates, kRtn, kTnw };
 
 struct GivenCovariance {
@@ -22,8 +22,8 @@ struct GivenCovariance {
     std::array<double, VecTableTypes::kCovTerms> terms{};  // lower triangle, row by row; km^2, km^2/s, km^2/s^2
 };
 
-// Rotates the terms from axes that go with the satellite into the frame `coordSys`, which is that of the state. The rate at
-// which the axes themselves rotate is left out. For a frame that rotates with the Earth, the axes are those of the inertial
+// Rotates the terms from axes that go with the satellite into the frame `coordSys`, which is that of the state. The
+// rotation of the axes themselves is left out. In a frame that rotates with the Earth the axes come from the inertial
 // velocity. False when position and velocity span no plane, and for absurd numbers.
 bool RotateToFrameOf(const VecTableTypes::VecTabPoint& state, std::int32_t coordSys, GivenCovariance& given) noexcept;
 

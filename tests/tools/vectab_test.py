@@ -165,12 +165,12 @@ class Check(VectabTest):
                 line = vectab("info", self.dot_e("20005.e", points)).stdout.splitlines()[1]
                 self.assertRegex(line, rf"\d  {re.escape(notes)}  ")
 
-
     def test_numbers_too_large_to_compute_with(self):
         large = (1e308, "19 intervals and 16 points left out cannot be measured"), (1e90, "19 intervals estimated")
         for size, words in large:
             path = self.dot_e("20008.e", [(60 * i, *[size * (-1) ** i] * 6) for i in range(20)])
-            self.assertIn(words, vectab("check", path).stdout)
+            report = vectab("check", path).stdout
+            self.assertIn(words, report)
             self.assertNotRegex(report, "inf|nan|  0$")
 
 

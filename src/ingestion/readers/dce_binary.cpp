@@ -8,7 +8,8 @@
 //          24-47   position, km          3 x real64
 //          48-71   velocity, km/s        3 x real64
 //
-// ECI. Told only by the file's name. The walk has opened the file too, and closes it unread: the interface opens it here. Ends at the end of the file; a record cut short is dropped.
+// ECI. Told only by the file's name. The walk has opened the file too, and closes it unread: the interface opens it
+// here. Ends at the end of the file; a record cut short is dropped.
 #include <bit>
 #include <cstring>
 

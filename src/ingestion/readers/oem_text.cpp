@@ -11,8 +11,8 @@
 //   time x y z vx vy vz [ax ay az]     a state a line, free form without commas; km, km/s
 //   COVARIANCE_START                   if any:
 //   EPOCH = time                       of the covariance in the next six lines, which rises
-//   COV_REF_FRAME = ...                RSW, RTN, TNW or a frame of the same code as REF_FRAME, which it is without this line
-//   a ... f                            lower triangle, one number in the first line, six in the last; km^2, km^2/s, km^2/s^2
+//   COV_REF_FRAME = ...                RSW, RTN, TNW or a frame of the same code as REF_FRAME; that without this line
+//   a ... f                            lower triangle, one number in the first line, six in the last; km^2, km^2/s, ...
 //   COVARIANCE_STOP
 //
 // A time is a date text with a "T" between day and time of day. Lines whose first word is COMMENT, and blank ones, may

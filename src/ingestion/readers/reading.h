@@ -72,8 +72,8 @@ ReadStatus ReadGroup(InputUnit& unit, std::span<Line> lines) noexcept;
 // Gives a record with points the time of the first as its epoch.
 void CloseRecord(VecTabRecord& record) noexcept;
 
-// Hands group after group of lines to `use`, up to the end of the file or until `use` is false, and closes the record. A
-// read error ends the reader.
+// Hands group after group of lines to `use`, up to the end of the file or until `use` is false, and closes the record.
+// A read error ends the reader.
 template <typename Use>
 void ForEachGroup(const Reading& reading, std::span<Line> lines, Use use) {
     ReadStatus read = ReadStatus::kOk;
