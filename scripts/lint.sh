@@ -9,3 +9,6 @@ mkdir -p build/lint
 sed 's/ -mmem[a-z]*-strategy=[^ ]*//g' build/release/compile_commands.json >build/lint/compile_commands.json
 git ls-files --cached --others --exclude-standard 'src/*.cpp' 'tools/*.cpp' 'examples/*.cpp' |
     xargs --max-args=1 --max-procs="$(nproc)" clang-tidy -p build/lint --quiet
+# What is guarded is touched by who holds the guard only: src/support/guarded.h.
+git ls-files --cached --others --exclude-standard 'src/*.cpp' |
+    xargs clang++ -std=c++20 -Iinclude -Isrc -DVECTABLE_VERSION='""' -DVECTABLE_BUILD_TYPE='""' -fsyntax-only -Wthread-safety -Werror

@@ -14,7 +14,7 @@
 //     position   U (dt + c) / (W c) pos[j] + U dt / W vel[j]
 //     velocity   U (1 + 2 S1 (dt + c)) / (W c) pos[j] + U (1 + 2 S1 dt) / W vel[j]
 //
-// Where S2 is 0 the factors of pos[j] are 1 and 2 S1, the limits of (dt + c) / c and (1 + 2 S1 (dt + c)) / c as c grows. For
+// Where S2 is 0 the coefficients of pos[j] are 1 and 2 S1, the limits of (dt + c) / c and (1 + 2 S1 (dt + c)) / c as c grows. For
 // such a node c is 2 |f| 2^53, where dt = f 2^e with |f| from 0.5 to 1: between 2^53 s and 2^54 s, beside which the minutes
 // of dt are less than the last bits of a state.
 #include "evaluation/hermite.h"

@@ -12,21 +12,21 @@ namespace VecTableTree {
 namespace {
 
 // In the order in which calls take them.
-void HoldAll() noexcept {
+void HoldAll() noexcept ACQUIRES(gate) {
     gate.BeginWrite();
     LockDmaSlots();
     VecTableTypes::LockTableMemory();
     VecTableSupport::HoldTraceLog();
 }
 
-void ReleaseAll() noexcept {
+void ReleaseAll() noexcept RELEASES(gate) {
     VecTableSupport::ReleaseTraceLog();
     VecTableTypes::UnlockTableMemory();
     UnlockDmaSlots();
     gate.EndWrite();
 }
 
-void ReleaseAllInChild() noexcept {
+void ReleaseAllInChild() noexcept RELEASES(gate) {
     VecTableSupport::ForgetOpenOutput();
     gate.ForgetReaders();
     ReleaseAll();

@@ -54,20 +54,20 @@ struct GateThreads {
 
 inline constinit GateProtocol<GateThreads> gate;
 
-class ReadSection {
+class SCOPED_GUARD ReadSection {
   public:
-    ReadSection() noexcept { gate.BeginRead(); }
+    ReadSection() noexcept ACQUIRES_SHARED(gate) { gate.BeginRead(); }
     ReadSection(const ReadSection&) = delete;
     ReadSection& operator=(const ReadSection&) = delete;
-    ~ReadSection() { gate.EndRead(); }
+    ~ReadSection() RELEASES() { gate.EndRead(); }
 };
 
-class WriteSection {
+class SCOPED_GUARD WriteSection {
   public:
-    WriteSection() noexcept { gate.BeginWrite(); }
+    WriteSection() noexcept ACQUIRES(gate) { gate.BeginWrite(); }
     WriteSection(const WriteSection&) = delete;
     WriteSection& operator=(const WriteSection&) = delete;
-    ~WriteSection() { gate.EndWrite(); }
+    ~WriteSection() RELEASES() { gate.EndWrite(); }
 };
 
 }  // namespace VecTableTree

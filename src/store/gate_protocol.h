@@ -12,8 +12,8 @@
 // the sum says how many are inside: a reader may leave on another thread than it has entered on.
 //
 // `Platform` gives atomics, a mutex, waiting, and the count that serves a thread. The model check in
-// tests/store/gate_model.cpp explores this source on a platform of its own. It weakens every access in turn: those that
-// are not relaxed are needed as they stand.
+// tests/store/gate_model.cpp explores this source on a platform of its own, and weakens every access in turn: none of those
+// that are not relaxed could be weaker.
 #pragma once
 
 #include <array>
@@ -21,10 +21,12 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "support/guarded.h"
+
 namespace VecTableTree {
 
 template <typename Platform>
-class GateProtocol {
+class GUARD GateProtocol {
   public:
     static constexpr std::size_t kCacheLine = 64;
 
@@ -32,30 +34,30 @@ class GateProtocol {
         typename Platform::template Atomic<std::int64_t> numReads{0};
     };
 
-    void BeginRead() noexcept {
+    void BeginRead() noexcept ACQUIRES_SHARED() NOT_ANALYSED {
         ReadCount& count = Platform::CountOfThread(readCounts_);
         count.numReads.fetch_add(1);          // before the look at the flag, in the order that all threads agree on
         if (isUpdating_.load()) [[unlikely]]  // after it; what the last writer did is seen
             WaitForWriter(count);
     }
 
-    void EndRead() noexcept {
+    void EndRead() noexcept RELEASES_SHARED() NOT_ANALYSED {
         // A writer that sees the count sees what this reader did.
         Platform::CountOfThread(readCounts_).numReads.fetch_sub(1, std::memory_order_release);
     }
 
-    void BeginWrite() noexcept {
+    void BeginWrite() noexcept ACQUIRES() NOT_ANALYSED {
         updatenote_.lock();
         isUpdating_.store(true);  // before the look at the counts, in the order that all threads agree on
         Platform::WaitUntil([this] { return Readers() <= 0; });
     }
 
-    void EndWrite() noexcept {
+    void EndWrite() noexcept RELEASES() NOT_ANALYSED {
         isUpdating_.store(false, std::memory_order_release);  // a reader that sees it sees what this writer did
         updatenote_.unlock();
     }
 
-    // In the child of a fork that was made between BeginWrite and EndWrite: the threads that waited are not there.
+    // For the child of a fork that was made between BeginWrite and EndWrite: it has none of the threads that waited.
     void ForgetReaders() noexcept {
         for (ReadCount& count : readCounts_) count.numReads.store(0, std::memory_order_relaxed);  // the only thread
     }
@@ -78,7 +80,7 @@ class GateProtocol {
             // Relaxed: the look below decides.
             Platform::WaitUntil([this] { return !isUpdating_.load(std::memory_order_relaxed); });
             count.numReads.fetch_add(1);  // as in BeginRead
-        } while (isUpdating_.load());
+        } while (isUpdating_.load());     // as in BeginRead
     }
 
     std::array<ReadCount, Platform::kReadCounts> readCounts_;

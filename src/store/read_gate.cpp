@@ -26,11 +26,11 @@ void GateThreads::Rest(int restsBefore) noexcept {
     std::this_thread::sleep_for(kFirstRest * (1 << std::min(restsBefore, kMostDoublings)));
 }
 
-void BeginRead() noexcept {
+void BeginRead() noexcept ACQUIRES_SHARED(gate) {
     gate.BeginRead();
 }
 
-void EndRead() noexcept {
+void EndRead() noexcept RELEASES_SHARED(gate) {
     gate.EndRead();
 }
 

@@ -146,7 +146,7 @@ std::int64_t AddRecToMem(VecTabRecord record, VecTabBinTree** nodeOut) {
                                                                             : AddToTree(record, nodeOut);
 }
 
-void FindRecPtr(std::int64_t key, VecTabRecord*& recOut, FixedText<128>* errText, bool gateHeld) noexcept {
+void FindRecPtr(std::int64_t key, VecTabRecord*& recOut, FixedText<128>* errText, bool gateHeld) noexcept NOT_ANALYSED {
     if (IsDma(key)) {
         const DmaObject* object = FindDmaObject(key);
         recOut = object == nullptr ? nullptr : object->propData.load(std::memory_order_acquire);
@@ -212,7 +212,7 @@ std::int64_t SatKeyGet(std::int32_t satNum) noexcept {
 }
 
 // The log may be slow, and a writer would wait for it.
-StoredRecord::StoredRecord(std::int64_t key) noexcept : gateHeld_(!IsDma(key)) {
+StoredRecord::StoredRecord(std::int64_t key) noexcept NOT_ANALYSED : gateHeld_(!IsDma(key)) {
     FindRecPtr(key, record_);
     if (record_ != nullptr) [[likely]]
         return;
@@ -221,7 +221,7 @@ StoredRecord::StoredRecord(std::int64_t key) noexcept : gateHeld_(!IsDma(key)) {
     TraceLogError(FixedText<128>(message).View());
 }
 
-StoredRecord::~StoredRecord() {
+StoredRecord::~StoredRecord() NOT_ANALYSED {
     if (gateHeld_) gate.EndRead();
 }
 

@@ -31,9 +31,10 @@ constexpr std::int32_t kHeightGrew = 1;     // inserted, and the subtree grew in
 constexpr std::int32_t kKeyTaken = 2;       // by a different record
 constexpr std::int32_t kRecordPresent = 3;  // the key is taken by the same record
 
-// Changed only by writers; atomic because TreeIsEmpty and the lookups look at it from outside the gate.
+// Atomic because TreeIsEmpty and the lookups look at it from outside the gate.
 constinit std::atomic<VecTabBinTree*> treeRoot{nullptr};
 
+// Atomic for the same lookups; the gate orders it for all others, so relaxed is enough.
 constinit std::atomic<std::uint64_t> treeVersion{1};
 
 // What every change of the tree ends with.
@@ -42,22 +43,22 @@ void Publish(VecTabBinTree* root) noexcept {
     treeVersion.store(treeVersion.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
 }
 
-// The nodes linked into the tree, and those of them whose key does not tell the satellite; changed only by writers.
-constinit std::int32_t nodeCount = 0;
-constinit std::int32_t strayCount = 0;
+// The nodes linked into the tree, and those of them whose key does not tell the satellite.
+constinit std::int32_t nodeCount GUARDED_BY(gate) = 0;
+constinit std::int32_t strayCount GUARDED_BY(gate) = 0;
 
 bool IsStray(const VecTabBinTree& node) noexcept {
     return node.rec == nullptr || !VecTableSupport::TreeKeysOf(node.rec->satNum).Holds(node.satKey);
 }
 
 // Counts a node in, by +1, or out.
-void Count(const VecTabBinTree& node, std::int32_t by) noexcept {
+void Count(const VecTabBinTree& node, std::int32_t by) noexcept NEEDS(gate) {
     nodeCount += by;
     if (IsStray(node)) strayCount += by;
 }
 
-// The last sequence number given out; changed only by writers. It stays at its limit once it gets there.
-constinit std::int32_t SEQNUM = 0;
+// The last sequence number given out. It stays at its limit once it gets there.
+constinit std::int32_t SEQNUM GUARDED_BY(gate) = 0;
 
 // One of the two mirror images that the rules of balance come in.
 struct Side {
@@ -131,7 +132,7 @@ bool SameRecord(const VecTabBinTree& a, const VecTabBinTree& b) noexcept {
     return a.rec != nullptr && b.rec != nullptr && Equal(*a.rec, *b.rec);
 }
 
-void AddNodeRecursive(Subtree& root, VecTabBinTree& node, std::int32_t& status) noexcept {
+void AddNodeRecursive(Subtree& root, VecTabBinTree& node, std::int32_t& status) noexcept NEEDS(gate) {
     if (root == nullptr) {
         if (SEQNUM < std::numeric_limits<std::int32_t>::max()) ++SEQNUM;
         node.seqNum = SEQNUM;
@@ -164,7 +165,7 @@ void SwapNode(Subtree& root, VecTabBinTree& target, std::int32_t& shrunk) noexce
     delete predecessor;
 }
 
-void RemoveFoundNode(Subtree& root, std::int32_t& shrunk) noexcept {
+void RemoveFoundNode(Subtree& root, std::int32_t& shrunk) noexcept NEEDS(gate) {
     Count(*root, -1);
     if (root->left != nullptr && root->right != nullptr) {
         SwapNode(root->left, *root, shrunk);
@@ -177,7 +178,8 @@ void RemoveFoundNode(Subtree& root, std::int32_t& shrunk) noexcept {
     delete removed;
 }
 
-void RemoveNodeRecursive(Subtree& root, std::int64_t key, std::int32_t& shrunk, std::int32_t& status) noexcept {
+void RemoveNodeRecursive(Subtree& root, std::int64_t key, std::int32_t& shrunk, std::int32_t& status) noexcept
+    NEEDS(gate) {
     if (root == nullptr) {
         status = 2;
         return;
@@ -264,7 +266,7 @@ std::uint64_t TreeVersion() noexcept {
     return treeVersion.load(std::memory_order_relaxed);
 }
 
-bool KeysTellSatellites() noexcept {
+bool KeysTellSatellites() noexcept NEEDS_SHARED(gate) {
     return strayCount == 0;
 }
 

@@ -11,6 +11,7 @@ inline constexpr std::int32_t kTreeMode = 0;
 inline constexpr std::int32_t kDirectMemoryMode = 1;
 
 struct KeyModeSettings {
+    // Sequentially consistent by default: settings that hardly change, each one alone.
     std::atomic<bool> useAllKeyMode{false};
     std::atomic<std::int32_t> allKeyMode{kTreeMode};
     std::atomic<std::int32_t> elsetKeyMode{kTreeMode};

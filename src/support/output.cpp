@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::size_t kBufferSize = 131072;
 
+// Taken by an exchange: of two threads that open at once one is told that a file is open.
 constinit std::atomic<bool> isOneOpen{false};
 
 }  // namespace

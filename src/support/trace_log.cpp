@@ -27,7 +27,8 @@ constexpr std::size_t kMostKept = 8;
 // Where entries go. At the start errors go to standard error, if it is open, and information goes nowhere.
 struct TraceLog {
     Mutex mutex;
-    std::atomic<std::int32_t> wanted{0};  // the last level that is taken
+    // The last level that is taken. Relaxed: it only saves work, and the lock decides where an entry goes.
+    std::atomic<std::int32_t> wanted{0};
     TraceSink sink GUARDED_BY(mutex) = nullptr;
     void* context GUARDED_BY(mutex) = nullptr;
     KnownDescriptor file GUARDED_BY(mutex);  // none when entries go to a sink, or nowhere
