@@ -8,10 +8,10 @@
 #include "ingestion/loaded_keys.h"
 #include "store/record_lookup.h"
 #include "store/save_walk.h"
-#include "support/platform/cancellation.h"
 #include "support/files.h"
 #include "support/keys.h"
 #include "support/output.h"
+#include "support/platform/cancellation.h"
 
 using namespace VecTableDllExports;
 using VecTableCardReading::LoadScope;
