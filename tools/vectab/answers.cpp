@@ -16,20 +16,10 @@ namespace {
 
 constexpr std::int64_t kAtOnce = 4096;  // requests of a batch
 
-std::string_view Refusal(std::uint8_t outcome) noexcept {
-    switch (outcome) {
-        case VEC_BATCH_STATE:
-            return {};
-        case VEC_BATCH_OUTSIDE:
-            return "outside the table";
-        case VEC_BATCH_GAP:
-            return "the points around are too far apart";
-        case VEC_BATCH_TOO_FEW:
-            return "too few points";
-        default:
-            return "no record";
-    }
-}
+// By outcome.
+constexpr std::array<std::string_view, 5> kRefusals = {"", "no record", "outside the table",
+                                                       "the points around are too far apart", "too few points"};
+static_assert(VEC_BATCH_STATE == 0 && VEC_BATCH_OUTSIDE == 2 && VEC_BATCH_GAP == 3 && VEC_BATCH_TOO_FEW == 4);
 
 // The answers to a part of a grid, side by side.
 struct Batch {
@@ -119,7 +109,7 @@ bool ForEachState(const Table& table, const TimeGrid& grid, bool trustedOnly, co
         const Batch batch(table.record, grid, first);
         for (std::size_t i = 0; i < batch.times.size(); ++i) {
             Answer answer = batch.At(i);
-            std::string_view refusal = Refusal(batch.outcomes[i]);
+            std::string_view refusal = kRefusals[batch.outcomes[i]];
             if (refusal.empty()) answer.mark = table.survey.Mark(batch.times[i]);
             if (trustedOnly && refusal.empty()) refusal = answer.mark;
             if (refusal.empty()) {

@@ -1,12 +1,11 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <set>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "answers.h"
 #include "commands.h"
@@ -65,19 +64,11 @@ Answers LookAhead(const Writer& writer, const Table& table, const std::optional<
 }
 
 // What a conversion has lost, told once however many tables it concerns.
-class LossReport {
-  public:
-    void Add(const std::vector<std::string>& losses) { losses_.insert(losses.begin(), losses.end()); }
-
-    void Tell(const std::string& output) const {
-        std::string message;
-        for (const std::string& loss : losses_) message += (message.empty() ? "" : ", ") + loss;
-        if (!message.empty()) Complain(output + ": the format does not hold " + message);
-    }
-
-  private:
-    std::set<std::string> losses_;
-};
+void TellLosses(const std::set<std::string>& losses, const std::string& output) {
+    std::string message;
+    for (const std::string& loss : losses) message += (message.empty() ? "" : ", ") + loss;
+    if (!message.empty()) Complain(output + ": the format does not hold " + message);
+}
 
 int RunConvert(const ConvertOptions& options) {
     const Writer& writer = WriterFor(options);
@@ -85,7 +76,7 @@ int RunConvert(const ConvertOptions& options) {
     for (const std::string& file : options.inputs.files) RefuseInput(options.output, file);
     Output output(options.output);
     writer.writeHead(output);
-    LossReport losses;
+    std::set<std::string> losses;
     bool any = false;
     bool all = true;
     const int exitStatus = ForEachTable(options.inputs, [&](const Table& table) {
@@ -98,13 +89,13 @@ int RunConvert(const ConvertOptions& options) {
             all = false;
             return;
         }
-        losses.Add(writer.losses(table, options.output));
+        for (std::string& loss : writer.losses(table, options.output)) losses.insert(std::move(loss));
         writer.writeTable(output, table, answers);
         any = true;
     });
     if (!any) throw Failure(output.Name() + ": not written, for there is no table to write");
     output.Finish();
-    losses.Tell(output.Name());
+    TellLosses(losses, output.Name());
     return all ? exitStatus : kExitFailure;
 }
 

@@ -1,7 +1,6 @@
 // What is to be said of a table before anybody trusts it.
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <vector>
 

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstdio>
-#include <string_view>
 #include <unistd.h>
 
 #include "scratch.h"

@@ -1,5 +1,4 @@
 #include <CLI/CLI.hpp>
-#include <cmath>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,7 +9,6 @@
 #include "failure.h"
 #include "options.h"
 #include "output.h"
-#include "text.h"
 #include "times.h"
 
 namespace Vectab {

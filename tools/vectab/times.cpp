@@ -25,12 +25,6 @@ std::optional<double> ReadNumber(std::string_view text) noexcept {
     return value;
 }
 
-std::int64_t PowerOfTen(int exponent) noexcept {
-    std::int64_t power = 1;
-    for (; exponent > 0; --exponent) power *= 10;
-    return power;
-}
-
 }  // namespace
 
 double TimeRequest::Within(double start, double end) const noexcept {
@@ -67,7 +61,7 @@ bool IsInCalendar(double ds50UTC) noexcept {
 std::string FormatUtc(double ds50UTC, char separator, int decimals) {
     if (!IsInCalendar(ds50UTC)) return "day " + Shortest(ds50UTC);
 
-    const std::int64_t ticksPerSecond = PowerOfTen(decimals);
+    const std::int64_t ticksPerSecond = std::llround(std::pow(10.0, decimals));
     const std::int64_t ticksPerDay = 86400 * ticksPerSecond;
     auto wholeDays = static_cast<int>(std::floor(ds50UTC));
     std::int64_t ticks = std::llround((ds50UTC - wholeDays) * static_cast<double>(ticksPerDay));
