@@ -1,5 +1,6 @@
 #!/bin/sh
-# Runs clang-tidy over the sources of the library, the tool and the examples, by the compile commands of the release build.
+# Runs clang-tidy over the sources of the library, the tool and the examples, by the compile commands of the release
+# build.
 set -eu
 
 cd "$(dirname "$0")/.."
@@ -11,4 +12,5 @@ git ls-files --cached --others --exclude-standard 'src/*.cpp' 'tools/*.cpp' 'exa
     xargs --max-args=1 --max-procs="$(nproc)" clang-tidy -p build/lint --quiet
 # What is guarded is touched by who holds the guard only: src/support/guarded.h.
 git ls-files --cached --others --exclude-standard 'src/*.cpp' |
-    xargs clang++ -std=c++20 -Iinclude -Isrc -DVECTABLE_VERSION='""' -DVECTABLE_BUILD_TYPE='""' -fsyntax-only -Wthread-safety -Werror
+    xargs clang++ -std=c++20 -Iinclude -Isrc -DVECTABLE_VERSION='""' -DVECTABLE_BUILD_TYPE='""' \
+        -fsyntax-only -Wthread-safety -Werror

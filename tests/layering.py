@@ -25,7 +25,8 @@ def module_of(text):
 
 
 def main(root):
-    files = {path.relative_to(root).as_posix(): path.read_text() for path in root.rglob("*.*") if path.suffix in (".h", ".cpp")}
+    sources = (path for path in root.rglob("*.*") if path.suffix in (".h", ".cpp"))
+    files = {path.relative_to(root).as_posix(): path.read_text() for path in sources}
     exceptions = {"support/module.h": "VecTableSupport", "exports/host.cpp": "VecTableDllExports"}
     rank = {}
     for name, text in files.items():

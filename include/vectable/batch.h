@@ -13,8 +13,8 @@
  *
  *  As the calls of vectable.h that ask a record: beside any call but one that changes one of the records, and in
  *  direct-memory mode no record may be removed meanwhile. No thread is started: a caller splits a batch over threads of
- *  its own, each with its own part of the arrays. In tree mode the store is held for a few dozen requests at a time, never
- *  for the whole batch: a record that is removed meanwhile has outcome 1 from then on.
+ *  its own, each with its own part of the arrays. In tree mode the store is held for a few dozen requests at a time,
+ *  never for the whole batch: a record that is removed meanwhile has outcome 1 from then on.
  */
 #ifndef VECTABLE_BATCH_H
 #define VECTABLE_BATCH_H
@@ -41,19 +41,20 @@ extern "C" {
  *            satKeys       int64[count]        keys of stored records
  *            ds50UTCs      double[count]       days since 1950, UTC
  * Returned:  states        double[count][6]    position, km, and velocity, km/s, in the frame of the record
- *            covs          double[count][21]   lower triangle of the covariance, row by row, in the units of its source;
- *                                              zeros without covariance; or NULL where it is not wanted, which saves time
+ *            covs          double[count][21]   lower triangle of the covariance, row by row, in the units of its
+ *                                              source; zeros without covariance; or NULL where it is not wanted, which
+ *                                              saves time
  *            revNums       int32[count]        revolution numbers; or NULL
  *            outcomes      uint8[count]        VEC_BATCH_...; or NULL
- * Result:    the number of requests without a state; -1, with an entry in the log and nothing written, for a negative count
- *            or a null array that is required (none is when count is 0)
+ * Result:    the number of requests without a state; -1, with an entry in the log and nothing written, for a negative
+ *            count or a null array that is required (none is when count is 0)
  */
 VECTABLE_API int64_t VecBatchPairs(int64_t count, const int64_t* satKeys, const double* ds50UTCs, double* states,
                                    double* covs, int32_t* revNums, uint8_t* outcomes);
 
 /*
- * The states of many records at many times: request (i, j) is record satKeys[i] at ds50UTCs[j], and stands in the arrays at
- * i * numTimes + j. Times that rise are fastest.
+ * The states of many records at many times: request (i, j) is record satKeys[i] at ds50UTCs[j], and stands in the
+ * arrays at i * numTimes + j. Times that rise are fastest.
  *
  * Given:     numKeys       int64               number of keys, 0 or more
  *            satKeys       int64[numKeys]      keys of stored records

@@ -64,8 +64,8 @@ VECTABLE_API void VecHostSetTraceSink(VecHostTraceSink sink, void* context);
 
 /*
  * A sink for hosts that must not be called back from within a call, such as the interpreter of a language. It keeps the
- * entries of each thread until that thread takes them; `context` is not used. Until a thread has taken all, what it logs
- * after the first VEC_HOST_MOST_KEPT entries of a level is dropped.
+ * entries of each thread until that thread takes them; `context` is not used. Until a thread has taken all, what it
+ * logs after the first VEC_HOST_MOST_KEPT entries of a level is dropped.
  */
 VECTABLE_API void VecHostKeepEntry(int32_t level, const char* text, int32_t length, void* context);
 
@@ -75,8 +75,8 @@ VECTABLE_API void VecHostKeepEntry(int32_t level, const char* text, int32_t leng
  * Given:     capacity    int32           characters that `text` has room for, from 0
  * Returned:  level       int32*          VEC_HOST_TRACE_...; 0 when there is no entry
  *            text        char[capacity]  the entry, cut or blank-padded; null where capacity is 0
- *            path        char[512]       file and line that the entry tells of, as VecHostReadingLine gives them; blanks
- *            lineNumber  int64*          and 0 for an entry that no load made
+ *            path        char[512]       the file that the entry tells of, as VecHostReadingLine gives it, or blanks
+ *            lineNumber  int64*          its line; both blank and 0 for an entry that no load made
  * Result:    the number of characters of the entry, also where there is less room; -1 when none is kept, or an argument
  *            is null or negative, without an entry in the log
  */
@@ -119,12 +119,13 @@ VECTABLE_API int32_t VecHostReadingLine(char path[VEC_TAB_PATH_LENGTH], int64_t*
 VECTABLE_API int32_t VecHostEntryKind(void);
 
 /*
- * Takes the keys of what the calling thread's last load has stored: VecTabLoadFile, VecTabAddSatFrFile or VecOemLoadFile,
- * also one that failed. A duplicate is not stored. The next load forgets keys that nobody took.
+ * Takes the keys of what the calling thread's last load has stored: VecTabLoadFile, VecTabAddSatFrFile or
+ * VecOemLoadFile, also one that failed. A duplicate is not stored. The next load forgets keys that nobody took.
  *
  * Given:     capacity  int32           the keys that `satKeys` has room for, from 0
- * Returned:  satKeys   int64[capacity] keys in the order of storing, those of listed files too; null where capacity is 0
- * Result:    how many were taken: `capacity`, or fewer when they were the last; -1 for a negative capacity or a null array
+ * Returned:  satKeys   int64[capacity] keys in the order of storing, those of listed files too; null for capacity 0
+ * Result:    how many were taken: `capacity`, or fewer when they were the last; -1 for a negative capacity or a null
+ *            array
  */
 VECTABLE_API int32_t VecHostTakeKeys(int64_t* satKeys, int32_t capacity);
 
@@ -176,8 +177,9 @@ VECTABLE_API int32_t VecHostFindListed(const char* filePath, int32_t* count);
  * Given:     capacity    int32           characters that `path` has room for, from 0
  * Returned:  path        char[capacity]  path of the file, cut or blank-padded; null where capacity is 0
  *            lineNumber  int64*          the line that names it, from 1; 0 when no file is left
- * Result:    the number of characters of the path, below VEC_HOST_LIST_LINE_LENGTH, also where there is less room: of more
- *            than VEC_TAB_PATH_LENGTH a load opens the head. -1 when none is left, or for a null or negative argument
+ * Result:    the number of characters of the path, below VEC_HOST_LIST_LINE_LENGTH, also where there is less room: of
+ *            more than VEC_TAB_PATH_LENGTH a load opens the head. -1 when none is left, or for a null or negative
+ *            argument
  */
 VECTABLE_API int32_t VecHostTakeListed(char* path, int32_t capacity, int64_t* lineNumber);
 

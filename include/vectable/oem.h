@@ -1,7 +1,7 @@
 /*
  * Orbit ephemeris messages (CCSDS 502.0, OEM), the form in which most public ephemerides come: the keyword text form
- * (KVN) of the versions 1 to 3. The units of such files are km and km/s, and of covariances their products: those of the
- * library. docs/formats.md tells what of a message is read.
+ * (KVN) of the versions 1 to 3. The units of such files are km and km/s, and of covariances their products: those of
+ * the library. docs/formats.md tells what of a message is read.
  */
 #ifndef VECTABLE_OEM_H
 #define VECTABLE_OEM_H
@@ -17,19 +17,19 @@ extern "C" {
 /*
  * Reads every segment of a message into a record of its own: all of them or none.
  *
- * A record has the name OBJECT_NAME, the satellite name OBJECT_ID (its first 8 characters) and the path of the file. Its
- * frame is 2 (J2K) for REF_FRAME EME2000, ICRF or GCRF, 1 (ECI) for TEME of date, 4 (ECR) for ITRF and its years.
+ * A record has the name OBJECT_NAME, the satellite name OBJECT_ID (its first 8 characters) and the path of the file.
+ * Its frame is 2 (J2K) for REF_FRAME EME2000, ICRF or GCRF, 1 (ECI) for TEME of date, 4 (ECR) for ITRF and its years.
  * TIME_SYSTEM is UTC, TAI, GPS or TT; times become UTC by the library's table of leap seconds. CENTER_NAME is EARTH.
  * Anything else is refused by name, for the library converts no frames.
  *
  * States outside USEABLE_START_TIME and USEABLE_STOP_TIME are kept as well: the sender advises against interpolation
- * there. Accelerations are read and dropped. Where the states end more than a second before STOP_TIME, the log says that
- * the file may be cut, as an error; the states are kept.
+ * there. Accelerations are read and dropped. Where the states end more than a second before STOP_TIME, the log says
+ * that the file may be cut, as an error; the states are kept.
  *
- * Covariances in the frame of the states are taken as they are. Those in RSW, RTN or TNW are rotated into it; the state at
- * their time tells how. A point at the time of a covariance gets that one, a point between two covariances what lies on
- * the straight line between them, a point before the first or after the last the nearest one. The log says from when to
- * when they were given. A segment without covariances has zeros.
+ * Covariances in the frame of the states are taken as they are. Those in RSW, RTN or TNW are rotated into it; the state
+ * at their time tells how. A point at the time of a covariance gets that one, a point between two covariances what lies
+ * on the straight line between them, a point before the first or after the last the nearest one. The log says from when
+ * to when they were given. A segment without covariances has zeros.
  *
  * May be called from any thread, beside any other call, as VecTabLoadFile.
  *

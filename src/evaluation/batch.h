@@ -7,8 +7,8 @@
 
 namespace VecTableDllVarsUtils {
 
-// The requests: record satKeys[i] at ds50UTCs[j], for all i and j, at i * numTimes + j; or, where `pairs`, only for i = j,
-// numKeys and numTimes being the same. Times in days since 1950, UTC.
+// The requests: record satKeys[i] at ds50UTCs[j], for all i and j, at i * numTimes + j; or, where `pairs`, only for i =
+// j, numKeys and numTimes being the same. Times in days since 1950, UTC.
 struct BatchRequests {
     std::int64_t numKeys;
     const std::int64_t* satKeys;

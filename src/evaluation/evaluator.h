@@ -27,8 +27,8 @@ template <typename Layout>
     return Outcome::kState;
 }
 
-// Evaluates tables, one request after the other. `kMany`: what it knows of the last stencil it uses again, and a time is
-// first looked for in the interval of the last one and in the next. The points must not change between its requests.
+// Evaluates tables, one request after the other. `kMany`: what it knows of the last stencil it uses again, and a time
+// is first looked for in the interval of the last one and in the next. The points must not change between its requests.
 template <typename Layout, bool kMany>
 class Evaluator {
   public:

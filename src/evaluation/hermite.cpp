@@ -3,8 +3,8 @@
 //     dt = t - T[j]     L = product of t - T[k]       D = product of T[j] - T[k]      over k other than j
 //                       S1 = sum of 1 / (t - T[k])    S2 = sum of 1 / (T[j] - T[k])
 //
-// l = L / D is the Lagrange polynomial of the node at t; S2 is its derivative at T[j], S1 its logarithmic derivative at t.
-// Hermite's polynomial and its derivative are the sums over j of
+// l = L / D is the Lagrange polynomial of the node at t; S2 is its derivative at T[j], S1 its logarithmic derivative at
+// t. Hermite's polynomial and its derivative are the sums over j of
 //
 //     position   l^2 ((1 - 2 S2 dt) pos[j] + dt vel[j])
 //     velocity   l^2 ((2 S1 (1 - 2 S2 dt) - 2 S2) pos[j] + (1 + 2 S1 dt) vel[j])
@@ -14,9 +14,9 @@
 //     position   U (dt + c) / (W c) pos[j] + U dt / W vel[j]
 //     velocity   U (1 + 2 S1 (dt + c)) / (W c) pos[j] + U (1 + 2 S1 dt) / W vel[j]
 //
-// Where S2 is 0 the coefficients of pos[j] are 1 and 2 S1, the limits of (dt + c) / c and (1 + 2 S1 (dt + c)) / c as c grows. For
-// such a node c is 2 |f| 2^53, where dt = f 2^e with |f| from 0.5 to 1: between 2^53 s and 2^54 s, beside which the minutes
-// of dt are less than the last bits of a state.
+// Where S2 is 0 the coefficients of pos[j] are 1 and 2 S1, the limits of (dt + c) / c and (1 + 2 S1 (dt + c)) / c as c
+// grows. For such a node c is 2 |f| 2^53, where dt = f 2^e with |f| from 0.5 to 1: between 2^53 s and 2^54 s, beside
+// which the minutes of dt are less than the last bits of a state.
 #include "evaluation/hermite.h"
 
 #include <algorithm>

@@ -34,7 +34,8 @@ template <typename Layout>
 }
 
 // Two values that share each operation. A lane is rounded as the scalar operation is, so the bits are those of the
-// formulas written out one by one. The time of an evaluation goes into its divisions, and two of them cost what one does.
+// formulas written out one by one. The time of an evaluation goes into its divisions, and two of them cost what one
+// does.
 using Pair = double __attribute__((vector_size(16)));
 using SplitPair = VecTableSupport::SplitTime<Pair>;
 
@@ -85,9 +86,9 @@ struct StencilTimes {
 // Position and velocity, one lane each, of the three components.
 using StatePairs = std::array<Pair, 3>;
 
-// Adds what two points give to the state: `half` 0 are points 0 and 1, 1 are 2 and 3. `dt` from the points to the request,
-// s; `sumToTime`, S1 of each, of the reciprocals of the times from the other points to the request; `L`, of each, the
-// product of these times.
+// Adds what two points give to the state: `half` 0 are points 0 and 1, 1 are 2 and 3. `dt` from the points to the
+// request, s; `sumToTime`, S1 of each, of the reciprocals of the times from the other points to the request; `L`, of
+// each, the product of these times.
 template <typename Point>
 [[gnu::always_inline]] inline void AddPoints(std::span<const Point, kStencilPoints> points, const StencilTimes& times,
                                              std::size_t half, Pair dt, Pair sumToTime, Pair L,
@@ -141,8 +142,8 @@ template <typename Layout>
     cov[kLast] = sum([](const Covariance& of) { return of[kLast]; });
 }
 
-// The state at t, written in place; `state` is none of the points, and t is the time of none. Without covariance its terms
-// are not written.
+// The state at t, written in place; `state` is none of the points, and t is the time of none. Without covariance its
+// terms are not written.
 template <bool kWithCovariance, typename Layout>
 [[gnu::always_inline]] inline void HermiteOverStencil(const Layout& layout, Stencil<Layout> points,
                                                       const StencilTimes& times, double t,

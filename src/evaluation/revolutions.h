@@ -25,7 +25,8 @@ inline std::int32_t CountFrom(const Point& stored, std::int32_t number, const Ve
     return static_cast<std::int32_t>(revolution);
 }
 
-// The point that a bisection over all points, begun with 0 and n + 1, looks at last when it ends between `low` and low + 1.
+// The point that a bisection over all points, begun with 0 and n + 1, looks at last when it ends between `low` and low
+// + 1.
 inline std::size_t LastMid(std::size_t n, std::size_t low) noexcept {
     std::size_t left = 0;
     std::size_t right = n + 1;
@@ -37,9 +38,9 @@ inline std::size_t LastMid(std::size_t n, std::size_t low) noexcept {
     return mid;
 }
 
-// Where there may be a crossing or the numbers of the two points beside the state differ. The revolution is counted from
-// the point that a full bisection would have looked at last. That is one of the two; which of them matters only where they
-// disagree.
+// Where there may be a crossing or the numbers of the two points beside the state differ. The revolution is counted
+// from the point that a full bisection would have looked at last. That is one of the two; which of them matters only
+// where they disagree.
 template <typename Layout>
 [[gnu::noinline]] std::int32_t CountRevolution(const Table<Layout>& table, std::size_t low,
                                                const VecTabPoint& state) noexcept {

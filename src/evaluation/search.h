@@ -32,8 +32,8 @@ inline std::size_t GuessPoint(const Table<Layout>& table, double t) noexcept {
                                              : table.count;
 }
 
-// The number of points before the time: from the guess in doubling steps until the time lies between, then by bisection.
-// An even table has it within two looks, any table within twice the looks of a bisection.
+// The number of points before the time: from the guess in doubling steps until the time lies between, then by
+// bisection. An even table has it within two looks, any table within twice the looks of a bisection.
 template <typename Layout>
 [[gnu::noinline]] std::size_t SearchLow(const Table<Layout>& table, std::size_t guess, double t) noexcept {
     const std::size_t n = table.count;

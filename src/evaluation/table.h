@@ -1,8 +1,8 @@
 // A table under evaluation, whatever way its points lie.
 //
 // A layout says how: `Point` has ds50UTC, pos, vel and revNum, as VecTabPoint; CovarianceOf(point) gives the terms of a
-// point, zeros where it has none; ToState(point) gives the point as a state. An object of the layout may hold where else
-// to look; that of the records is empty and takes no room.
+// point, zeros where it has none; ToState(point) gives the point as a state. An object of the layout may hold where
+// else to look; that of the records is empty and takes no room.
 #pragma once
 
 #include <array>

@@ -22,8 +22,8 @@ using VecTableTypes::EphemName;
 using VecTableTypes::PathText;
 using VecTableTypes::VecTabRecord;
 
-// Loads an ephemeris file or a list file. 0; 2 when the load failed, with entries in the log and the records finished so
-// far stored; or the error number of the system when the file cannot be opened.
+// Loads an ephemeris file or a list file. 0; 2 when the load failed, with entries in the log and the records finished
+// so far stored; or the error number of the system when the file cannot be opened.
 VECTABLE_MODULE std::int32_t ReadVecTabsFrFile(std::string_view filePath);
 
 // Both passes over an open file.

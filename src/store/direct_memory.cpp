@@ -25,8 +25,8 @@ constexpr std::size_t kFirstBlock = 16384;  // slots: a mebibyte
 constexpr std::size_t kSmallestBlock = 64;  // a page
 constexpr std::size_t kMostBlocks = 256;
 
-// Slots lie in blocks that are never handed back, so that a lookup can tell by arithmetic only whether an address names a
-// slot. A block is untouched memory at first; its slots are made one after the other.
+// Slots lie in blocks that are never handed back, so that a lookup can tell by arithmetic only whether an address names
+// a slot. A block is untouched memory at first; its slots are made one after the other.
 struct Block {
     DmaSlot* first = nullptr;
     std::size_t size = 0;              // slots

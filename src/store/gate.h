@@ -25,9 +25,9 @@ struct GateThreads {
         return counts[ownCount];
     }
 
-    // A short wait costs the processor a few pauses; a longer one hands the time slice to whoever is waited for; a long one
-    // leaves the processor to others and looks from time to time. The yields are few: a thread that yields often has to
-    // wait long for its next turn.
+    // A short wait costs the processor a few pauses; a longer one hands the time slice to whoever is waited for; a long
+    // one leaves the processor to others and looks from time to time. The yields are few: a thread that yields often
+    // has to wait long for its next turn.
     template <typename Condition>
     static void WaitUntil(Condition condition) noexcept {
         constexpr int kPauses = 64;

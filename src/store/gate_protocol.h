@@ -4,16 +4,16 @@
 // sets the flag first and looks at the counts second. Both are sequentially consistent, so one of the two sees the
 // other.
 //
-// A waiting writer keeps new readers out, so readers cannot starve it. Writers can hold a reader back: one that misses the
-// gap between two of them waits for the next.
+// A waiting writer keeps new readers out, so readers cannot starve it. Writers can hold a reader back: one that misses
+// the gap between two of them waits for the next.
 //
 // The readers are counted in several places, each on a cache line of its own and each serving a share of the threads:
 // readers of different threads would otherwise spend more time on handing one line to and fro than on their work. Only
 // the sum says how many are inside: a reader may leave on another thread than it has entered on.
 //
 // `Platform` gives atomics, a mutex, waiting, and the count that serves a thread. The model check in
-// tests/store/gate_model.cpp explores this source on a platform of its own, and weakens every access in turn: none of those
-// that are not relaxed could be weaker.
+// tests/store/gate_model.cpp explores this source on a platform of its own, and weakens every access in turn: none of
+// those that are not relaxed could be weaker.
 #pragma once
 
 #include <array>

@@ -20,14 +20,14 @@ using VecTableTypes::FixedText;
 // stored.
 VECTABLE_MODULE std::int64_t AddRecToMem(VecTabRecord record, VecTabBinTree** nodeOut = nullptr);
 
-// The stored record of a key, or null with the message of the failure in `errText`, blanks otherwise. For a tree key the
-// gate is entered, unless `gateHeld` says that the caller is inside, and is held on return, whether or not a record was
-// found. A direct-memory key enters no gate.
+// The stored record of a key, or null with the message of the failure in `errText`, blanks otherwise. For a tree key
+// the gate is entered, unless `gateHeld` says that the caller is inside, and is held on return, whether or not a record
+// was found. A direct-memory key enters no gate.
 VECTABLE_MODULE void FindRecPtr(std::int64_t key, VecTabRecord*& recOut, FixedText<128>* errText = nullptr,
                                 bool gateHeld = false) noexcept;
 
-// The stored records of many keys, null where there is none, looked up side by side: the waits for memory overlap. What a
-// request needs first of each record is asked for. The gate is for the caller to hold when there are tree keys.
+// The stored records of many keys, null where there is none, looked up side by side: the waits for memory overlap. What
+// a request needs first of each record is asked for. The gate is for the caller to hold when there are tree keys.
 inline constexpr std::size_t kRecordsAtOnce = 64;  // at most
 void FindRecords(std::span<const std::int64_t> keys, std::span<const VecTabRecord*> records) noexcept;
 

@@ -20,8 +20,8 @@ using VecTableSupport::FixedText;
 
 inline constexpr std::size_t kCovTerms = VEC_TAB_COV_TERMS;
 
-// Term 2 of the covariance of a table's points with this value says that term 1 is a scalar of its own and that there is
-// no covariance.
+// Term 2 of the covariance of a table's points with this value says that term 1 is a scalar of its own and that there
+// is no covariance.
 inline constexpr double kScalarMark = VEC_TAB_SCALAR_MARK;
 
 using PathText = FixedText<VEC_TAB_PATH_LENGTH>;
@@ -58,8 +58,8 @@ inline TimeSpan SpanOf(std::span<const VecTabPoint> points) noexcept {
     return SpanOver(points.front().ds50UTC, points.back().ds50UTC, static_cast<std::uint32_t>(points.size() - 1));
 }
 
-// The array of points that a record owns. Its capacity moves in the steps that its user asks for, and memory follows the
-// points: what lies between them and the capacity are default points, which take none.
+// The array of points that a record owns. Its capacity moves in the steps that its user asks for, and memory follows
+// the points: what lies between them and the capacity are default points, which take none.
 class VECTABLE_MODULE PointArray {
   public:
     PointArray() noexcept = default;
@@ -122,8 +122,8 @@ class VECTABLE_MODULE PointArray {
 inline constexpr std::size_t kCacheLine = 64;
 
 // One stored ephemeris. Points 1 to numOfPts are valid, strictly increasing in time; when there is one, epochDs50UTC is
-// the time of the first. satNum, coordSys and epochDs50UTC are the identity of a record. What a request needs comes first,
-// on one cache line.
+// the time of the first. satNum, coordSys and epochDs50UTC are the identity of a record. What a request needs comes
+// first, on one cache line.
 struct alignas(kCacheLine) VecTabRecord {
     PointArray points;
     std::int32_t numOfPts = 0;      // number of valid points

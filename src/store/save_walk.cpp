@@ -15,8 +15,8 @@ using VecTableSupport::TextBuilder;
 constexpr std::string_view kFileKeyword = "EPHFIL = ";
 constexpr std::size_t kCacheLine = decltype(gate)::kCacheLine;
 
-// Nodes and records lie all over the memory. Asking for all that comes next at once lets the waits overlap, which takes a
-// third off the time of a save.
+// Nodes and records lie all over the memory. Asking for all that comes next at once lets the waits overlap, which takes
+// a third off the time of a save.
 void AskAhead(const VecTabBinTree& node, const VecTabRecord& record) noexcept {
     __builtin_prefetch(node.left);
     __builtin_prefetch(node.right);

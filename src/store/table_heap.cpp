@@ -227,8 +227,8 @@ bool OpenMore(std::size_t size, Region& region) noexcept NEEDS(heap.mutex) {
 // A free block of at least this size, or null when the lane needs another region.
 Block* FindFor(std::size_t index, std::size_t size) noexcept NEEDS(heap.mutex) {
     Lane& lane = heap.lanes[index];
-    // A table that grows had better not move often: it gets a gap twice its size. Only when the gaps are small altogether
-    // it gets memory that none has had yet.
+    // A table that grows had better not move often: it gets a gap twice its size. Only when the gaps are small
+    // altogether it gets memory that none has had yet.
     const std::size_t gaps = heap.smallPages.touched + heap.largePages.touched - Used();
     Block* wide = lane.freeBlocks.Find(2 * size);
     if (wide != nullptr && (wide != wide->region->last || gaps < Used() / 16)) return wide;

@@ -1,11 +1,11 @@
 // The heap of the tables that share regions.
 //
-// Each thread takes tables from regions of its lane, so that what it builds has the memory after it to itself. The first
-// region of a lane is small. The others are 64 MiB of address space, opened by doubling, on large pages where the system
-// grants them: these are several times cheaper to touch, and a request finds its points in one step less.
+// Each thread takes tables from regions of its lane, so that what it builds has the memory after it to itself. The
+// first region of a lane is small. The others are 64 MiB of address space, opened by doubling, on large pages where the
+// system grants them: these are several times cheaper to touch, and a request finds its points in one step less.
 //
-// What removed tables leave goes back to the system when it is more than half of what the others take: regions without a
-// table, then large pages without one. Once less than a quarter is left of what there was, the large pages that few
+// What removed tables leave goes back to the system when it is more than half of what the others take: regions without
+// a table, then large pages without one. Once less than a quarter is left of what there was, the large pages that few
 // tables hold are split too, which slows these tables down a little.
 //
 // Threads: any thread at any time; a block is its owner's.

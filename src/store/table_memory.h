@@ -2,8 +2,8 @@
 //
 // A process has a limited number of mappings (65,530 on most systems), and a store has any number of tables. So tables
 // share regions (table_heap), and only a long one is a mapping of its own, which grows by moving pages and not bytes. A
-// table that grows takes the free memory after it, where there is some: one that is read or built while its thread builds
-// no other one hardly moves as it grows.
+// table that grows takes the free memory after it, where there is some: one that is read or built while its thread
+// builds no other one hardly moves as it grows.
 //
 // Threads: any thread at any time.
 #pragma once
@@ -18,8 +18,8 @@ inline constexpr std::size_t kLongTable = std::size_t{32} << 20;
 // Memory for at least so many bytes, on cache lines of its own; null when there is none.
 void* TakeTableMemory(std::size_t bytes) noexcept;
 
-// The same memory, or other with its first `used` bytes, for at least `bytes`; null when there is none, and the old memory
-// is then as it was. A smaller size keeps the place and gives the rest back.
+// The same memory, or other with its first `used` bytes, for at least `bytes`; null when there is none, and the old
+// memory is then as it was. A smaller size keeps the place and gives the rest back.
 void* ResizeTableMemory(void* memory, std::size_t used, std::size_t bytes) noexcept;
 
 // Null is no memory, and none is given back.

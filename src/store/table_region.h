@@ -46,15 +46,15 @@ struct Region {
     bool IsEmpty() const noexcept { return last == &first && first.isFree; }
 };
 
-// A region for a lane that has so many bytes opened: one block, of at least this size. The first of a lane is a small one
-// on small pages, the others are as large as the system gives, on large pages where it grants them. Null when there is no
-// memory.
+// A region for a lane that has so many bytes opened: one block, of at least this size. The first of a lane is a small
+// one on small pages, the others are as large as the system gives, on large pages where it grants them. Null when there
+// is no memory.
 Region* MapRegion(std::size_t size, std::size_t opened) noexcept;
 
 void UnmapRegion(Region* region) noexcept;
 
-// Makes at least so many more bytes of a region usable, and as many as its lane has if it can. The number of bytes; 0 when
-// there is no memory.
+// Makes at least so many more bytes of a region usable, and as many as its lane has if it can. The number of bytes; 0
+// when there is no memory.
 std::size_t Open(Region& region, std::size_t least, std::size_t opened) noexcept;
 
 // Pages of a region, counted from its start.

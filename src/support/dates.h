@@ -26,8 +26,8 @@ double Date_In(std::string_view text) noexcept;
 double Dtg2Ds50UTC(std::string_view text) noexcept;
 double DateStr2Ds50(std::string_view text) noexcept;
 
-// The time, UTC, of a text that is in no format's field: a day without a time of day is its start, and a second 60 needs
-// a leap second of the table, and so UTC.
+// The time, UTC, of a text that is in no format's field: a day without a time of day is its start, and a second 60
+// needs a leap second of the table, and so UTC.
 double TimeOfText(std::string_view text, TimeScale scale = TimeScale::kUtc) noexcept;
 
 // The epoch text of a key: "YYDDDHHMMSS.SSS...", "YYYYDDDHHMMSS.SSS..." or "YYDDD.DDDDDDDD...", told apart by where the

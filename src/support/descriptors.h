@@ -1,5 +1,5 @@
-// Descriptors of open files. The library's own are never 0, 1 or 2: a host may have closed its standard streams, and what
-// it writes to them must not end up in a file of the library.
+// Descriptors of open files. The library's own are never 0, 1 or 2: a host may have closed its standard streams, and
+// what it writes to them must not end up in a file of the library.
 #pragma once
 
 #include <sys/types.h>

@@ -14,8 +14,8 @@ struct KeptEntry {
     std::string text;
 };
 
-// Keeps an entry for the calling thread. Until the last one is taken, those after the first VEC_HOST_MOST_KEPT of a level
-// are dropped; so is one that there is no memory for.
+// Keeps an entry for the calling thread. Until the last one is taken, those after the first VEC_HOST_MOST_KEPT of a
+// level are dropped; so is one that there is no memory for.
 void KeepEntry(std::int32_t level, std::string_view text) noexcept;
 
 // Takes the calling thread's oldest entry; false when there is none.

@@ -13,8 +13,8 @@ struct SortEntry {
     std::int64_t key;
 };
 
-// Sorts by text, ascending; entries of equal text stay in their order. The interface fixes the name; the sort is a merge
-// sort, as only a stable one keeps that order.
+// Sorts by text, ascending; entries of equal text stay in their order. The interface fixes the name; the sort is a
+// merge sort, as only a stable one keeps that order.
 void QuickSortIterative(std::span<SortEntry> entries);
 
 }  // namespace VecTableSupport

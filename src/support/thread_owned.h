@@ -3,8 +3,8 @@
 
 namespace VecTableSupport {
 
-// The thread's own object of the type, null once the thread has ended so far that it is destroyed: what its host destroys
-// after it may still call the library.
+// The thread's own object of the type, null once the thread has ended so far that it is destroyed: what its host
+// destroys after it may still call the library.
 template <typename Object>
 Object* ThreadOwned() noexcept {
     static constinit thread_local bool ended = false;

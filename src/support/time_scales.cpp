@@ -7,10 +7,11 @@
 namespace VecTableSupport {
 namespace {
 
-// TAI - UTC in seconds, from the bulletins C of the International Earth Rotation and Reference Systems Service (IERS), which
-// come out every January and July and tell six months in advance. The last one read says: no leap second up to the end of
-// 2026. From 2027 on this table may be out of date. To bring it up to date, enter the new line at the head, in
-// kLatestLeapSecond, move the old head here, and change this date; a test compares every line with another library's table.
+// TAI - UTC in seconds, from the bulletins C of the International Earth Rotation and Reference Systems Service (IERS),
+// which come out every January and July and tell six months in advance. The last one read says: no leap second up to
+// the end of 2026. From 2027 on this table may be out of date. To bring it up to date, enter the new line at the head,
+// in kLatestLeapSecond, move the old head here, and change this date; a test compares every line with another library's
+// table.
 constexpr LeapSecond kLeapSeconds[] = {
     kLatestLeapSecond,           LeapSecondFrom(2015, 7, 36), LeapSecondFrom(2012, 7, 35), LeapSecondFrom(2009, 1, 34),
     LeapSecondFrom(2006, 1, 33), LeapSecondFrom(1999, 1, 32), LeapSecondFrom(1997, 7, 31), LeapSecondFrom(1996, 1, 30),

@@ -57,8 +57,8 @@ VecTabRecord MakeRecord(std::size_t n, double start, int kind, std::mt19937_64& 
     return record;
 }
 
-// Points that lie in another way: short ones, with the covariances in an array of their own, whose first is that of points
-// that have none.
+// Points that lie in another way: short ones, with the covariances in an array of their own, whose first is that of
+// points that have none.
 struct ShortPoint {
     double ds50UTC;
     std::array<double, 3> pos, vel;

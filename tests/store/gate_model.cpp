@@ -1,6 +1,6 @@
-// Explores the interleavings of the read gate's own source with a model of the C++ memory model (relacy): two readers and
-// a writer, a reader and two writers, a reader that leaves on another thread. Then it proves itself: every access of the
-// source is made relaxed, and dropped, in turn, and each of these faults has to be found.
+// Explores the interleavings of the read gate's own source with a model of the C++ memory model (relacy): two readers
+// and a writer, a reader and two writers, a reader that leaves on another thread. Then it proves itself: every access
+// of the source is made relaxed, and dropped, in turn, and each of these faults has to be found.
 #include <array>
 #include <cstdio>
 #include <ostream>

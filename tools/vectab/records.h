@@ -57,7 +57,8 @@ class StoredKeys {
     std::vector<std::int64_t> keys_;
 };
 
-// The records of a file, stored as long as this lives. The messages of the library's log are passed on to standard error.
+// The records of a file, stored as long as this lives. The messages of the library's log are passed on to standard
+// error.
 class LoadedFile {
   public:
     // A failure when the file gives no record.

@@ -19,8 +19,8 @@ class WriteSignalHold {
     sigset_t before_;
 };
 
-// Sets a lock of the type on a file, or takes it off. It belongs to the open file and not to the process, which may well
-// have the same file open a second time. 0, or -1 with errno.
+// Sets a lock of the type on a file, or takes it off. It belongs to the open file and not to the process, which may
+// well have the same file open a second time. 0, or -1 with errno.
 int SetLock(int descriptor, short type) noexcept;
 
 // Whether the folder lies in /proc, where the text of a link need not be a path.

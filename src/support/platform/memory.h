@@ -28,8 +28,8 @@ void Discard(void* place, std::size_t length) noexcept;
 // Whether the memory takes large pages from now on, where it takes none yet.
 void AdviseLarge(void* place, std::size_t length, bool isLarge) noexcept;
 
-// The same memory in another length, moved by its pages where it has no room to grow: to a large page if it can, as large
-// pages are then moved as such. Null when there is none, and it is then as it was.
+// The same memory in another length, moved by its pages where it has no room to grow: to a large page if it can, as
+// large pages are then moved as such. Null when there is none, and it is then as it was.
 void* ResizePages(void* place, std::size_t before, std::size_t length) noexcept;
 
 }  // namespace VecTableSupport
