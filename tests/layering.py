@@ -1,7 +1,10 @@
-"""Refuses an include that points upward through the modules: calls go downward only.
+"""Refuses an include that points upward through the modules, sources that lead to each other, and headers of one system
+outside the directory for them: calls go downward only.
 
-The module of a file is the namespace that it opens, or uses where it opens none.
+The module of a file is the namespace that it opens, or uses where it opens none. A header and its source are one.
 """
+
+import graphlib
 
 import pathlib
 import re
@@ -16,6 +19,10 @@ ORDER = [
     "VecTableDllVarsUtils",
     "VecTableDllExports",
 ]
+
+POSIX = {"fcntl.h", "pthread.h", "sys/stat.h", "sys/types.h", "unistd.h"}  # of its headers, those in use
+OF_COMPILERS = {"sanitizer/asan_interface.h"}
+PLATFORM = "support/platform/"
 
 
 def module_of(text):
@@ -36,14 +43,26 @@ def main(root):
             sys.exit(f"{name}: belongs to no module")
         rank[name] = ORDER.index(module)
     faults = 0
+    uses = {}
     for name, text in files.items():
+        unit = uses.setdefault(name.rpartition(".")[0], set())
+        for header in re.findall(r"^ *#include <([a-z_/]+[.]h)>", text, re.MULTILINE):
+            if header not in POSIX | OF_COMPILERS and not header.startswith("vectable/") and not name.startswith(PLATFORM):
+                print(f"{name} includes {header}, which POSIX does not have")
+                faults += 1
         for included in re.findall(r'^#include "([^"]+)"', text, re.MULTILINE):
             if included not in rank:
                 sys.exit(f"{name}: includes {included}, which does not exist")
+            unit |= {included.rpartition(".")[0]} - {name.rpartition(".")[0]}
             if rank[included] > rank[name]:
                 print(f"{name} ({ORDER[rank[name]]}) includes {included} ({ORDER[rank[included]]})")
                 faults += 1
-    print(f"{len(rank)} files, {faults} upward includes")
+    try:
+        graphlib.TopologicalSorter(uses).prepare()
+    except graphlib.CycleError as cycle:
+        print("in a circle:", " <- ".join(cycle.args[1]))
+        faults += 1
+    print(f"{len(rank)} files, {faults} faults")
     return 1 if faults else 0
 
 
