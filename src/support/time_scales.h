@@ -23,10 +23,14 @@ struct LeapSecond {
     double tai;     // days since 1950, TAI: the same instant
 };
 
-constexpr LeapSecond LeapSecondFrom(int year, int month, int taiMinusUtc) noexcept {
+// Days since 1950 of a date's start.
+constexpr double DayOf(int year, int month, int day) noexcept {
     const auto dayZero = std::chrono::sys_days{std::chrono::year{1949} / 12 / 31};
-    const auto day = std::chrono::sys_days{std::chrono::year{year} / month / 1} - dayZero;
-    const auto utc = static_cast<double>(day.count());
+    return static_cast<double>((std::chrono::sys_days{std::chrono::year{year} / month / day} - dayZero).count());
+}
+
+constexpr LeapSecond LeapSecondFrom(int year, int month, int taiMinusUtc) noexcept {
+    const double utc = DayOf(year, month, 1);
     const double offset = taiMinusUtc / kSecondsPerDay;
     return {utc, offset, utc + offset};
 }
@@ -45,7 +49,8 @@ double Tai2Utc(double ds50TAI) noexcept {
     return ds50TAI >= kLatestLeapSecond.tai ? ds50TAI - kLatestLeapSecond.offset : EarlierTai2Utc(ds50TAI);
 }
 
-// The time, UTC, of a day count and seconds of the day on a scale, to the nearest double.
+// The time, UTC, of a day count and seconds of the day on a scale, to the nearest double. The first time that the table
+// of leap seconds does not reach is told in the log, as information.
 double ToUtc(double day, double seconds, TimeScale scale) noexcept;
 
 // Whether a time in the first second of a day may stand for the leap second before that day.

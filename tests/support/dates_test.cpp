@@ -7,6 +7,7 @@
 #include <random>
 #include <utility>
 
+#include "helpers/log_capture.h"
 #include "helpers/tables.h"
 #include "support/keys.h"
 #include "support/time_scales.h"
@@ -93,6 +94,16 @@ TEST(TimeScales, OffsetsAreThoseOfTheReferenceTable) {
     EXPECT_EQ(changes, 27);
     EXPECT_NEAR((Utc2Tai(1000.5) - 1000.5) * 86400.0, 10.0, 1e-7);
     EXPECT_EQ(Tai2Utc(Utc2Tai(1000.5)), 1000.5);
+}
+
+TEST(TimeScales, TheFirstTimeAfterTheTableIsTold) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // in a process that has told nothing
+    const auto told = [](double seconds) {
+        const LogCapture log;
+        ToUtc(28125.0, seconds, TimeScale::kTai);  // 2027-01-01
+        return static_cast<int>(log.entries.size());
+    };
+    EXPECT_EXIT(std::_Exit(100 * told(36.9) + 10 * told(37.1) + told(37.1)), testing::ExitedWithCode(10), "");
 }
 
 TEST(TimeScales, TheRoundTripAndDifferencesAreExact) {
