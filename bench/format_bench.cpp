@@ -38,7 +38,7 @@ std::vector<State> ManyStates(const Sample& sample) {
 }
 
 // The message of the samples with a covariance at every state, along the orbit.
-void WriteTurnedCovariances(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
+void WriteRotatedCovariances(std::ostream& out, const Sample& sample, const std::vector<State>& states) {
     std::stringstream message;
     kSamples.back().write(message, sample, states);
     std::vector<std::string> dates;
@@ -62,7 +62,7 @@ double NumbersPerPoint(const Sample& sample) {
     const std::map<std::string, double> others = {
         {"itc.txt", 28.0},    {"simulated_observations.txt", 8.0}, {"lch.txt", 8.0},     {"dce_text.txt", 14.0},
         {"launch.txt", 15.0}, {"ecr_position.txt", 4.0},           {"binary.dce", 13.0}, {"10018_position.e", 4.0},
-        {"turned.oem", 29.0}};
+        {"rotated.oem", 29.0}};
     const auto other = others.find(sample.file);
     return other == others.end() ? 7.0 : other->second;
 }
@@ -161,16 +161,16 @@ void BareBinary(benchmark::State& state, const std::string& path, double perPoin
 
 int main(int argc, char** argv) {
     VecHostSetTraceSink(nullptr, nullptr);
-    const auto folder = std::filesystem::temp_directory_path() / "vectable_format_bench";
-    std::filesystem::create_directories(folder);
+    const auto directory = std::filesystem::temp_directory_path() / "vectable_format_bench";
+    std::filesystem::create_directories(directory);
     std::vector<Question> questions;
     std::vector<Sample> samples = kSamples;
-    Sample turned = samples.back();
-    turned.file = "turned.oem";
-    turned.write = WriteTurnedCovariances;
-    samples.push_back(turned);
+    Sample rotated = samples.back();
+    rotated.file = "rotated.oem";
+    rotated.write = WriteRotatedCovariances;
+    samples.push_back(rotated);
     for (const Sample& sample : samples) {
-        const std::string path = folder / sample.file;
+        const std::string path = directory / sample.file;
         std::ofstream out(path);
         sample.write(out, sample, ManyStates(sample));
         out.close();
@@ -179,25 +179,26 @@ int main(int argc, char** argv) {
             ->Iterations(2)
             ->Unit(benchmark::kNanosecond);
         const std::string dotE = sample.velDigit == 0.0 ? "10018_position.e" : "10001_leo.e";
-        if (sample.file != dotE && sample.file != turned.file)
+        if (sample.file != dotE && sample.file != rotated.file)
             questions.push_back({sample.file + ", ns a number", sample.file, dotE, 1.5});
     }
-    benchmark::RegisterBenchmark("itc_bare", Bare, (folder / "itc.txt").string(), 28)
+    benchmark::RegisterBenchmark("itc_bare", Bare, (directory / "itc.txt").string(), 28)
         ->UseManualTime()
         ->Iterations(2)
         ->Unit(benchmark::kNanosecond);
     questions.push_back({"itc.txt beside the bare pass over its numbers", "itc.txt", "itc_bare", 2.5});
-    benchmark::RegisterBenchmark("turned_bare", Bare, (folder / turned.file).string(), 29)
+    benchmark::RegisterBenchmark("rotated_bare", Bare, (directory / rotated.file).string(), 29)
         ->UseManualTime()
         ->Iterations(2)
         ->Unit(benchmark::kNanosecond);
-    questions.push_back({"message, covariances along the orbit, beside a bare pass", turned.file, "turned_bare", 2.0});
-    benchmark::RegisterBenchmark("binary_bare", BareBinary, (folder / "binary.dce").string(), 13.0)
+    questions.push_back(
+        {"message, covariances along the orbit, beside a bare pass", rotated.file, "rotated_bare", 2.0});
+    benchmark::RegisterBenchmark("binary_bare", BareBinary, (directory / "binary.dce").string(), 13.0)
         ->UseManualTime()
         ->Iterations(2)
         ->Unit(benchmark::kNanosecond);
     questions.push_back({"binary.dce beside a bare read and byte swap", "binary.dce", "binary_bare", 1.6});
     const int result = RunWithRatios(argc, argv, questions);
-    std::filesystem::remove_all(folder);
+    std::filesystem::remove_all(directory);
     return result;
 }

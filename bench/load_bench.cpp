@@ -147,13 +147,13 @@ int main(int argc, char** argv) {
     VecHostSetTraceSink(nullptr, nullptr);
     constexpr long kFiles = 5000;
     const DotEFile small(200);
-    const std::filesystem::path folder = std::filesystem::temp_directory_path() / "vectable_load_bench";
-    std::filesystem::create_directories(folder);
-    const std::string list = folder / "list.txt";
+    const std::filesystem::path directory = std::filesystem::temp_directory_path() / "vectable_load_bench";
+    std::filesystem::create_directories(directory);
+    const std::string list = directory / "list.txt";
     std::ofstream listed(list);
     Paths paths;
     for (long i = 0; i < kFiles; ++i) {
-        const std::filesystem::path copy = folder / (std::to_string(10000 + i) + ".e");
+        const std::filesystem::path copy = directory / (std::to_string(10000 + i) + ".e");
         std::filesystem::copy_file(small.Path(), copy, std::filesystem::copy_options::overwrite_existing);
         listed << "EPHFIL = " << copy.string() << '\n';
         paths.push_back(copy);
@@ -187,6 +187,6 @@ int main(int argc, char** argv) {
          {"the same, 4*10^6 lines", "Load_4000000", "Bare_4000000", 1.6},
          {"5,000 files of 200 lines beside one of as many, ns a line", "List", "ListAsOneFile", 1.5},
          {"5,000 files on two threads, % of the time of one", "FilesOnTwoThreads", "BareOnTwoThreads", 1.05}});
-    std::filesystem::remove_all(folder);
+    std::filesystem::remove_all(directory);
     return exitStatus;
 }

@@ -6,19 +6,19 @@ import pathlib
 import tomllib
 import zipfile
 
-FOLDER = pathlib.Path(__file__).resolve().parent
+DIRECTORY = pathlib.Path(__file__).resolve().parent
 
 
 def _metadata():
-    project = tomllib.loads((FOLDER / "pyproject.toml").read_text())["project"]
+    project = tomllib.loads((DIRECTORY / "pyproject.toml").read_text())["project"]
     version = {}
-    exec((FOLDER / "vectable/_version.py").read_text(), version)
+    exec((DIRECTORY / "vectable/_version.py").read_text(), version)
     return project, version["__version__"]
 
 
 def _write(path, files, project, version):
     """A wheel of (name, bytes), with its description and the list of hashes that the format asks for."""
-    folder = f"{project['name']}-{version}.dist-info"
+    directory = f"{project['name']}-{version}.dist-info"
     heading = [
         "Metadata-Version: 2.1",
         f"Name: {project['name']}",
@@ -27,15 +27,15 @@ def _write(path, files, project, version):
         f"Requires-Python: {project['requires-python']}",
     ]
     tags = ["Wheel-Version: 1.0", "Generator: vectable", "Root-Is-Purelib: true", "Tag: py3-none-any"]
-    files = [*files, (f"{folder}/METADATA", "\n".join(heading).encode() + b"\n")]
-    files.append((f"{folder}/WHEEL", "\n".join(tags).encode() + b"\n"))
+    files = [*files, (f"{directory}/METADATA", "\n".join(heading).encode() + b"\n")]
+    files.append((f"{directory}/WHEEL", "\n".join(tags).encode() + b"\n"))
     with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as wheel:
         record = ""
         for name, content in files:
             digest = base64.urlsafe_b64encode(hashlib.sha256(content).digest()).rstrip(b"=").decode()
             record += f"{name},sha256={digest},{len(content)}\n"
             wheel.writestr(name, content)
-        wheel.writestr(f"{folder}/RECORD", record + f"{folder}/RECORD,,\n")
+        wheel.writestr(f"{directory}/RECORD", record + f"{directory}/RECORD,,\n")
 
 
 def _build(wheel_directory, files):
@@ -46,9 +46,9 @@ def _build(wheel_directory, files):
 
 
 def build_wheel(wheel_directory, config_settings=None, metadata_directory=None):
-    modules = sorted([*FOLDER.glob("vectable/*.py"), FOLDER / "vectable/py.typed"])
+    modules = sorted([*DIRECTORY.glob("vectable/*.py"), DIRECTORY / "vectable/py.typed"])
     return _build(wheel_directory, [(f"vectable/{path.name}", path.read_bytes()) for path in modules])
 
 
 def build_editable(wheel_directory, config_settings=None, metadata_directory=None):
-    return _build(wheel_directory, [("vectable.pth", f"{FOLDER}\n".encode())])
+    return _build(wheel_directory, [("vectable.pth", f"{DIRECTORY}\n".encode())])

@@ -36,8 +36,8 @@ VecTabGetLoaded and VecTabSaveFile use all records.
 Ctrl-C during a call raises KeyboardInterrupt when the call is done: a load is over at the end of its file.
 
 The library is the one that the environment variable VECTABLE_LIBRARY names. Without it, it is looked for beside this
-package, in the build folder of the checkout around it, in the lib folders of the prefix that it is installed in, where
-the system's loader finds it, and in the checkout that pip installed this package from.
+package, in the build directory of the checkout around it, in the lib directories of the prefix that it is installed in,
+where the system's loader finds it, and in the checkout that pip installed this package from.
 """
 from . import _calls, _constants
 from ._calls import *  # noqa: F403

@@ -32,7 +32,7 @@ def _candidates():
         return [explicit]
     package = pathlib.Path(__file__).resolve().parent
     paths = [package / _NAME, package.parent / _NAME, package.parents[1] / _BUILD]
-    # <prefix>/share/<folder>/vectable, and <prefix>/lib/python3/dist-packages/vectable
+    # <prefix>/share/<directory>/vectable, and <prefix>/lib/python3/dist-packages/vectable
     for prefix in list(package.parents)[2:4]:
         paths += sorted([*prefix.glob(f"lib*/{_NAME}"), *prefix.glob(f"lib/*/{_NAME}")])
     return [*map(str, paths), _NAME, *(str(checkout / _BUILD) for checkout in _checkout_of_installation())]

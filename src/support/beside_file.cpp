@@ -15,11 +15,11 @@ namespace {
 
 constexpr int kMostNumbers = 1000;
 
-// A name in the folder of the file. Numbers are taken up again, so that files left over are found without a search.
+// A name in the directory of the file. Numbers are taken up again, so that files left over are found without a search.
 std::string NameBeside(const std::string& path, int number) {
     constexpr std::size_t kLongestHead = 100;  // of the file's name, so that every file system takes the whole
-    const std::size_t folder = path.rfind('/') + 1;
-    return path.substr(0, folder + kLongestHead) + ".vectable-" + std::to_string(number) + ".tmp";
+    const std::size_t directory = path.rfind('/') + 1;
+    return path.substr(0, directory + kLongestHead) + ".vectable-" + std::to_string(number) + ".tmp";
 }
 
 // Whether there was a file of that name. A second name of the file that it was to replace is left over too.

@@ -1,4 +1,4 @@
-// A file of the library's own in the folder of another one, which is to take that one's name.
+// A file of the library's own in the directory of another one, which is to take that one's name.
 //
 // It is locked as long as its process lives. One that is not locked was left over by a process that ended, and is
 // removed when the next one is made beside the same file. Their names are numbered from 1, so that they are found

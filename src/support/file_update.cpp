@@ -24,13 +24,13 @@ constexpr mode_t kNewFileMode = 0666;  // less what the process masks
 constexpr int kMostTries = 6000;       // with the pause: half a minute
 constexpr timespec kPause{.tv_sec = 0, .tv_nsec = 5'000'000};
 
-// Whether a folder refuses new files and renames, which says nothing against writing to a file that is there.
+// Whether a directory refuses new files and renames, which says nothing against writing to a file that is there.
 bool IsRefusal(std::int32_t error) noexcept {
     constexpr std::array kRefusals{EACCES, EPERM, EROFS, EBUSY, EXDEV};
     return std::ranges::find(kRefusals, error) != kRefusals.end();
 }
 
-std::string FolderOf(const std::string& path) {
+std::string DirectoryOf(const std::string& path) {
     return path.substr(0, path.rfind('/') + 1) + '.';
 }
 
@@ -41,7 +41,7 @@ std::string WithoutLinks(std::string path) {
     std::array<char, PATH_MAX> target;
     for (int links = 0; links < kMostLinks; ++links) {
         const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
-        if (length < 0 || IsInProc(FolderOf(path))) break;
+        if (length < 0 || IsInProc(DirectoryOf(path))) break;
         const std::string_view leadsTo(target.data(), static_cast<std::size_t>(length));
         if (leadsTo.starts_with('/')) path.clear();
         path.erase(path.rfind('/') + 1);
@@ -138,8 +138,8 @@ std::int32_t FileUpdate::OpenTarget() noexcept {
 
 // A new file in the place of an old one is private until it has the access of that one.
 std::int32_t FileUpdate::OpenBeside() {
-    folder_ = OpenDescriptor(FolderOf(path_).c_str(), O_RDONLY | O_DIRECTORY);
-    if (folder_ < 0 && !IsRefusal(errno)) return errno;
+    directory_ = OpenDescriptor(DirectoryOf(path_).c_str(), O_RDONLY | O_DIRECTORY);
+    if (directory_ < 0 && !IsRefusal(errno)) return errno;
     if (target_ < 0) return beside_.Make(path_, kNewFileMode);
     if (Appends() && (::fcntl(target_, F_GETFL) & O_ACCMODE) == O_WRONLY) return EACCES;  // cannot be copied
     const std::int32_t code = beside_.Make(path_, kPrivateFileMode);
@@ -179,7 +179,7 @@ std::int32_t FileUpdate::CommitBeside(std::span<char> room) noexcept {
     std::int32_t code = Sync(beside_.Descriptor());
     if (code != 0) return code;
     code = beside_.TakeName(path_, target_ >= 0 || !Appends());
-    if (code == 0) return SyncFolder();
+    if (code == 0) return SyncDirectory();
     if (!IsRefusal(code)) return code;
     const off_t first = Appends() ? OldLength() : 0;
     const off_t length = ::lseek(beside_.Descriptor(), 0, SEEK_CUR) - first;
@@ -192,7 +192,7 @@ std::int32_t FileUpdate::CommitInPlace(std::span<char> room) noexcept {
     const off_t length = ::lseek(target_, 0, SEEK_CUR) - OldLength();
     std::int32_t code = Sync(target_);
     if (code == 0 && !Appends() && OldLength() > 0) code = MoveToStart(length, room);
-    if (code == 0) code = SyncFolder();
+    if (code == 0) code = SyncDirectory();
     if (code == 0) isCutBack_ = false;
     return code;
 }
@@ -214,9 +214,9 @@ std::int32_t FileUpdate::MoveToStart(off_t length, std::span<char> room) noexcep
     return code == 0 ? Sync(target_) : code;
 }
 
-// Not every file system can do that for a folder, and not every folder may be opened.
-std::int32_t FileUpdate::SyncFolder() const noexcept {
-    return folder_ < 0 || ::fsync(folder_) == 0 || errno == EINVAL ? 0 : errno;
+// Not every file system can do that for a directory, and not every directory may be opened.
+std::int32_t FileUpdate::SyncDirectory() const noexcept {
+    return directory_ < 0 || ::fsync(directory_) == 0 || errno == EINVAL ? 0 : errno;
 }
 
 void FileUpdate::Abandon() noexcept {
@@ -227,7 +227,7 @@ void FileUpdate::Abandon() noexcept {
     } else {
         CloseLocked(target_);
     }
-    CloseFile(folder_);
+    CloseFile(directory_);
 }
 
 void FileUpdate::CutBack() const noexcept {

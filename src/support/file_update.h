@@ -3,9 +3,9 @@
 // It is written beside the file, when it is appended after a copy of the old content, and renamed over it: whatever
 // fails, the end of the process and a power cut too, the file is the old one or the whole new one.
 //
-// Where no file can be made or renamed in the folder, the new text is written in place, after the old one. When it is
-// on the disk it is copied to the start, and the rest is cut off. So at every moment the file holds the old text or the
-// new one whole, beside parts of the other; a failure before the old text is touched cuts the file back.
+// Where no file can be made or renamed in the directory, the new text is written in place, after the old one. When it
+// is on the disk it is copied to the start, and the rest is cut off. So at every moment the file holds the old text or
+// the new one whole, beside parts of the other; a failure before the old text is touched cuts the file back.
 //
 // What is no regular file, and what the process itself has open for writing (/dev/stdout), is written like a pipe.
 //
@@ -62,7 +62,7 @@ class FileUpdate {
     std::int32_t CommitBeside(std::span<char> room) noexcept;
     std::int32_t CommitInPlace(std::span<char> room) noexcept;
     std::int32_t MoveToStart(off_t length, std::span<char> room) noexcept;
-    std::int32_t SyncFolder() const noexcept;
+    std::int32_t SyncDirectory() const noexcept;
     void CutBack() const noexcept;
     bool Appends() const noexcept { return action_ == OutputAction::kAppend; }
     off_t OldLength() const noexcept { return std::max<off_t>(oldLength_, 0); }
@@ -74,7 +74,7 @@ class FileUpdate {
     int target_ = -1;
     off_t oldLength_ = -1;  // -1 when there was no regular file
     BesideFile beside_;
-    int folder_ = -1;
+    int directory_ = -1;
 };
 
 }  // namespace VecTableSupport

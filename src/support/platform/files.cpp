@@ -42,9 +42,9 @@ int SetLock(int descriptor, short type) noexcept {
     return ::fcntl(descriptor, F_OFD_SETLK, &whole);
 }
 
-bool IsInProc(const std::string& folder) noexcept {
+bool IsInProc(const std::string& directory) noexcept {
     struct statfs properties;
-    return ::statfs(folder.c_str(), &properties) == 0 && properties.f_type == PROC_SUPER_MAGIC;
+    return ::statfs(directory.c_str(), &properties) == 0 && properties.f_type == PROC_SUPER_MAGIC;
 }
 
 bool HasAccessList(int file) noexcept {

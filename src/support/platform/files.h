@@ -23,13 +23,13 @@ class WriteSignalHold {
 // well have the same file open a second time. 0, or -1 with errno.
 int SetLock(int descriptor, short type) noexcept;
 
-// Whether the folder lies in /proc, where the text of a link need not be a path.
-bool IsInProc(const std::string& folder) noexcept;
+// Whether the directory lies in /proc, where the text of a link need not be a path.
+bool IsInProc(const std::string& directory) noexcept;
 
 // The list of access of a file, beside its rights.
 bool HasAccessList(int file) noexcept;
 
-// Copies it, also that there is none: new files of some folders have one.
+// Copies it, also that there is none: new files of some directories have one.
 bool CopyAccessList(int from, int to) noexcept;
 
 }  // namespace VecTableSupport
