@@ -220,7 +220,8 @@ std::string Marks(const Table& table) {
     }
     for (std::size_t i = 0; i < std::min(table.survey.spikes.size(), kMostMarks); ++i) {
         const std::string hour = hours(table.survey.spikes[i].ds50UTC);
-        script += "set arrow from " + hour + ", graph 0 to " + hour + ", graph 1 nohead dashtype 2 lc rgb '#c2502a'\n";
+        script.append("set arrow from ").append(hour).append(", graph 0 to ").append(hour);
+        script.append(", graph 1 nohead dashtype 2 lc rgb '#c2502a'\n");
     }
     return script;
 }
