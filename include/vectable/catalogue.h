@@ -10,10 +10,9 @@
  *         VecCatalogue *catalogue = VecCatNew();
  *         const char *const *paths = (const char *const *)argv + 1;
  *         if (catalogue == NULL || VecCatLoadFiles(catalogue, argc - 1, paths, NULL, NULL) != 0) return 1;
- *         double time = 27819.25, states[6 * 1000];
+ *         double time = 27819.25, states[6] = {0};
  *         VecCatAnswer wanted = {.states = states};
- *         if (VecCatNumRows(catalogue) > 1000) return 1;
- *         VecCatGrid(catalogue, 0, NULL, 1, &time, &wanted);
+ *         VecCatGrid(catalogue, 1, NULL, 1, &time, &wanted);
  *         printf("%.6f km %.6f km %.6f km\n", states[0], states[1], states[2]);
  *         VecCatFree(catalogue);
  *         return 0;
@@ -283,16 +282,15 @@ typedef struct {
  * The states of rows at times: request (i, j) is row rows[i] at ds50UTCs[j], and stands in the arrays at i * numTimes + j. May
  * start threads.
  *
- * Given:     numRows    int64             number of rows, 0 or more; not looked at where `rows` is null
- *            rows       int64[numRows]    numbers of rows, or null: all numbers from 0 to VecCatNumRows less 1
+ * Given:     numRows    int64             number of rows, 0 or more
+ *            rows       int64[numRows]    numbers of rows, or null: the first numRows of them, such as all VecCatNumRows
  *            numTimes   int64             number of times, 0 or more
  *            ds50UTCs   double[numTimes]  days since 1950, UTC; rising times are fastest
  *            wanted     VecCatAnswer*     where the answers go
  * Result:    the number of requests without a state, whose state and covariance are NaN and whose revolution number is 0; -1,
  *            with nothing written, when refused
- * Notes:     A state has the bits that VecBatchGrid gives for a record of the same points. Where `rows` is null and others add
- *            rows meanwhile, ask for the rows by their numbers: the arrays must have room for all there are. Outputs must not
- *            overlap inputs or each other. As a batch of batch.h, the call makes at most one entry in the log.
+ * Notes:     A state has the bits that VecBatchGrid gives for a record of the same points. Outputs must not overlap inputs or
+ *            each other. As a batch of batch.h, the call makes at most one entry in the log.
  */
 VECTABLE_API int64_t VecCatGrid(const VecCatalogue* catalogue, int64_t numRows, const int64_t* rows, int64_t numTimes,
                                 const double* ds50UTCs, const VecCatAnswer* wanted);
