@@ -42,6 +42,12 @@ struct RowRecord {
     std::array<std::int64_t, kRowTexts> textOffsets{};  // bytes from the start of this record
     std::array<std::int64_t, kRowTexts> textLengths{};
 
+    // Where a text stands: after the record, counted from its start.
+    void Place(RowText which, std::int64_t offset, std::size_t length) noexcept {
+        textOffsets[static_cast<std::size_t>(which)] = offset;
+        textLengths[static_cast<std::size_t>(which)] = static_cast<std::int64_t>(length);
+    }
+
     std::string_view Text(RowText which) const noexcept {
         const auto i = static_cast<std::size_t>(which);
         return {reinterpret_cast<const char*>(this) + textOffsets[i], static_cast<std::size_t>(textLengths[i])};
@@ -51,7 +57,7 @@ struct RowRecord {
 // Where a request finds a row, on a cache line. A default one is no row.
 struct alignas(kCacheLine) Row {
     const StatePoint* points = nullptr;
-    VecTableTypes::PointArray::TimeSpan span{};
+    VecTableTypes::TimeSpan span{};
     const Covariance* covariances = nullptr;
     std::uint32_t numPts = 0;
     std::uint32_t numCovs = 0;
@@ -59,6 +65,12 @@ struct alignas(kCacheLine) Row {
     void* memory = nullptr;  // of all of it, from the heap of tables; null where it lies in a snapshot
 
     bool IsThere() const noexcept { return record != nullptr; }
+
+    // Zeros for a point without one; in a snapshot, whose bytes may be anything, also for one that is not there.
+    const Covariance& CovarianceOf(const StatePoint& point) const noexcept {
+        static constexpr Covariance kNone{};
+        return point.covariance < numCovs ? covariances[point.covariance] : kNone;
+    }
 };
 static_assert(sizeof(Row) == kCacheLine);
 

@@ -66,7 +66,10 @@ void Versions::GiveBack() const noexcept {
 }
 
 Versions::Change::Change(Versions& versions)
-    : versions_(versions), lock_(versions.mutex_), next_(std::make_unique<Version>(Base())), isOwn_(next_->blocks.size()) {}
+    : versions_(versions),
+      lock_(versions.mutex_),
+      next_(std::make_unique<Version>(Base())),
+      isOwn_(next_->blocks.size()) {}
 
 Versions::Change::~Change() {
     if (published_) return;

@@ -110,7 +110,9 @@ class Versions {
         bool published_ = false;
     };
 
-    // In the child of a fork, while the parent's threads do not change versions.
+    // For a process that forks: between the first two nothing changes, and the child forgets the readers of its parent.
+    void HoldChanges() noexcept { mutex_.lock(); }
+    void ReleaseChanges() noexcept { mutex_.unlock(); }
     void ForgetReaders() noexcept { protocol_.ForgetReaders(); }
 
   private:

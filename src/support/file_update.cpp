@@ -108,9 +108,10 @@ std::int32_t FileUpdate::Open(const std::string& path, OutputAction action) {
     if (isLinkInProc) target_ = DuplicateOfNamed(path_);
     if (target_ >= 0) way_ = Way::kStream;
     const std::int32_t code = target_ < 0 ? OpenTarget() : 0;
+    if (code == 0 && way_ == Way::kStream && action_ == OutputAction::kReplaceWhole) return ESPIPE;
     if (code != 0 || way_ == Way::kStream) return code;
     const std::int32_t refusal = isLinkInProc ? EXDEV : OpenBeside();
-    return IsRefusal(refusal) ? OpenInPlace() : refusal;
+    return IsRefusal(refusal) && action_ != OutputAction::kReplaceWhole ? OpenInPlace() : refusal;
 }
 
 // Opening the file first shows what it is and that it may be written; there need be none. A process that has it locked
@@ -180,7 +181,7 @@ std::int32_t FileUpdate::CommitBeside(std::span<char> room) noexcept {
     if (code != 0) return code;
     code = beside_.TakeName(path_, target_ >= 0 || !Appends());
     if (code == 0) return SyncDirectory();
-    if (!IsRefusal(code)) return code;
+    if (!IsRefusal(code) || action_ == OutputAction::kReplaceWhole) return code;
     const off_t first = Appends() ? OldLength() : 0;
     const off_t length = ::lseek(beside_.Descriptor(), 0, SEEK_CUR) - first;
     code = OpenInPlace();

@@ -25,6 +25,7 @@ namespace VecTableSupport {
 enum class OutputAction : std::int32_t {
     kReplace = 0,
     kAppend = 2,
+    kReplaceWhole = 3,  // never in place: others may have the old file mapped
 };
 
 // Results are 0 or the error number of the system. `room` is what copies go through.
