@@ -129,6 +129,7 @@ class Writer {
     }
 
     void Write(const void* bytes, std::size_t size) {
+        if (size == 0) return;  // zlib starts again for no bytes at no address
         section_->sum = SumOf(section_->sum, bytes, size);
         section_->size += size;
         Append(bytes, size);

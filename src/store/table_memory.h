@@ -10,20 +10,22 @@
 
 #include <cstddef>
 
+#include "support/module.h"
+
 namespace VecTableTypes {
 
 // From this size on, bytes, a table is a mapping of its own. What it has not written to takes no memory.
 inline constexpr std::size_t kLongTable = std::size_t{32} << 20;
 
 // Memory for at least so many bytes, on cache lines of its own; null when there is none.
-void* TakeTableMemory(std::size_t bytes) noexcept;
+VECTABLE_MODULE void* TakeTableMemory(std::size_t bytes) noexcept;
 
 // The same memory, or other with its first `used` bytes, for at least `bytes`; null when there is none, and the old
 // memory is then as it was. A smaller size keeps the place and gives the rest back.
 void* ResizeTableMemory(void* memory, std::size_t used, std::size_t bytes) noexcept;
 
 // Null is no memory, and none is given back.
-void ReleaseTableMemory(void* memory) noexcept;
+VECTABLE_MODULE void ReleaseTableMemory(void* memory) noexcept;
 
 // Between the two the heap is whole: for a process that forks.
 void LockTableMemory() noexcept;

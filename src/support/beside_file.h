@@ -9,6 +9,8 @@
 #include <string>
 #include <sys/types.h>
 
+#include "support/module.h"
+
 namespace VecTableSupport {
 
 class BesideFile {
@@ -29,7 +31,7 @@ class BesideFile {
     std::int32_t TakeName(const std::string& path, bool replaces) noexcept;
 
     // Removes it, if it has not taken the name, and closes it.
-    void Remove() noexcept;
+    VECTABLE_MODULE void Remove() noexcept;
 
   private:
     std::string path_;  // empty when there is no file of this name that is ours

@@ -4,10 +4,12 @@
 
 #include <sys/types.h>
 
+#include "support/module.h"
+
 namespace VecTableSupport {
 
 // Opens a file, closed on exec and never the terminal of the process. The descriptor, or -1 with errno set.
-int OpenDescriptor(const char* path, int flags, mode_t newFileMode = 0) noexcept;
+VECTABLE_MODULE int OpenDescriptor(const char* path, int flags, mode_t newFileMode = 0) noexcept;
 
 // Another descriptor of the same open file, or -1 with errno set.
 int DuplicateDescriptor(int descriptor) noexcept;

@@ -5,11 +5,13 @@
 #include <string>
 #include <string_view>
 
+#include "support/module.h"
+
 namespace VecTableSupport {
 
 // Writes all bytes: 0, or the error number of the system. A pipe that nobody reads gives EPIPE, a file beyond the limit
 // of the process EFBIG, and neither a signal.
-std::int32_t WriteBytes(int descriptor, std::string_view bytes) noexcept;
+VECTABLE_MODULE std::int32_t WriteBytes(int descriptor, std::string_view bytes) noexcept;
 
 // Whether the path leads to the file that is open.
 bool IsOpenAs(const std::string& path, int descriptor) noexcept;
@@ -19,7 +21,7 @@ bool IsOpenAs(const std::string& path, int descriptor) noexcept;
 std::int32_t LockFile(int descriptor) noexcept;
 
 // Close a file, if it is open, and forget its descriptor.
-void CloseFile(int& descriptor) noexcept;
+VECTABLE_MODULE void CloseFile(int& descriptor) noexcept;
 void CloseLocked(int& descriptor) noexcept;
 
 }  // namespace VecTableSupport

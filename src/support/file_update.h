@@ -37,7 +37,7 @@ class FileUpdate {
     ~FileUpdate() { Abandon(); }
 
     // EBUSY when another process has the file locked for half a minute.
-    std::int32_t Open(const std::string& path, OutputAction action);
+    VECTABLE_MODULE std::int32_t Open(const std::string& path, OutputAction action);
 
     // Copies the text that the new one is to follow. The first thing after an open.
     std::int32_t CopyOld(std::span<char> room) noexcept;
@@ -46,10 +46,10 @@ class FileUpdate {
     int Descriptor() const noexcept { return way_ == Way::kBeside ? beside_.Descriptor() : target_; }
 
     // EEXIST when the text was to be appended where there was no file, and now there is one: it has to be opened again.
-    std::int32_t Commit(std::span<char> room) noexcept;
+    VECTABLE_MODULE std::int32_t Commit(std::span<char> room) noexcept;
 
     // Leaves the file as it was, or as a commit made it.
-    void Abandon() noexcept;
+    VECTABLE_MODULE void Abandon() noexcept;
 
     // Whether a file that was there is written in place; good until the next one is opened.
     bool IsInPlace() const noexcept { return way_ == Way::kInPlace && oldLength_ >= 0; }

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "support/module.h"
+
 namespace VecTableSupport {
 
 inline constexpr std::int32_t kTraceError = 1;
@@ -18,8 +20,8 @@ using TraceSink = void (*)(std::int32_t level, const char* text, std::int32_t le
 // Whether anybody takes entries of this level. An entry that many calls may cause is built only then; no lock is taken.
 bool TraceIsWanted(std::int32_t level) noexcept;
 
-void TraceLogError(std::string_view text) noexcept;
-void TraceLogInfo(std::string_view text) noexcept;
+VECTABLE_MODULE void TraceLogError(std::string_view text) noexcept;
+VECTABLE_MODULE void TraceLogInfo(std::string_view text) noexcept;
 
 // Tells, in two entries, that a line of a file is passed over, and which.
 void TraceLogSkippedLine(std::string_view report, std::string_view line) noexcept;

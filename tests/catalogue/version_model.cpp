@@ -1,9 +1,8 @@
 // Explores the interleavings of the protocol by which versions of a catalogue come and go: readers beside a writer, more
 // readers than slots, a version whose place in memory is taken again. Then every access of the protocol is weakened in turn.
-#include "catalogue/version_protocol.h"
-
 #include <algorithm>
 
+#include "catalogue/version_protocol.h"
 #include "helpers/model.h"
 
 namespace {
@@ -74,9 +73,7 @@ struct Readers : rl::test_suite<Readers<kReaders, kSlotCount>, kReaders + 1> {
         protocol.Leave(hold);
     }
 
-    void after() {
-        RL_ASSERT(protocol.CountUnheld(List{replaced, numReplaced}) == numReplaced);
-    }
+    void after() { RL_ASSERT(protocol.CountUnheld(List{replaced, numReplaced}) == numReplaced); }
 };
 
 bool AllClean(unsigned schedules) {
