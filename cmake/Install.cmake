@@ -13,8 +13,9 @@ file(RELATIVE_PATH VECTABLE_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_package_config_file(cmake/VecTableConfig.cmake.in VecTableConfig.cmake INSTALL_DESTINATION ${config_dir})
 write_basic_package_version_file(VecTableConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 configure_file(cmake/vectable.pc.in vectable.pc @ONLY)
+configure_file(cmake/veccat.pc.in veccat.pc @ONLY)
 
-install(TARGETS vectable EXPORT VecTableTargets
+install(TARGETS vectable veccat EXPORT VecTableTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY python/vectable DESTINATION ${VECTABLE_INSTALL_PYTHONDIR} COMPONENT runtime
@@ -28,7 +29,8 @@ install(DIRECTORY include/vectable DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPO
 install(EXPORT VecTableTargets NAMESPACE VecTable:: DESTINATION ${config_dir} COMPONENT development)
 install(FILES ${PROJECT_BINARY_DIR}/VecTableConfig.cmake ${PROJECT_BINARY_DIR}/VecTableConfigVersion.cmake
     DESTINATION ${config_dir} COMPONENT development)
-install(FILES ${PROJECT_BINARY_DIR}/vectable.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/vectable.pc ${PROJECT_BINARY_DIR}/veccat.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 install(DIRECTORY examples/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development

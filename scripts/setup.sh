@@ -5,7 +5,7 @@ set -eu
 
 packages="g++ gcc make cmake ninja-build git pkg-config python3
     python3-numpy python3-pandas python3-distributed python3-pip python3-venv
-    libgtest-dev libgmock-dev libbenchmark-dev liberfa-dev relacy-dev locales
+    libgtest-dev libgmock-dev libbenchmark-dev liberfa-dev relacy-dev zlib1g-dev locales
     libcli11-dev gnuplot-nox clang-format clang-tidy valgrind $*"
 
 missing=""
