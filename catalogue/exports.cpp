@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "catalogue/answers.h"
 #include "catalogue/catalogue.h"
 #include "catalogue/describe.h"
 #include "catalogue/new_row.h"
@@ -258,4 +259,45 @@ int32_t VecCatGetPoints(const VecCatalogue* catalogue, int64_t row, int64_t firs
     }
     CopyPoints(found, first, count, {ds50UTCs, states, revNums, covs});
     return kSuccess;
+}
+
+namespace {
+
+// Whether the arrays of the answers can be told by 64-bit offsets.
+bool IsCountable(int64_t numRows, int64_t numTimes) noexcept {
+    int64_t requests, bytes;
+    return !__builtin_mul_overflow(numRows, numTimes, &requests) &&
+           !__builtin_mul_overflow(requests, int64_t{kCovTerms * sizeof(double)}, &bytes);
+}
+
+int64_t Answer(std::string_view call, const VecCatalogue* catalogue, const Requests& requests,
+               const VecCatAnswer* wanted) noexcept {
+    if (NullArgument(call, catalogue, wanted)) return kRefused;
+    if (requests.numRows < 0 || requests.numTimes < 0) return Refuse(call, "Negative count.");
+    if (!IsCountable(requests.numRows, requests.pairs ? 1 : requests.numTimes))
+        return Refuse(call, "Too many requests.");
+    const int64_t count = requests.Count();
+    if (count == 0) return 0;
+    if (NullArgument(call, requests.ds50UTCs)) return kRefused;
+    const Versions::Reading version(catalogue->versions);
+    const Answers answers{wanted->states, wanted->covs, wanted->revNums, wanted->outcomes};
+    const int64_t without = AnswerRequests(*version, requests, answers, wanted->threads);
+    if (without > 0) {
+        VecTableSupport::TextBuilder<128> text;
+        text.Add(call).Add(": ").AddInteger(without).Add(" of ").AddInteger(count).Add(" requests have no state.");
+        VecTableSupport::TraceLogInfo(text.Written());
+    }
+    return without;
+}
+
+}  // namespace
+
+int64_t VecCatGrid(const VecCatalogue* catalogue, int64_t numRows, const int64_t* rows, int64_t numTimes,
+                   const double* ds50UTCs, const VecCatAnswer* wanted) {
+    return Answer("VecCatGrid", catalogue, {numRows, rows, numTimes, ds50UTCs, false}, wanted);
+}
+
+int64_t VecCatPairs(const VecCatalogue* catalogue, int64_t count, const int64_t* rows, const double* ds50UTCs,
+                    const VecCatAnswer* wanted) {
+    return Answer("VecCatPairs", catalogue, {count, rows, count, ds50UTCs, true}, wanted);
 }

@@ -7,6 +7,7 @@
 #include <limits>
 #include <string_view>
 
+#include "evaluation/table.h"
 #include "store/record_types.h"
 
 namespace VecTableCatalogue {
@@ -25,6 +26,23 @@ struct alignas(kCacheLine) StatePoint {
     std::uint32_t covariance = kNoCovariance;  // its place among the covariances of the row
 };
 static_assert(sizeof(StatePoint) == kCacheLine);
+
+// Points and covariances of a row, as an evaluation reads them.
+struct CompactLayout {
+    using Point = StatePoint;
+
+    const Covariance* covariances = nullptr;
+    std::uint32_t numCovs = 0;
+
+    // Zeros for a point without one; in a snapshot, whose bytes may be anything, also for one that is not there.
+    const Covariance& CovarianceOf(const Point& point) const noexcept {
+        static constexpr Covariance kNone{};
+        return point.covariance < numCovs ? covariances[point.covariance] : kNone;
+    }
+    VecTableTypes::VecTabPoint ToState(const Point& point) const noexcept {
+        return {point.ds50UTC, point.pos, point.vel, point.revNum, CovarianceOf(point)};
+    }
+};
 
 enum class RowText : std::size_t { kName, kIdentifier, kPath, kFormat, kOriginator, kCreationDate };
 inline constexpr std::size_t kRowTexts = 6;
@@ -66,11 +84,8 @@ struct alignas(kCacheLine) Row {
 
     bool IsThere() const noexcept { return record != nullptr; }
 
-    // Zeros for a point without one; in a snapshot, whose bytes may be anything, also for one that is not there.
-    const Covariance& CovarianceOf(const StatePoint& point) const noexcept {
-        static constexpr Covariance kNone{};
-        return point.covariance < numCovs ? covariances[point.covariance] : kNone;
-    }
+    CompactLayout Layout() const noexcept { return {covariances, numCovs}; }
+    VecTableProcessing::Table<CompactLayout> AsTable() const noexcept { return {points, numPts, span, Layout()}; }
 };
 static_assert(sizeof(Row) == kCacheLine);
 

@@ -38,8 +38,11 @@ class Workers {
 
     // The calling thread works too.
     void TakePart() noexcept {
-        for (std::size_t i = 0; (i = next_.fetch_add(1, std::memory_order_relaxed)) < count_;) work_(i);  // only a number
+        for (std::size_t i = 0; (i = next_.fetch_add(1, std::memory_order_relaxed)) < count_;)
+            work_(i);  // only a number
     }
+
+    void Join() noexcept { threads_.clear(); }
 
     // No further task begins.
     void Stop() noexcept { next_.store(count_, std::memory_order_relaxed); }

@@ -5,20 +5,16 @@
 #include <limits>
 #include <optional>
 #include <span>
-#include <utility>
 
-#include "evaluation/evaluator.h"
-#include "evaluation/prefetch.h"
+#include "evaluation/batch_kernel.h"
 #include "store/gate.h"
 #include "store/record_lookup.h"
 #include "support/finite.h"
 #include "support/keys.h"
-#include "support/time_scales.h"
 
 namespace VecTableDllVarsUtils {
 namespace {
 
-using VecTableProcessing::kStencilPoints;
 using VecTableProcessing::Outcome;
 using VecTableProcessing::RecordTable;
 using VecTableTypes::kCovTerms;
@@ -27,9 +23,8 @@ using VecTableTypes::VecTabRecord;
 
 using Evaluator = VecTableProcessing::Evaluator<VecTableProcessing::RecordLayout, true>;
 
-// Requests for which the gate is held, and how many requests before its turn the points of a request are asked for.
+// Requests for which the gate is held.
 constexpr std::size_t kBlock = VecTableTree::kRecordsAtOnce;
-constexpr std::size_t kAhead = 6;
 
 constexpr std::size_t kStateSize = 6;
 
@@ -76,23 +71,6 @@ struct Block {
     }
 };
 
-// Asks for the points that a request will need, unless they are those asked for last.
-template <bool kWithCovariance>
-void AskAhead(const RecordTable& table, double t, const VecTabPoint*& asked) noexcept {
-    if (table.count < kStencilPoints || !table.Holds(t)) return;
-    const VecTabPoint* first = VecTableProcessing::GuessStencil(table, t);
-    if (first == std::exchange(asked, first)) return;
-    VecTableProcessing::AskForStencil<kWithCovariance>(first);
-}
-
-template <bool kWithCovariance>
-Outcome Answer(Evaluator& evaluator, const RecordTable& table, double t, VecTabPoint& point) noexcept {
-    if (table.count == 0) return Outcome::kNoRecord;
-    if (!table.Holds(t)) return Outcome::kOutside;
-    const double request = VecTableSupport::Tai2Utc(VecTableSupport::Utc2Tai(t));
-    return evaluator.Evaluate<kWithCovariance>(table, t, request, point);
-}
-
 template <bool kWithCovariance>
 void Write(const BatchAnswers& answers, std::size_t at, Outcome outcome, const VecTabPoint& point) noexcept {
     constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
@@ -116,23 +94,15 @@ void Write(const BatchAnswers& answers, std::size_t at, Outcome outcome, const V
     if (answers.outcomes != nullptr) answers.outcomes[at] = static_cast<std::uint8_t>(outcome);
 }
 
-// The number of requests without a state.
 template <bool kWithCovariance>
 std::int64_t AnswerBlock(const Block& block, const BatchAnswers& answers, std::size_t at) noexcept {
-    const auto tableOf = [&](std::size_t i) -> const RecordTable& { return block.tables[block.recordOf[i]]; };
-    const VecTabPoint* asked = nullptr;
     Evaluator evaluator;
-    VecTabPoint point;
-    std::int64_t without = 0;
-    for (std::size_t i = 0; i < block.count + kAhead; ++i) {
-        if (i < block.count) AskAhead<kWithCovariance>(tableOf(i), block.times[i], asked);
-        if (i < kAhead) continue;
-        const std::size_t turn = i - kAhead;
-        const Outcome outcome = Answer<kWithCovariance>(evaluator, tableOf(turn), block.times[turn], point);
-        if (outcome != Outcome::kState) ++without;
-        Write<kWithCovariance>(answers, at + turn, outcome, point);
-    }
-    return without;
+    return VecTableProcessing::AnswerInTurn<kWithCovariance>(
+        evaluator, block.count, block.times.data(),
+        [&](std::size_t i) -> const RecordTable& { return block.tables[block.recordOf[i]]; },
+        [&](std::size_t i, Outcome outcome, const VecTabPoint& point) {
+            Write<kWithCovariance>(answers, at + i, outcome, point);
+        });
 }
 
 template <bool kWithCovariance>
