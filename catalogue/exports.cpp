@@ -15,6 +15,7 @@
 #include "catalogue/answers.h"
 #include "catalogue/catalogue.h"
 #include "catalogue/describe.h"
+#include "catalogue/load.h"
 #include "catalogue/new_row.h"
 #include "exports/boundary.h"
 #include "store/read_gate.h"
@@ -138,6 +139,21 @@ int32_t VecCatSave(const VecCatalogue* catalogue, const char* path) {
 
 void VecCatFree(VecCatalogue* catalogue) {
     delete catalogue;
+}
+
+int64_t VecCatLoadFiles(VecCatalogue* catalogue, int64_t count, const char* const* paths, const VecCatLoad* options,
+                        VecCatFile* files) {
+    constexpr std::string_view kCall = "VecCatLoadFiles";
+    if (count < 0) return Refuse(kCall, "Negative count.");
+    if (NullArgument(kCall, catalogue) || (count > 0 && NullArgument(kCall, paths))) return kRefused;
+    const std::span given(paths, static_cast<std::size_t>(count));
+    if (std::ranges::find(given, nullptr) != given.end()) return Refuse(kCall, "Null argument.");
+    const VecCatLoad wanted = options == nullptr ? VecCatLoad{} : *options;
+    return Guarded(kCall, kRefused, [&] {
+        const std::span reports(files, files == nullptr ? 0 : given.size());
+        const int64_t failed = LoadFiles(catalogue->versions, given, wanted, reports);
+        return failed < 0 ? Refuse(kCall, "Stopped.") : failed;
+    });
 }
 
 int64_t VecCatAddTable(VecCatalogue* catalogue, const VecCatTable* table) {

@@ -55,12 +55,14 @@ NewRow::NewRow(const RowFacts& facts, std::size_t numPts, std::size_t numCovs) {
     row_.covariances = covariances_;
     row_.numPts = static_cast<std::uint32_t>(numPts);
     row_.numCovs = static_cast<std::uint32_t>(numCovs);
-    row_.record =
+    record_ =
         &WriteRecord(facts, static_cast<std::int64_t>(numPts), static_cast<std::int64_t>(numCovs), memory + record);
+    row_.record = record_;
 }
 
 NewRow::NewRow(NewRow&& other) noexcept
     : row_(std::exchange(other.row_, {})),
+      record_(other.record_),
       points_(other.points_),
       covariances_(other.covariances_),
       made_(other.made_),

@@ -45,12 +45,15 @@ class NewRow {
     void Add(double ds50UTC, std::span<const double, 3> pos, std::span<const double, 3> vel, std::int32_t revNum,
              std::span<const double, VecTableTypes::kCovTerms> cov) noexcept;
 
+    void SetBadLines(std::int64_t count) noexcept { record_->badLines = count; }
+
     // With all its points; the caller owns it then.
     const Row& Finished() noexcept;
     void Release() noexcept { row_ = {}; }
 
   private:
     Row row_;
+    RowRecord* record_ = nullptr;
     StatePoint* points_ = nullptr;
     Covariance* covariances_ = nullptr;
     std::uint32_t made_ = 0;

@@ -91,6 +91,9 @@ class Versions {
 
         const Version& Base() const noexcept { return *versions_.protocol_.Current(); }
 
+        // Numbers given so far, with those of this change.
+        std::int64_t NumRows() const noexcept { return next_->numRows; }
+
         // The number of the row.
         std::int64_t Append(const Row& row);
 

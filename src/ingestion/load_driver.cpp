@@ -39,23 +39,19 @@ struct Summary {
 struct Walk {
     InputUnit& unit;
     std::string_view filePath;
+    VecTabRecord& record;
     TakeRecord take;
     void* context;
-    VecTabRecord record{};
     Summary summary{};
 
     bool HasTaken() const noexcept { return summary.numOfPts != 0; }
 };
 
-// Hands out the record with its points; its texts and numbers stay for the next reader, which makes points of its own.
+// The record keeps its texts and numbers for the next reader.
 void HandOut(Walk& walk) {
     VecTabRecord& record = walk.record;
     walk.summary = {record.numOfPts, record.points[1].ds50UTC, record.LastPoint().ds50UTC, record.coordSys};
-    TrimVecTablePts(record);
-    VecTableTypes::PointArray points = std::move(record.points);
-    VecTabRecord finished = record;
-    finished.points = std::move(points);
-    walk.take(std::move(finished), walk.context);
+    walk.take(record, walk.context);
 }
 
 bool HasPoints(const VecTabRecord& record) noexcept {
@@ -174,11 +170,16 @@ void ForEachListLine(InputUnit& unit, Use use) {
     }
 }
 
-// `satKeyOut`, when it is not null, receives what AddRecToMem gives.
-void Store(VecTabRecord&& record, void* satKeyOut) {
+// Takes the points, so that the next reader makes its own. `satKeyOut`, when it is not null, receives what AddRecToMem
+// gives.
+void Store(VecTabRecord& record, void* satKeyOut) {
+    TrimVecTablePts(record);
+    VecTableTypes::PointArray points = std::move(record.points);
+    VecTabRecord finished = record;
+    finished.points = std::move(points);
     MakeRoomForLoadedKeys(1);
     VecTableTree::VecTabBinTree* node = nullptr;
-    const std::int64_t key = VecTableTree::AddRecToMem(std::move(record), &node);
+    const std::int64_t key = VecTableTree::AddRecToMem(std::move(finished), &node);
     if (node != nullptr) RememberLoadedKey(key);
     if (satKeyOut != nullptr) *static_cast<std::int64_t*>(satKeyOut) = key;
 }
@@ -209,7 +210,8 @@ void LoadListedFile(std::string_view path, EphemName& name, BarrenFiles& barren)
     const bool isBinary = FileIsDotDCE(path);
     if (!isBinary && barren.Repeat(unit, path)) return;
     EntryKeeper entries;
-    Walk walk{unit, path, Store, nullptr};
+    VecTabRecord record;
+    Walk walk{unit, path, record, Store, nullptr};
     ReadFile(walk, name);
     if (!isBinary && !walk.HasTaken()) barren.Remember(unit, entries);
 }
@@ -255,12 +257,17 @@ std::int32_t ReadVecTabsFrFileUnit(InputUnit& unit, std::string_view filePath) {
 
 std::int32_t ReadOnlyVecTabs(InputUnit& unit, std::string_view filePath, EphemName& ephemName,
                              std::int64_t* satKeyOut) {
-    return WalkFile(unit, filePath, ephemName, Store, satKeyOut);
+    VecTabRecord record;
+    Walk walk{unit, filePath, record, Store, satKeyOut};
+    return ReadFile(walk, ephemName);
 }
 
-std::int32_t WalkFile(InputUnit& unit, std::string_view filePath, EphemName& ephemName, TakeRecord take,
-                      void* context) {
-    Walk walk{unit, filePath, take, context};
+std::int32_t WalkFile(InputUnit& unit, std::string_view filePath, EphemName& ephemName, VecTabRecord& working,
+                      TakeRecord take, void* context) {
+    VecTableTypes::PointArray points = std::move(working.points);
+    working = VecTabRecord{};
+    working.points = std::move(points);
+    Walk walk{unit, filePath, working, take, context};
     return ReadFile(walk, ephemName);
 }
 

@@ -37,19 +37,19 @@ VECTABLE_MODULE std::int32_t ReadOnlyVecTabs(InputUnit& unit, std::string_view f
 // Only the second pass: the key of the last record stored, -1 on failure or when there was none.
 VECTABLE_MODULE std::int64_t AddVecTabFile(InputUnit& unit, std::string_view filePath);
 
-// Takes over a finished record. What it throws ends the walk and is thrown on.
-using TakeRecord = void (*)(VecTabRecord&& record, void* context);
+// Gets a finished record, which it may move from. What it throws ends the walk and is thrown on.
+using TakeRecord = void (*)(VecTabRecord& record, void* context);
 
 // The second pass over an open file without the store: 0, or 2 with entries in the log; the records finished so far
-// have been taken. `ephemName` names the first record and is blank once a record has been taken, but for a binary file.
-VECTABLE_MODULE std::int32_t WalkFile(InputUnit& unit, std::string_view filePath, EphemName& ephemName, TakeRecord take,
-                                      void* context);
+// have been taken. `working` is what the readers fill: memory that it has is used again. `ephemName` names the first
+// record and is blank once a record has been taken, but for a binary file.
+VECTABLE_MODULE std::int32_t WalkFile(InputUnit& unit, std::string_view filePath, EphemName& ephemName,
+                                      VecTabRecord& working, TakeRecord take, void* context);
 
 struct ListMember {
-    std::string path;   // as long as the list has it, which may be longer than a path of a load
-    std::int64_t line;  // of the list, from 1
-    std::optional<std::string>
-        name;  // that the list gives the next record that is taken, if it does so before this line
+    std::string path;                 // as long as the list has it, which may be longer than a path of a load
+    std::int64_t line;                // of the list, from 1
+    std::optional<std::string> name;  // of the next record that is taken, where the list gives one before this line
 };
 
 // The files that an open file names, from its first line on; none is opened.

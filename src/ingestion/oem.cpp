@@ -53,23 +53,29 @@ class StoredTogether {
     std::vector<std::int64_t> added_;
 };
 
-bool ReadMessage(InputUnit& unit, const VecTabRecord& pattern, std::vector<VecTabRecord>& records) {
+}  // namespace
+
+bool IsMessage(InputUnit& unit) noexcept {
+    const bool isMessage = IsOemFile(unit);
+    unit.Rewind();
+    return isMessage;
+}
+
+bool ReadMessage(InputUnit& unit, std::string_view filePath, std::int32_t satNum, std::vector<VecTabRecord>& records) {
+    VecTabRecord pattern;
+    pattern.satNum = satNum == 0 ? VEC_TAB_UNKNOWN_SAT_NUM : satNum;
+    pattern.format = kOemFormat.name;
+    pattern.filePath = VecTableTypes::PathText(filePath);
     OemSegments segments(pattern, unit.LineNumber(), records);
     return ReadOemText(unit, segments);
 }
-
-}  // namespace
 
 std::int32_t LoadOem(std::string_view filePath, std::int32_t satNum, std::vector<std::int64_t>& satKeys) {
     InputUnit unit;
     const std::int32_t code = VecTableSupport::FileOpenMt(filePath, unit);
     if (code != 0) return code;
-    VecTabRecord pattern;
-    pattern.satNum = satNum == 0 ? VEC_TAB_UNKNOWN_SAT_NUM : satNum;
-    pattern.format = kOemFormat.name;
-    pattern.filePath = VecTableTypes::PathText(filePath);
     std::vector<VecTabRecord> records;
-    if (!ReadMessage(unit, pattern, records)) return VEC_TAB_FAILURE;
+    if (!ReadMessage(unit, filePath, satNum, records)) return VEC_TAB_FAILURE;
 
     StoredTogether stored(records.size());
     for (std::size_t i = 0; i < records.size(); ++i) {

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "support/fixed_text.h"
+#include "support/module.h"
 
 namespace VecTableSupport {
 
@@ -114,7 +115,7 @@ struct NumberText {
     std::size_t length;
     std::string_view View() const noexcept { return {chars.data(), length}; }
 };
-NumberText IntegerText(std::int64_t value, std::size_t width) noexcept;
+VECTABLE_MODULE NumberText IntegerText(std::int64_t value, std::size_t width) noexcept;
 NumberText DigitsText(std::int64_t value, std::size_t width) noexcept;
 NumberText FixedNotationText(double value, std::size_t width, int decimals) noexcept;
 

@@ -3,6 +3,8 @@
 
 #include <chrono>
 
+#include "support/module.h"
+
 namespace VecTableSupport {
 
 inline constexpr double kSecondsPerDay = 86400.0;
@@ -39,8 +41,8 @@ constexpr LeapSecond LeapSecondFrom(int year, int month, int taiMinusUtc) noexce
 inline constexpr LeapSecond kLatestLeapSecond = LeapSecondFrom(2017, 1, 37);
 
 // The same for times before the latest leap second.
-double EarlierUtc2Tai(double ds50UTC) noexcept;
-double EarlierTai2Utc(double ds50TAI) noexcept;
+VECTABLE_MODULE double EarlierUtc2Tai(double ds50UTC) noexcept;
+VECTABLE_MODULE double EarlierTai2Utc(double ds50TAI) noexcept;
 
 double Utc2Tai(double ds50UTC) noexcept {
     return ds50UTC >= kLatestLeapSecond.utc ? ds50UTC + kLatestLeapSecond.offset : EarlierUtc2Tai(ds50UTC);

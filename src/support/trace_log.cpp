@@ -43,6 +43,7 @@ constinit thread_local bool isInSink = false;  // and so the thread has the lock
 constinit thread_local std::int32_t currentKind = VEC_HOST_ENTRY_OTHER;
 constinit thread_local const ReadingPlace* currentPlace = nullptr;
 constinit thread_local EntryKeeper* currentKeeper = nullptr;
+constinit thread_local EntryCapture* currentCapture = nullptr;
 
 class SCOPED_GUARD LogHold {
   public:
@@ -140,6 +141,7 @@ void CallSink(std::int32_t level, std::int32_t kind, std::string_view text) noex
 }
 
 void Trace(std::int32_t level, std::string_view text, std::int32_t kind = VEC_HOST_ENTRY_OTHER) noexcept {
+    if (currentCapture != nullptr) return currentCapture->Add(level, kind, text);
     if (!TraceIsWanted(level) || isInSink) return;
     if (currentKeeper != nullptr) currentKeeper->Add(level, kind, text);
     const LogHold hold;
@@ -151,7 +153,7 @@ void Trace(std::int32_t level, std::string_view text, std::int32_t kind = VEC_HO
 }  // namespace
 
 bool TraceIsWanted(std::int32_t level) noexcept {
-    return level <= traceLog.wanted.load(std::memory_order_relaxed);
+    return currentCapture != nullptr || level <= traceLog.wanted.load(std::memory_order_relaxed);
 }
 
 void TraceLogError(std::string_view text) noexcept {
@@ -205,6 +207,33 @@ ReadingPlace::~ReadingPlace() {
 
 const ReadingPlace* ReadingPlace::Current() noexcept {
     return currentPlace;
+}
+
+EntryCapture::EntryCapture(bool keeps) noexcept : keeps_(keeps) {
+    currentCapture = this;
+}
+
+EntryCapture::~EntryCapture() {
+    currentCapture = nullptr;
+}
+
+void EntryCapture::Add(std::int32_t level, std::int32_t kind, std::string_view text) noexcept {
+    skippedLines_ += kind == VEC_HOST_ENTRY_SKIPS_LINE ? 1 : 0;
+    std::int32_t& kept = kept_[level == kTraceError ? 0 : 1];
+    if (!keeps_ || kept == VEC_HOST_MOST_KEPT) return;
+    try {
+        const bool hasPlace = currentPlace != nullptr;
+        entries_.push_back({level, hasPlace ? currentPlace->Line() : 0,
+                            std::string(hasPlace ? currentPlace->Path() : std::string_view()), std::string(text)});
+        ++kept;
+    } catch (const std::bad_alloc&) {
+        return;
+    }
+}
+
+void TraceCaptured(const EntryCapture::Entry& entry) noexcept {
+    const ReadingPlace place(entry.path, &entry.line);
+    Trace(entry.level, entry.text);
 }
 
 EntryKeeper::EntryKeeper() noexcept {

@@ -2,6 +2,7 @@
 // never fails and never stops the work; entries of several threads never mix.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -18,7 +19,7 @@ inline constexpr std::int32_t kTraceInfo = 2;
 using TraceSink = void (*)(std::int32_t level, const char* text, std::int32_t length, void* context);
 
 // Whether anybody takes entries of this level. An entry that many calls may cause is built only then; no lock is taken.
-bool TraceIsWanted(std::int32_t level) noexcept;
+VECTABLE_MODULE bool TraceIsWanted(std::int32_t level) noexcept;
 
 VECTABLE_MODULE void TraceLogError(std::string_view text) noexcept;
 VECTABLE_MODULE void TraceLogInfo(std::string_view text) noexcept;
@@ -61,6 +62,38 @@ class ReadingPlace {
     const std::int64_t* line_;
     const ReadingPlace* outer_;
 };
+
+// Takes what the calling thread logs in a scope, which so does not reach the log. One scope a thread.
+class EntryCapture {
+  public:
+    struct Entry {
+        std::int32_t level;
+        std::int64_t line;  // of the file at `path`; 0 for none
+        std::string path;
+        std::string text;
+    };
+
+    // `keeps`: the texts too, and not only how many lines of a file were passed over.
+    VECTABLE_MODULE explicit EntryCapture(bool keeps) noexcept;
+    VECTABLE_MODULE ~EntryCapture();
+    EntryCapture(const EntryCapture&) = delete;
+    EntryCapture& operator=(const EntryCapture&) = delete;
+
+    void Add(std::int32_t level, std::int32_t kind, std::string_view text) noexcept;
+
+    // Of a level the first VEC_HOST_MOST_KEPT, as far as there is memory.
+    std::vector<Entry> Take() noexcept { return std::move(entries_); }
+    std::int64_t SkippedLines() const noexcept { return skippedLines_; }
+
+  private:
+    bool keeps_;
+    std::vector<Entry> entries_;
+    std::array<std::int32_t, 2> kept_{};  // errors, information
+    std::int64_t skippedLines_ = 0;
+};
+
+// Logs a captured entry, as one of its file and line.
+VECTABLE_MODULE void TraceCaptured(const EntryCapture::Entry& entry) noexcept;
 
 // Keeps what the calling thread logs in a scope, to log the same again. One scope a thread.
 class EntryKeeper {

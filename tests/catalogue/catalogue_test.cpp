@@ -1,5 +1,6 @@
 // Catalogues beside a model of them: rows that come, are replaced and removed, saved, opened and damaged.
 #include <vectable/catalogue.h>
+#include <vectable/host.h>
 #include <vectable/vectable.h>
 
 #include <atomic>
@@ -99,6 +100,31 @@ class Catalogue : public StoreTest {
             int64_t found = -1;
             EXPECT_TRUE(VecCatFind(catalogue, &query, 1, &found) == 1 && found == row);
         }
+    }
+
+    // At times within the table, before it and after it.
+    void ExpectStates(const VecCatalogue* catalogue, int64_t row, int64_t key) {
+        VecCatRow described{};
+        described.size = sizeof described;
+        ASSERT_EQ(VecCatGetRow(catalogue, row, &described), 0);
+        std::uniform_real_distribution<double> within(-0.1, 1.1);
+        std::vector<double> times(200, described.startDs50UTC);
+        for (std::size_t i = 1; i < times.size(); ++i) {
+            times[i] += within(random) * (described.endDs50UTC - described.startDs50UTC);
+        }
+        std::vector<double> wanted(6 * times.size()), wantedCovs(21 * times.size()), states(wanted), covs(wantedCovs);
+        std::vector<int32_t> wantedRevs(times.size()), revs(times.size());
+        std::vector<uint8_t> wantedOutcomes(times.size()), outcomes(times.size());
+        VecBatchGrid(1, &key, std::ssize(times), times.data(), wanted.data(), wantedCovs.data(), wantedRevs.data(),
+                     wantedOutcomes.data());
+        const VecCatAnswer answer{states.data(), covs.data(), revs.data(), outcomes.data(), 2, 0};
+        VecCatGrid(catalogue, 1, &row, std::ssize(times), times.data(), &answer);
+        const auto areSame = [](const std::vector<double>& a, const std::vector<double>& b) {
+            return std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
+        };
+        EXPECT_TRUE(areSame(states, wanted) && areSame(covs, wantedCovs) && revs == wantedRevs &&
+                    outcomes == wantedOutcomes)
+            << described.path;
     }
 
     void ChangeAtRandom(VecCatalogue* catalogue) {
@@ -207,6 +233,52 @@ TEST_F(Catalogue, ReadersSeeOneVersionWhileRowsAreReplaced) {
     isOver = true;
     readers.clear();
     EXPECT_EQ(mixed, 0);
+}
+
+// Every sample, by path and by a list, gives the rows that the store gives records, with states of the same bits.
+TEST_F(Catalogue, FilesGiveWhatTheStoreGives) {
+    std::vector<std::string> samples;
+    std::string list;
+    for (const auto& entry : std::filesystem::directory_iterator(SAMPLES)) samples.push_back(entry.path());
+    std::ranges::sort(samples);
+    std::vector<const char*> paths;
+    for (const std::string& sample : samples) list += "EPHFIL = " + sample + "\n";
+    const std::string listed = Write("list.txt", list);
+    for (const std::string& sample : samples) paths.push_back(sample.c_str());
+    paths.push_back(listed.c_str());
+    const std::string missing = folder / "missing.e";
+    paths.push_back(missing.c_str());
+
+    const Handle catalogue(VecCatNew());
+    std::vector<VecCatFile> files(paths.size());
+    VecCatLoad options{};
+    options.threads = 3;
+    ASSERT_EQ(VecCatLoadFiles(catalogue.get(), std::ssize(paths), paths.data(), &options, files.data()), 1);
+    EXPECT_EQ(files.back().status, ENOENT);
+    const int64_t ofSamples = files[samples.size()].firstRow;
+    EXPECT_EQ(files[samples.size()].numRows, ofSamples);
+    EXPECT_EQ(VecCatNumRows(catalogue.get()), 2 * ofSamples);
+    int64_t row = 0;
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        Reset();
+        ASSERT_EQ(LoadByName(samples[i]), 0);
+        std::vector<int64_t> keys(100);
+        keys.resize(static_cast<std::size_t>(VecHostTakeKeys(keys.data(), 100)));
+        ASSERT_EQ(std::ssize(keys), files[i].numRows) << samples[i];
+        for (const int64_t key : keys) {
+            for (const int64_t number : {row, ofSamples + row}) ExpectStates(catalogue.get(), number, key);
+            ++row;
+        }
+    }
+    const auto stop = [](void*, int64_t, int64_t, int64_t, int64_t) { return 1; };
+    options.progress = stop;
+    EXPECT_EQ(VecCatLoadFiles(catalogue.get(), 1, paths.data(), &options, nullptr), -1);
+    EXPECT_EQ(VecCatNumRows(catalogue.get()), 2 * ofSamples);
+    options = {};
+    options.onSame = VEC_CAT_REPLACE_SAME;
+    EXPECT_EQ(VecCatLoadFiles(catalogue.get(), 1, paths.data(), &options, files.data()), 0);
+    EXPECT_EQ(files[0].numRows + VecCatNumRows(catalogue.get()), 2 * ofSamples);
+    log.entries.clear();
 }
 
 }  // namespace
