@@ -7,8 +7,8 @@
 
 namespace VecTableCatalogue {
 
-// Row rows[i] at ds50UTCs[j], for all i and j, at i * numTimes + j; or, where `pairs`, only for i = j, numRows and numTimes
-// being the same. `rows` null: row i.
+// Row rows[i] at ds50UTCs[j], for all i and j, at i * numTimes + j; or, where `pairs`, only for i = j, numRows and
+// numTimes being the same. `rows` null: row i.
 struct Requests {
     std::int64_t numRows;
     const std::int64_t* rows;

@@ -47,8 +47,8 @@ struct CompactLayout {
 enum class RowText : std::size_t { kName, kIdentifier, kPath, kFormat, kOriginator, kCreationDate };
 inline constexpr std::size_t kRowTexts = 6;
 
-// What a row says of itself. It stands before its texts, in memory and in a snapshot alike: a text is found from the place
-// of the record.
+// What a row says of itself. It stands before its texts, in memory and in a snapshot alike: a text is found from the
+// place of the record.
 struct RowRecord {
     std::int32_t satNum = 0;
     std::int32_t frame = 0;

@@ -30,8 +30,8 @@ class Mapping {
     std::size_t size_ = 0;
 };
 
-// Adds the rows of a snapshot, which stay where they lie. What is wrong with the file; empty for nothing. Whatever the file
-// holds, nothing outside it is read, then or by requests. `verifies`: the sums over all bytes too.
+// Adds the rows of a snapshot, which stay where they lie. What is wrong with the file; empty for nothing. Whatever the
+// file holds, nothing outside it is read, then or by requests. `verifies`: the sums over all bytes too.
 std::string_view AddRows(const Mapping& mapping, bool verifies, Versions::Change& change);
 
 // Writes the rows of a version as a file. 0, 2 when a write failed, or the error number of the system.

@@ -1,14 +1,14 @@
 // How versions of a catalogue come and go: any number of readers, each with the version that it began with, beside one
 // writer at a time, which puts the next version in its place. Neither side waits for the other.
 //
-// A reader writes down in a slot which version it holds, and then looks whether that is still the current one; if not, it
-// writes down the newer one. A writer replaces the current version first and looks at the slots second. Both are
+// A reader writes down in a slot which version it holds, and then looks whether that is still the current one; if not,
+// it writes down the newer one. A writer replaces the current version first and looks at the slots second. Both are
 // sequentially consistent: either the reader sees the newer version, or the writer sees the slot. What stands in a slot
-// and is neither the current version nor one that waits to be given back was written down too late: its reader is about to
-// find that out.
+// and is neither the current version nor one that waits to be given back was written down too late: its reader is about
+// to find that out.
 //
-// Versions are given back in the order in which they were replaced, so that what a version shares with the one before it
-// has one owner: it goes with the last version that has it.
+// Versions are given back in the order in which they were replaced, so that what a version shares with the one before
+// it has one owner: it goes with the last version that has it.
 //
 // `Platform` gives atomics and the slot at which a thread begins to look for a free one. The model check in
 // tests/catalogue/version_model.cpp explores this source on a platform of its own, and weakens every access in turn.
@@ -72,7 +72,8 @@ class VersionProtocol {
         current_.store(next);  // before the look at the slots; a reader that sees it sees what it holds
     }
 
-    // Of versions that were replaced, in that order, how many at the front no reader holds or will hold. One writer at a time.
+    // Of versions that were replaced, in that order, how many at the front no reader holds or will hold. One writer at
+    // a time.
     template <typename Replaced>
     std::size_t CountUnheld(const Replaced& replaced) const noexcept {
         if (crowd_.load() != 0) return 0;  // after the version was replaced; see Leave

@@ -80,8 +80,8 @@ class Versions {
         Protocol::Hold hold_;
     };
 
-    // The next version while it is made. Nothing of it is seen before it is published; unless it is, nothing of it stays,
-    // and rows that were handed to it are the caller's again.
+    // The next version while it is made. Nothing of it is seen before it is published; unless it is, nothing of it
+    // stays, and rows that were handed to it are the caller's again.
     class Change {
       public:
         explicit Change(Versions& versions);

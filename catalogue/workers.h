@@ -18,8 +18,8 @@ inline std::size_t ThreadCount(std::int32_t wanted, std::size_t tasks) noexcept 
     return std::clamp<std::size_t>(tasks, 1, std::max<std::size_t>(threads, 1));
 }
 
-// Threads that take tasks 0, 1, ... `count` - 1 one after the other, until there are none or the group is stopped. They are
-// joined at the end of the scope. `work` must not throw.
+// Threads that take tasks 0, 1, ... `count` - 1 one after the other, until there are none or the group is stopped. They
+// are joined at the end of the scope. `work` must not throw.
 template <typename Work>
 class Workers {
   public:

@@ -1,7 +1,7 @@
 /*
- * libveccat: catalogues, any number of them in a process. A catalogue holds the tables of whole constellations compactly, is
- * loaded on all cores, saved as a snapshot that opens in a moment and whose pages processes share, and changed while
- * others read it.
+ * libveccat: catalogues, any number of them in a process. A catalogue holds the tables of whole constellations
+ * compactly, is loaded on all cores, saved as a snapshot that opens in a moment and whose pages processes share, and
+ * changed while others read it.
  *
  *     #include <stdio.h>
  *     #include <vectable/catalogue.h>
@@ -18,31 +18,32 @@
  *         return 0;
  *     }
  *
- * It stands on libvectable: the same readers, the same interpolation to the bit, the same trace log (host.h). The store of
- * vectable.h is another place: nothing of a catalogue is in it.
+ * It stands on libvectable: the same readers, the same interpolation to the bit, the same trace log (host.h). The store
+ * of vectable.h is another place: nothing of a catalogue is in it.
  *
  * CONVENTIONS
  *
- *  1 A row is a table of one satellite. Rows are numbered from 0 as they come, and a number is never used again: where a
- *    row was removed there is none.
- *  2 Times are days since 1950 on the UTC scale, positions km, velocities km/s, in the frame of the row (VEC_TAB_FRAME_... of
- *    vectable.h), as in conventions 2 to 4 of vectable.h.
- *  3 Texts that come in are NUL-terminated, of any length unless one is given, in the bytes of the file system or UTF-8. Texts
- *    that go out are NUL-terminated in arrays of fixed lengths, and cut where they are longer.
- *  4 A status is 0 for success, 2 (VEC_TAB_FAILURE) for a failure that the library finds, or the error number of the system
- *    (errno.h). A count is -1 for a refused call. A null catalogue, a null pointer for what is required and a negative count
- *    are refused. The words go to the trace log.
+ *  1 A row is a table of one satellite. Rows are numbered from 0 as they come, and a number is never used again: where
+ *    a row was removed there is none.
+ *  2 Times are days since 1950 on the UTC scale, positions km, velocities km/s, in the frame of the row
+ *    (VEC_TAB_FRAME_... of vectable.h), as in conventions 2 to 4 of vectable.h.
+ *  3 Texts that come in are NUL-terminated, of any length unless one is given, in the bytes of the file system or
+ *    UTF-8. Texts that go out are NUL-terminated in arrays of fixed lengths, and cut where they are longer.
+ *  4 A status is 0 for success, 2 (VEC_TAB_FAILURE) for a failure that the library finds, or the error number of the
+ *    system (errno.h). A count is -1 for a refused call. A null catalogue, a null pointer for what is required and a
+ *    negative count are refused. The words go to the trace log.
  *  5 A failed or stopped call leaves the catalogue as it was. No exception leaves the library.
  *  6 The caller owns all arrays, and the library keeps none of them after a call.
  *  7 Structures that the caller fills start as {0}: zeros are the defaults.
  *
  * THREADS
  *
- *  All calls may be made on one catalogue from any thread at once, but for VecCatFree, which must be the last one. A call sees
- *  one version of the catalogue from its first request to its last. Calls that change it make the next version beside
- *  it, one after the other; they never wait for calls that read, and those never wait for them. A version is given back when
- *  its last reader has left. A call that may start threads says so; it joins them before it returns, and where one cannot be
- *  started it does the work with fewer. A child of fork may go on reading and changing what it has.
+ *  All calls may be made on one catalogue from any thread at once, but for VecCatFree, which must be the last one. A
+ *  call sees one version of the catalogue from its first request to its last. Calls that change it make the next
+ *  version beside it, one after the other; they never wait for calls that read, and those never wait for them. A
+ *  version is given back when its last reader has left. A call that may start threads says so; it joins them before it
+ *  returns, and where one cannot be started it does the work with fewer. A child of fork may go on reading and changing
+ *  what it has.
  */
 #ifndef VECTABLE_CATALOGUE_H
 #define VECTABLE_CATALOGUE_H
@@ -83,17 +84,17 @@ VECTABLE_API VecCatalogue* VecCatNew(void);
 #define VEC_CAT_VERIFY 1
 
 /*
- * Opens a snapshot as a catalogue: its file is mapped, nothing of its points is read or copied, and processes that open the
- * same file share its pages. What is loaded into the catalogue later lies in memory and not in the file.
+ * Opens a snapshot as a catalogue: its file is mapped, nothing of its points is read or copied, and processes that open
+ * the same file share its pages. What is loaded into the catalogue later lies in memory and not in the file.
  *
  * Given:     path       char*          path of the snapshot
  *            flags      int32          0, or VEC_CAT_VERIFY
  * Returned:  catalogue  VecCatalogue** the catalogue, for VecCatFree; null on failure
- * Result:    0; 2 when the file is no snapshot, of another version or byte order, cut or damaged: the log says which; or
- *            the error number of the system when it cannot be opened
- * Notes:     Every offset, count and text is checked, in time of the rows and not of the points. The numbers of the points may
- *            be anything without harm. A file that shrinks while it is mapped ends the process with SIGBUS: replace a
- *            snapshot by VecCatSave or a rename, and never write into it.
+ * Result:    0; 2 when the file is no snapshot, of another version or byte order, cut or damaged: the log says which;
+ *            or the error number of the system when it cannot be opened
+ * Notes:     Every offset, count and text is checked, in time of the rows and not of the points. The numbers of the
+ *            points may be anything without harm. A file that shrinks while it is mapped ends the process with SIGBUS:
+ *            replace a snapshot by VecCatSave or a rename, and never write into it.
  */
 VECTABLE_API int32_t VecCatOpen(const char* path, int32_t flags, VecCatalogue** catalogue);
 
@@ -102,8 +103,8 @@ VECTABLE_API int32_t VecCatOpen(const char* path, int32_t flags, VecCatalogue** 
  *
  * Given:     catalogue  VecCatalogue*
  *            path       char*          path of the file, which takes the place of an earlier one when it is whole
- * Result:    0; 2 when a write failed; or the error number of the system when the file cannot be made. The earlier file is
- *            then as it was.
+ * Result:    0; 2 when a write failed; or the error number of the system when the file cannot be made. The earlier file
+ *            is then as it was.
  * Notes:     Of two processes that save to one path at a time one wins whole.
  */
 VECTABLE_API int32_t VecCatSave(const VecCatalogue* catalogue, const char* path);
@@ -113,18 +114,19 @@ VECTABLE_API void VecCatFree(VecCatalogue* catalogue);
 
 /* ------------------------------------------------ Filling ------------------------------------------------------- */
 
-/* What becomes of a table whose object is in the catalogue already. */
+/* What becomes of a table whose object is in the catalogue already: it gets a row of its own, or it takes the row of
+ * the same frame and object, by the same identifier, else the same number and name. */
 #define VEC_CAT_KEEP_BOTH 0
-#define VEC_CAT_REPLACE_SAME 1 /* it takes the row of the same frame and object: the same identifier, else number and name */
+#define VEC_CAT_REPLACE_SAME 1
 
 typedef struct {
     int32_t threads; /* 0: as many as the process may run on */
     int32_t onSame;  /* VEC_CAT_KEEP_BOTH or VEC_CAT_REPLACE_SAME */
-    int32_t satNum;  /* for files that name none; 0: from the file's name, else VEC_TAB_UNKNOWN_SAT_NUM */
+    int32_t satNum;  /* for files that name none; 0: VEC_TAB_UNKNOWN_SAT_NUM */
     /* Called some ten times a second on the calling thread; any other result than 0 stops the load. Or null. */
     int32_t (*progress)(void* context, int64_t files, int64_t numFiles, int64_t bytes, int64_t numBytes);
-    /* Receives what a load has to say instead of the trace log, on the calling thread, in the order of the paths: level of
-     * host.h, path of the file, its line or 0, text. Or null. */
+    /* Receives what a load has to say instead of the trace log, on the calling thread, in the order of the paths: level
+     * of host.h, path of the file, its line or 0, text. Or null. */
     void (*message)(void* context, int32_t level, const char* path, int64_t line, const char* text);
     void* context; /* of both */
 } VecCatLoad;
@@ -133,22 +135,22 @@ typedef struct {
 typedef struct {
     int32_t status; /* 0; 2 when something of it could not be read; or the error number of the system */
     int64_t firstRow;
-    int64_t numRows; /* from firstRow on; with VEC_CAT_REPLACE_SAME those that took the place of others are not among them */
+    int64_t numRows; /* from firstRow on, without those that took the place of others */
     int64_t numPts;
     int64_t badLines; /* lines that were passed over */
 } VecCatFile;
 
 /*
- * Loads files: any that the library reads, lists of files included. Rows come in the order of the paths, whatever the threads
- * do. Starts threads.
+ * Loads files: any that the library reads, lists of files included. Rows come in the order of the paths, whatever the
+ * threads do. Starts threads.
  *
  * Given:     catalogue  VecCatalogue*
  *            count      int64               number of paths, 0 or more
  *            paths      char*[count]        paths of the files
  *            options    VecCatLoad*         or null: the defaults
  * Returned:  files      VecCatFile[count]   what became of each path; or null
- * Result:    the number of paths whose status is not 0; what could be read is there. -1, with nothing loaded, when the call was
- *            refused, stopped or without memory.
+ * Result:    the number of paths whose status is not 0; what could be read is there. -1, with nothing loaded, when the
+ *            call was refused, stopped or without memory.
  */
 VECTABLE_API int64_t VecCatLoadFiles(VecCatalogue* catalogue, int64_t count, const char* const* paths,
                                      const VecCatLoad* options, VecCatFile* files);
@@ -156,8 +158,8 @@ VECTABLE_API int64_t VecCatLoadFiles(VecCatalogue* catalogue, int64_t count, con
 /* A table in arrays of the caller. */
 typedef struct {
     int32_t satNum;
-    int32_t frame;   /* VEC_TAB_FRAME_... */
-    int32_t covAxes; /* VEC_CAT_AXES_... */
+    int32_t frame;          /* VEC_TAB_FRAME_... */
+    int32_t covAxes;        /* VEC_CAT_AXES_... */
     const char* name;       /* or null */
     const char* identifier; /* or null */
     const char* path;       /* of the source; or null */
@@ -171,8 +173,8 @@ typedef struct {
 /*
  * Adds a table as a new row.
  *
- * Result:    the number of the row; -1, with the reason in the log, for a count below 1 or above 2^31 - 1, a null array, a time
- *            that is not finite or does not rise, or without memory
+ * Result:    the number of the row; -1, with the reason in the log, for a count below 1 or above 2^31 - 1, a null
+ *            array, a time that is not finite or does not rise, or without memory
  */
 VECTABLE_API int64_t VecCatAddTable(VecCatalogue* catalogue, const VecCatTable* table);
 
@@ -206,16 +208,16 @@ VECTABLE_API int32_t VecCatRemove(VecCatalogue* catalogue, int64_t count, const 
 VECTABLE_API int64_t VecCatNumRows(const VecCatalogue* catalogue);
 
 typedef struct {
-    int64_t size; /* sizeof(VecCatRow), from the caller: a later version of the library may know more fields */
+    int64_t size;    /* sizeof(VecCatRow), from the caller: a later version of the library may know more fields */
     int32_t satNum;  /* VEC_TAB_UNKNOWN_SAT_NUM where the source names none */
     int32_t frame;   /* VEC_TAB_FRAME_... */
     int32_t covAxes; /* VEC_CAT_AXES_... */
     int32_t reserved;
     int64_t numPts;
-    int64_t numCovPts;    /* points with covariance */
-    int64_t badLines;     /* of the file, when it was loaded */
-    double startDs50UTC;  /* first time, days since 1950, UTC */
-    double endDs50UTC;    /* last time */
+    int64_t numCovPts;   /* points with covariance */
+    int64_t badLines;    /* of the file, when it was loaded */
+    double startDs50UTC; /* first time, days since 1950, UTC */
+    double endDs50UTC;   /* last time */
     char name[VEC_CAT_NAME_LENGTH];
     char identifier[VEC_CAT_IDENTIFIER_LENGTH]; /* of the object, such as 2026-001A */
     char format[VEC_CAT_FORMAT_LENGTH];         /* that it was read as, such as "Dot-E"; empty for arrays */
@@ -249,7 +251,8 @@ typedef struct {
  * Result:    how many there are, -1 when refused
  * Notes:     Takes time in proportion to the number of rows.
  */
-VECTABLE_API int64_t VecCatFind(const VecCatalogue* catalogue, const VecCatQuery* query, int64_t capacity, int64_t* rows);
+VECTABLE_API int64_t VecCatFind(const VecCatalogue* catalogue, const VecCatQuery* query, int64_t capacity,
+                                int64_t* rows);
 
 /*
  * The points of a row as they are stored.
@@ -275,22 +278,23 @@ typedef struct {
     int32_t* revNums;  /* [requests] */
     uint8_t* outcomes; /* [requests]: VEC_BATCH_... of batch.h; VEC_BATCH_NO_RECORD where there is no such row */
     int32_t threads;   /* 0: as many as the process may run on; 1: the caller's alone */
-    int32_t flags;     /* VEC_CAT_... of this group */
+    int32_t flags;     /* 0 */
 } VecCatAnswer;
 
 /*
- * The states of rows at times: request (i, j) is row rows[i] at ds50UTCs[j], and stands in the arrays at i * numTimes + j. May
- * start threads.
+ * The states of rows at times: request (i, j) is row rows[i] at ds50UTCs[j], and stands in the arrays at i * numTimes +
+ * j. May start threads.
  *
  * Given:     numRows    int64             number of rows, 0 or more
- *            rows       int64[numRows]    numbers of rows, or null: the first numRows of them, such as all VecCatNumRows
+ *            rows       int64[numRows]    numbers of rows, or null: the first numRows of them, such as all
+ *                                         VecCatNumRows
  *            numTimes   int64             number of times, 0 or more
  *            ds50UTCs   double[numTimes]  days since 1950, UTC; rising times are fastest
  *            wanted     VecCatAnswer*     where the answers go
- * Result:    the number of requests without a state, whose state and covariance are NaN and whose revolution number is 0; -1,
- *            with nothing written, when refused
- * Notes:     A state has the bits that VecBatchGrid gives for a record of the same points. Outputs must not overlap inputs or
- *            each other. As a batch of batch.h, the call makes at most one entry in the log.
+ * Result:    the number of requests without a state, whose state and covariance are NaN and whose revolution number is
+ *            0; -1, with nothing written, when refused
+ * Notes:     A state has the bits that VecBatchGrid gives for a record of the same points. Outputs must not overlap
+ *            inputs or each other. As a batch of batch.h, the call makes at most one entry in the log.
  */
 VECTABLE_API int64_t VecCatGrid(const VecCatalogue* catalogue, int64_t numRows, const int64_t* rows, int64_t numTimes,
                                 const double* ds50UTCs, const VecCatAnswer* wanted);
@@ -298,8 +302,8 @@ VECTABLE_API int64_t VecCatGrid(const VecCatalogue* catalogue, int64_t numRows, 
 /*
  * The states of pairs: request i is row rows[i] at ds50UTCs[i]. Otherwise as VecCatGrid.
  */
-VECTABLE_API int64_t VecCatPairs(const VecCatalogue* catalogue, int64_t count, const int64_t* rows, const double* ds50UTCs,
-                                 const VecCatAnswer* wanted);
+VECTABLE_API int64_t VecCatPairs(const VecCatalogue* catalogue, int64_t count, const int64_t* rows,
+                                 const double* ds50UTCs, const VecCatAnswer* wanted);
 
 #ifdef __cplusplus
 }

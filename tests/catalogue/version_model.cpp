@@ -1,5 +1,6 @@
-// Explores the interleavings of the protocol by which versions of a catalogue come and go: readers beside a writer, more
-// readers than slots, a version whose place in memory is taken again. Then every access of the protocol is weakened in turn.
+// Explores the interleavings of the protocol by which versions of a catalogue come and go: readers beside a writer,
+// more readers than slots, a version whose place in memory is taken again. Then every access of the protocol is
+// weakened in turn.
 #include <algorithm>
 
 #include "catalogue/version_protocol.h"

@@ -1,6 +1,6 @@
-// What the model checks of lock-free protocols share: atomics over a model of the C++ memory model (relacy), which notes the
-// accesses of a source by their lines and can weaken them, and a run that demands that every weakened access is found.
-// The protocol's source comes before this header, since relacy puts macros over words of the language.
+// What the model checks of lock-free protocols share: atomics over a model of the C++ memory model (relacy), which
+// notes the accesses of a source by their lines and can weaken them, and a run that demands that every weakened access
+// is found. The protocol's source comes before this header, since relacy puts macros over words of the language.
 #pragma once
 
 #include <array>
@@ -129,8 +129,8 @@ bool IsClean(rl::scheduler_type_e search, unsigned schedules) {
     return clean;
 }
 
-// Runs `allClean`, which takes the number of random schedules, on the source as it is and with each of its accesses weakened
-// in turn. The exit status of the check.
+// Runs `allClean`, which takes the number of random schedules, on the source as it is and with each of its accesses
+// weakened in turn. The exit status of the check.
 template <typename AllClean>
 int CheckEveryAccess(AllClean allClean) {
     constexpr unsigned kSchedules = 1'000'000;

@@ -1,9 +1,8 @@
 // Explores the interleavings of the read gate's own source: two readers and a writer, a reader and two writers, a
 // reader that leaves on another thread. Then it proves itself: every access of the source is made relaxed, and dropped,
 // in turn, and each of these faults has to be found.
-#include "store/gate_protocol.h"
-
 #include "helpers/model.h"
+#include "store/gate_protocol.h"
 
 namespace {
 
