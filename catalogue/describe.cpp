@@ -58,7 +58,7 @@ void CopyPoints(const Row& row, std::int64_t first, std::int64_t count, const Po
         if (to.states != nullptr) std::ranges::copy(point.vel, std::ranges::copy(point.pos, to.states + 6 * i).out);
         if (to.revNums != nullptr) to.revNums[i] = point.revNum;
         if (to.covs != nullptr)
-            std::ranges::copy(row.Layout().CovarianceOf(point), to.covs + VecTableTypes::kCovTerms * i);
+            std::ranges::copy(row.Layout().CovarianceOf(point), to.covs + std::ptrdiff_t{VecTableTypes::kCovTerms} * i);
     }
 }
 

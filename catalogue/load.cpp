@@ -67,7 +67,7 @@ std::int32_t ReadWholeMessage(InputUnit& unit, Loading& file) {
 // The points of a reader lie in memory that its thread uses again for the next file.
 std::int32_t ReadCards(InputUnit& unit, Loading& file) {
     VecTabRecord fallback;
-    VecTabRecord* working = VecTableSupport::ThreadOwned<VecTabRecord>();
+    auto* working = VecTableSupport::ThreadOwned<VecTabRecord>();
     if (working == nullptr) working = &fallback;
     return VecTableCardReading::WalkFile(
         unit, file.path, file.name, *working,
@@ -222,13 +222,11 @@ class Arrival {
     }
 
     void Put(const Row& row) {
-        if (options_.onSame != VEC_CAT_REPLACE_SAME) {
-            change_.Append(row);
-        } else if (const auto [same, isNew] = numbers_.try_emplace(ObjectOf(row), change_.NumRows()); isNew) {
-            change_.Append(row);
-        } else {
-            change_.Replace(same->second, row);
+        if (options_.onSame == VEC_CAT_REPLACE_SAME) {
+            const auto [same, isNew] = numbers_.try_emplace(ObjectOf(row), change_.NumRows());
+            if (!isNew) return change_.Replace(same->second, row);
         }
+        change_.Append(row);
     }
 
     Versions::Change change_;
